@@ -1,0 +1,55 @@
+#pragma once
+
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <string>
+
+class System_Date;
+
+/// The agent's log: standard output with -verbose, or a file that a remote method opens and closes.
+///
+/// A line is the UTC time "YYYY-MM-DD hh:mm:ss", ": " and the message, which brings its own line end. Off by
+/// default: log sites go through DEBUG_LOG, which looks at isEnabled() before anything is formatted.
+/// Thread-safe: a whole line is written under one mutex. Nothing here throws or reports a failure: a log that
+/// cannot be written stays silent.
+class Debug_Printf {
+public:
+    enum State { Closed = 0, StandardOutput = 1, LogFile = 2 };
+
+    Debug_Printf();
+    Debug_Printf(const Debug_Printf&) = delete;
+    Debug_Printf& operator=(const Debug_Printf&) = delete;
+    virtual ~Debug_Printf();
+
+    bool isEnabled() const { return enabled_.load(std::memory_order_relaxed); }
+    /// Takes no lock, so that it may be called at any moment.
+    void setEnabled(bool enabled) { enabled_.store(enabled, std::memory_order_relaxed); }
+    int getDebugState() const;
+
+    /// Writes one stamped message. A log file that has passed 20,480,000 bytes is cut to nothing first.
+    void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+    /// Opens `path`, truncating it, and sends the log there. On failure nothing changes and the result is false.
+    bool logfile_open(const char* path);
+    /// Closes the log file if there is one, and switches the log off.
+    bool logfile_close();
+
+private:
+    std::unique_ptr<System_Date> date_;
+    mutable std::mutex mutex_;
+    std::FILE* stream_;
+    std::atomic<bool> enabled_;
+    std::string path_;
+    int state_;
+};
+
+extern Debug_Printf gDebugPrintf;
+
+/// The one way to write to the log: nothing is evaluated while it is off, and the compiler checks the format.
+#define DEBUG_LOG(...)                                                                                       \
+    do {                                                                                                     \
+        if (gDebugPrintf.isEnabled())                                                                        \
+            gDebugPrintf.print(__VA_ARGS__);                                                                 \
+    } while (false)
