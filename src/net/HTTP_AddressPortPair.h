@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+/// An address (host name or IPv4 dotted quad) and a port. A value; no operation fails.
+class HTTP_AddressPortPair {
+public:
+    HTTP_AddressPortPair() = default;
+    HTTP_AddressPortPair(std::string address, int port) : address_(std::move(address)), port_(port) {}
+
+    /// A null pointer for an empty address. Valid until the pair changes or goes.
+    const char* getAddress() const { return address_.empty() ? nullptr : address_.c_str(); }
+    void setAddress(std::string address) { address_ = std::move(address); }
+    int getPort() const { return port_; }
+    void setPort(int port) { port_ = port; }
+
+private:
+    std::string address_;
+    int port_ = 0;
+};
