@@ -1,0 +1,246 @@
+#include "agent/Agent_Run.h"
+
+#include "agent/AgentHTTP_RequestHandler.h"
+#include "agent/Agent_CommandLine.h"
+#include "agent/Agent_Signals.h"
+#include "agent/config/AgentConfig_Configuration.h"
+#include "agent/config/AgentConfig_Globals.h"
+#include "agent/config/AgentConfig_Guid.h"
+#include "agent/config/Config_File.h"
+#include "agent/log/Debug_Printf.h"
+#include "net/AgentSSL_Factory.h"
+#include "net/HTTP_Server.h"
+#include "rmi/xml/Xerces_Layer.h"
+#include "threads/Thread_Manager.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+Thread_Semaphore gShutdownSemaphore;
+
+namespace {
+
+constexpr unsigned httpWorkers = 5;
+constexpr unsigned noTimeLimit = 0xFFFFFFFF;
+
+/// The platform has nothing to set up or take down for the system layer; the stage keeps its place in the order.
+bool System_LayerInit()
+{
+    return true;
+}
+
+/// Takes a layer down when it goes, if it came up.
+class LayerGuard {
+public:
+    explicit LayerGuard(void (*cleanup)()) : cleanup_(cleanup) {}
+    ~LayerGuard() { cleanup_(); }
+    LayerGuard(const LayerGuard&) = delete;
+    LayerGuard& operator=(const LayerGuard&) = delete;
+
+private:
+    void (*cleanup_)();
+};
+
+/// One life of the agent. The members stand in the order in which they come up, so that their destruction is the
+/// clean-up: the server first, the XML layer last, after a clean stop as after a start that failed half-way.
+class AgentLife {
+public:
+    bool start();
+    void waitForShutdownRequest();
+    bool stop();
+
+private:
+    struct Stage {
+        bool (AgentLife::*bring)();
+        const char* onFailure;
+    };
+    static const Stage stages[];
+
+    bool bringXmlUp();
+    bool bringHttpUp();
+    bool bringSystemUp();
+    bool findConfiguration();
+    bool readConfiguration();
+    bool loadIdentities();
+    bool takeBindList();
+    bool allocateServer();
+    bool initServer();
+    bool armSignals();
+    bool startServices();
+
+    std::optional<LayerGuard> xmlLayer_;
+    std::optional<LayerGuard> httpLayer_;
+    AgentHTTP_RequestHandlerFactory requestHandlerFactory_;
+    std::vector<HTTP_AddressPortPair*> bindList_;
+    std::optional<Agent_Signals> signals_;
+    std::unique_ptr<HTTP_Server> server_;
+    Thread_Manager manager_;
+};
+
+const AgentLife::Stage AgentLife::stages[] = {
+    {&AgentLife::bringXmlUp, "Agent: XML layer initialization failed\n"},
+    {&AgentLife::bringHttpUp, "Agent: HTTP layer initialization failed\n"},
+    {&AgentLife::bringSystemUp, "Agent: System layer initialization failed\n"},
+    {&AgentLife::findConfiguration, "Agent: Failed to find agent configuration file\n"},
+    {&AgentLife::readConfiguration, "Agent: Failed to parse agent configuration file\n"},
+    {&AgentLife::loadIdentities, nullptr},
+    {&AgentLife::takeBindList, "Agent: Error processing agent configuration file\n"},
+    {&AgentLife::allocateServer, "Agent: HTTP server allocate failed\n"},
+    {&AgentLife::initServer, "Agent: HTTP server init failed\n"},
+    {&AgentLife::armSignals, nullptr},
+    {&AgentLife::startServices, "Agent: startup failed\n"},
+};
+
+/// The configuration files report failure by their result; whatever is thrown on the way counts as the same.
+template <typename Operation>
+bool succeeds(Operation operation)
+{
+    try {
+        return operation();
+    } catch (...) {
+        return false;
+    }
+}
+
+bool AgentLife::bringXmlUp()
+{
+    if (!Xerces_LayerInit())
+        return false;
+    xmlLayer_.emplace(Xerces_LayerCleanup);
+    return true;
+}
+
+bool AgentLife::bringHttpUp()
+{
+    if (!HTTP_LayerInit())
+        return false;
+    httpLayer_.emplace(HTTP_LayerCleanup);
+    return true;
+}
+
+bool AgentLife::bringSystemUp()
+{
+    if (!System_LayerInit())
+        return false;
+    DEBUG_LOG("Agent: starting server\n");
+    return true;
+}
+
+std::string configurationDirectory()
+{
+    return gPathToExec + "/../conf";
+}
+
+bool AgentLife::findConfiguration()
+{
+    gAgentConfig->setFilename("agent.conf");
+    gAgentConfig->setPathname(configurationDirectory());
+    return gAgentConfig->findFile();
+}
+
+bool AgentLife::readConfiguration()
+{
+    return succeeds([] { return gAgentConfig->readFile(); });
+}
+
+/// The agent starts without identities as well as with them: a server gives it one on its first call.
+bool AgentLife::loadIdentities()
+{
+    gGuidConfig->setFilename("uuid.conf");
+    gGuidConfig->setPathname(configurationDirectory());
+    if (!gGuidConfig->findFile()) {
+        DEBUG_LOG("Agent: Failed to find agent guid configuration file\n");
+        if (!succeeds([] { return gGuidConfig->writeFile(); }))
+            DEBUG_LOG("Agent: Failed to write default agent guid configuration file\n");
+        return true;
+    }
+    if (!succeeds([] { return gGuidConfig->readFile(); })) {
+        DEBUG_LOG("Agent: Failed to parse agent guid configuration file\n");
+        gGuidConfig->getConfig()->setDefaults();
+    }
+    if (gDeleteConfig)
+        gGuidConfig->deleteFile();
+    return true;
+}
+
+bool AgentLife::takeBindList()
+{
+    bindList_ = gAgentConfig->getConfig()->getBindList();
+    return true;
+}
+
+bool AgentLife::allocateServer()
+{
+    server_ = HTTP_FactoryAllocateServer();
+    return server_ != nullptr;
+}
+
+bool AgentLife::initServer()
+{
+    return server_->init(bindList_, &gSSLFactory, &requestHandlerFactory_, httpWorkers);
+}
+
+bool AgentLife::armSignals()
+{
+    signals_.emplace();
+    return true;
+}
+
+bool AgentLife::startServices()
+{
+    manager_.registerThreadable(server_.get());
+    if (!manager_.start())
+        return false;
+    DEBUG_LOG("Agent: startup successful\n");
+    return true;
+}
+
+bool AgentLife::start()
+{
+    for (const Stage& stage : stages) {
+        if ((this->*stage.bring)())
+            continue;
+        DEBUG_LOG("%s", stage.onFailure);
+        return false;
+    }
+    return true;
+}
+
+void AgentLife::waitForShutdownRequest()
+{
+    Thread_GrabSemaphore(&gShutdownSemaphore, noTimeLimit);
+}
+
+bool AgentLife::stop()
+{
+    DEBUG_LOG("Agent: attempting shutdown\n");
+    return manager_.shutdown();
+}
+
+} // namespace
+
+int Agent_Run()
+{
+    AgentLife life;
+    if (!life.start())
+        return EXIT_FAILURE;
+    life.waitForShutdownRequest();
+    if (!life.stop()) {
+        DEBUG_LOG("Agent: shutdown failed, exiting immediately\n");
+        Agent_Exit(EXIT_FAILURE);
+    }
+    DEBUG_LOG("Agent: shutdown successful\n");
+    return EXIT_SUCCESS;
+}
+
+void Agent_Exit(int status)
+{
+    std::fflush(nullptr);
+    _exit(status);
+}

@@ -1,0 +1,64 @@
+#include "agent/Agent_Signals.h"
+
+#include "agent/Agent_Run.h"
+#include "agent/log/Debug_Printf.h"
+#include "threads/Thread_Semaphore.h"
+
+#include <csignal>
+
+#include <pthread.h>
+
+namespace {
+
+constexpr int stopSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGXCPU};
+
+sigset_t stopSignalSet()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    for (int signal : stopSignals)
+        sigaddset(&set, signal);
+    return set;
+}
+
+} // namespace
+
+void Agent_SetShutdownFlag()
+{
+    Thread_ReleaseSemaphore(&gShutdownSemaphore);
+}
+
+void Agent_SignalHandler(int signal)
+{
+    DEBUG_LOG("Agent_SignalHandler() agent received signal %d. Shutting down.\n", signal);
+    Agent_SetShutdownFlag();
+}
+
+Agent_Signals::Agent_Signals()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    const sigset_t set = stopSignalSet();
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    thread_ = std::thread([this] { waitForSignals(); });
+}
+
+Agent_Signals::~Agent_Signals()
+{
+    ending_ = true;
+    // The mask stays: a stop signal that comes this late would kill the process in the middle of its clean-up.
+    pthread_kill(thread_.native_handle(), SIGTERM);
+    thread_.join();
+}
+
+void Agent_Signals::waitForSignals()
+{
+    const sigset_t set = stopSignalSet();
+    for (;;) {
+        int signal = 0;
+        if (sigwait(&set, &signal) != 0)
+            continue;
+        if (ending_)
+            return;
+        Agent_SignalHandler(signal);
+    }
+}

@@ -1,0 +1,94 @@
+// The agent's entry, and the map of this folder:
+//
+//   main.cpp                   command line, working directory, editor or agent, exit status
+//   Agent_CommandLine          the flags, help and version texts
+//   Agent_Run                  all stages of start and stop, in their order
+//   Agent_Signals              the thread that turns stop signals into a request to shut down
+//   AgentHTTP_RequestHandler   what GET and POST mean on the agent's port
+//   config/                    agent.conf and uuid.conf
+//   log/                       the log
+
+#include "agent/Agent_CommandLine.h"
+#include "agent/Agent_Run.h"
+#include "agent/config/AgentConfig_Configuration.h"
+#include "agent/config/AgentConfig_Globals.h"
+#include "agent/config/AgentConfig_Guid.h"
+#include "agent/config/Config_File.h"
+#include "agent/log/Debug_Printf.h"
+#include "base/File.h"
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <string>
+
+#include <fcntl.h>
+#include <grp.h>
+#include <unistd.h>
+
+namespace {
+
+/// A socket that landed on a standard descriptor that the parent had closed would get the log's text.
+void occupyStandardDescriptors()
+{
+    int descriptor = -1;
+    do
+        descriptor = open("/dev/null", O_RDWR);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO)
+        close(descriptor);
+}
+
+/// No child process is to inherit root's groups. Without the right to do it there is nothing to drop.
+void dropSupplementaryGroups()
+{
+    if (setgroups(0, nullptr) != 0)
+        DEBUG_LOG("Agent: keeping supplementary groups: %s\n", nxGetLastErrorMessage().c_str());
+}
+
+std::string directoryOf(const std::string& executable)
+{
+    const std::string directory = executable.substr(0, executable.find_last_of('/'));
+    return directory.empty() ? "." : directory;
+}
+
+int runAgent()
+{
+    try {
+        return Agent_Run();
+    } catch (...) {
+        DEBUG_LOG("Agent: Unexpected exception, exiting\n");
+        return EXIT_FAILURE;
+    }
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    occupyStandardDescriptors();
+    gAgentConfig.reset(new (std::nothrow) Config_File<AgentConfig_Configuration>);
+    gGuidConfig.reset(new (std::nothrow) Config_File<AgentConfig_Guid>);
+    if (!gAgentConfig || !gGuidConfig) {
+        DEBUG_LOG("Failed to initialize configuration file handlers\n");
+        return EXIT_FAILURE;
+    }
+    gPathToExec = argc > 0 ? argv[0] : "";
+    Agent_ParseCommandLine(argc, argv);
+    if (gDisplayHelp) {
+        Agent_DisplayHelp(gDisplayHelpUnrecognized);
+        return EXIT_SUCCESS;
+    }
+    DEBUG_LOG("Agent: Build Number: %s\n", Agent_BuildNumber);
+    gPathToExec = directoryOf(gPathToExec);
+    if (File_Chdir(gPathToExec.c_str()) != 0) {
+        DEBUG_LOG("Agent could not chdir to bin directory %s.", gPathToExec.c_str());
+        return EXIT_FAILURE;
+    }
+    if (gVersion) {
+        Agent_DisplayVersion();
+        return EXIT_SUCCESS;
+    }
+    dropSupplementaryGroups();
+    return runAgent();
+}
