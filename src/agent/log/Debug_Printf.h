@@ -13,7 +13,8 @@ class System_Date;
 /// A line is the UTC time "YYYY-MM-DD hh:mm:ss", ": " and the message, which brings its own line end. Off by
 /// default: log sites go through DEBUG_LOG, which looks at isEnabled() before anything is formatted.
 /// Thread-safe: a whole line is written under one mutex. Nothing here throws or reports a failure: a log that
-/// cannot be written stays silent.
+/// cannot be written stays silent. `errno` is left as it was, so that a log site may stand between a failure
+/// and the look at its cause. Once destroyed, the object is disabled and a log site does nothing.
 class Debug_Printf {
 public:
     enum State { Closed = 0, StandardOutput = 1, LogFile = 2 };
@@ -31,20 +32,26 @@ public:
     /// Writes one stamped message. A log file that has passed 20,480,000 bytes is cut to nothing first.
     void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-    /// Opens `path`, truncating it, and sends the log there. On failure nothing changes and the result is false.
+    /// Opens `path`, truncating it, and sends the log there; a log file that was open is closed. On failure
+    /// nothing changes and the result is false.
     bool logfile_open(const char* path);
     /// Closes the log file if there is one, and switches the log off.
     bool logfile_close();
 
 private:
+    void closeFile();
+    void restartFullFile();
+
     std::unique_ptr<System_Date> date_;
-    mutable std::mutex mutex_;
-    std::FILE* stream_;
+    mutable std::mutex mutex_; ///< guards all but enabled_
+    std::FILE* stream_;        ///< owned in state LogFile only; null if there is none
     std::atomic<bool> enabled_;
     std::string path_;
     int state_;
+    std::string stamp_; ///< kept from line to line, so that a line needs no memory
 };
 
+/// Constructed before and destroyed after all other objects of static life.
 extern Debug_Printf gDebugPrintf;
 
 /// The one way to write to the log: nothing is evaluated while it is off, and the compiler checks the format.
