@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+
+/// Whole files. Both give false on failure, with the cause in `errno`.
+
+/// Replaces `contents` by the file's; after a failure they are unspecified. A file of more than `maximum`
+/// bytes is refused with EFBIG once that many were read. Never waits for the writer of a pipe.
+bool File_ReadWhole(const char* path, std::string& contents, std::size_t maximum);
+
+/// Replaces the file, or makes it, so that at every moment, also after a crash of the process or the machine,
+/// the path names either all of the old contents or all of the new. The new ones are written to `path` +
+/// `suffix` and renamed; a leftover of that name is overwritten. Owner and permissions of an existing file
+/// are kept; a new one gets `mode` less the umask. On failure the temporary file is removed and the old file
+/// stands. Writers of one path in several threads or processes take turns.
+bool File_WriteAtomically(const char* path, const char* suffix, std::string_view contents, mode_t mode);

@@ -1,0 +1,225 @@
+#include "base/File_Operations.h"
+
+#include "agent/log/Debug_Printf.h"
+#include "base/File_Descriptor.h"
+#include "base/String_Functions.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <optional>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr mode_t NewFileMode = 0660;
+constexpr mode_t NewDirectoryMode = 0770;
+constexpr int MaximumFailedWrites = 10;
+
+constexpr std::size_t FirstUserBuffer = 1024;
+constexpr std::size_t MaximumUserBuffer = std::size_t(1) << 20;
+
+struct User {
+    std::string name;
+    uid_t uid;
+    gid_t gid;
+};
+
+/// Asks the user database by one of its re-entrant functions, `ask(record, buffer, size, result)`.
+template <class Ask>
+std::optional<User> findUser(Ask ask) {
+    for (std::size_t size = FirstUserBuffer; size <= MaximumUserBuffer; size *= 2) {
+        std::vector<char> buffer(size);
+        passwd record{};
+        passwd* found = nullptr;
+        const int error = ask(&record, buffer.data(), buffer.size(), &found);
+        if (error == ERANGE)
+            continue;
+        if (found == nullptr) {
+            errno = error;
+            return std::nullopt;
+        }
+        return User{record.pw_name, record.pw_uid, record.pw_gid};
+    }
+    errno = ERANGE;
+    return std::nullopt;
+}
+
+std::optional<User> userByName(const char* name) {
+    return findUser([name](passwd* record, char* buffer, std::size_t size, passwd** found) {
+        return getpwnam_r(name, record, buffer, size, found);
+    });
+}
+
+std::optional<User> userById(uid_t uid) {
+    return findUser([uid](passwd* record, char* buffer, std::size_t size, passwd** found) {
+        return getpwuid_r(uid, record, buffer, size, found);
+    });
+}
+
+mode_t ownerMode(unsigned permissions) {
+    return ((permissions & File_PermissionRead) != 0 ? S_IRUSR : 0U) |
+           ((permissions & File_PermissionWrite) != 0 ? S_IWUSR : 0U) |
+           ((permissions & File_PermissionExecute) != 0 ? S_IXUSR : 0U);
+}
+
+/// The steps of File_SetFileSecurity, with the two calls that reach the file by name or by descriptor.
+template <class ChangeOwner, class ChangeMode>
+bool secure(const char* path, const char* userName, unsigned permissions, ChangeOwner changeOwner,
+            ChangeMode changeMode) {
+    const auto user = userByName(userName);
+    if (!user) {
+        DEBUG_LOG("NXFILE: SetFileSecurity: Could not find user %s\n", userName);
+        return false;
+    }
+    if (changeOwner(user->uid, user->gid) != 0) {
+        DEBUG_LOG("NXFILE: SetFileSecurity: Could not change file ownership %s %s\n", path,
+                  nxGetLastErrorMessage().c_str());
+        return false;
+    }
+    if (changeMode(ownerMode(permissions)) != 0) {
+        DEBUG_LOG("NXFILE: SetFileSecurity: Could not change file access permission %s %s\n", path,
+                  nxGetLastErrorMessage().c_str());
+        return false;
+    }
+    return true;
+}
+
+/// Through the descriptor, so that a name that changes hands meanwhile cannot turn the gift to another file.
+bool secureOpenFile(int descriptor, const char* path, const char* user, unsigned permissions) {
+    return secure(
+        path, user, permissions, [descriptor](uid_t uid, gid_t gid) { return fchown(descriptor, uid, gid); },
+        [descriptor](mode_t mode) { return fchmod(descriptor, mode); });
+}
+
+void deleteKeepingErrno(const char* path) {
+    const int saved = errno;
+    File_Delete(path);
+    errno = saved;
+}
+
+} // namespace
+
+int File_Open(const char* path, unsigned access, unsigned flags) {
+    const bool reads = (access & File_AccessRead) != 0;
+    const bool writes = (access & File_AccessWrite) != 0;
+    int mode = O_CLOEXEC | O_NOCTTY;
+    mode |= reads && writes ? O_RDWR : writes ? O_WRONLY : O_RDONLY;
+    mode |= (flags & File_FlagCreate) != 0 ? O_CREAT : 0;
+    mode |= (flags & File_FlagExclusive) != 0 ? O_EXCL : 0;
+    mode |= (flags & File_FlagTruncate) != 0 ? O_TRUNC : 0;
+    return open(path, mode, NewFileMode);
+}
+
+bool File_Close(int& descriptor) {
+    const int closing = descriptor;
+    descriptor = File_Descriptor::None;
+    return close(closing) == 0;
+}
+
+bool File_Read(int descriptor, void* buffer, std::size_t length, std::size_t& count) {
+    ssize_t got = 0;
+    do {
+        got = read(descriptor, buffer, length);
+    } while (got == -1 && errno == EINTR);
+    count = got > 0 ? static_cast<std::size_t>(got) : 0;
+    return got >= 0;
+}
+
+bool File_Write(int descriptor, const void* buffer, std::size_t length, std::size_t& count) {
+    const char* bytes = static_cast<const char*>(buffer);
+    int failures = 0;
+    count = 0;
+    while (count < length && failures < MaximumFailedWrites) {
+        const ssize_t wrote = write(descriptor, bytes + count, length - count);
+        if (wrote > 0) {
+            count += static_cast<std::size_t>(wrote);
+            failures = 0;
+        } else {
+            ++failures;
+        }
+    }
+    return count == length;
+}
+
+bool File_Seek(int descriptor, std::int64_t offset, std::uint64_t& position, File_SeekMethod method) {
+    const int whence = method == File_SeekFromCurrent ? SEEK_CUR
+                       : method == File_SeekFromEnd   ? SEEK_END
+                                                      : SEEK_SET;
+    const off_t reached = lseek(descriptor, offset, whence);
+    if (reached == -1)
+        return false;
+    position = static_cast<std::uint64_t>(reached);
+    return true;
+}
+
+bool File_Delete(const char* path) {
+    return std::remove(path) == 0;
+}
+
+bool File_Rename(const char* oldPath, const char* newPath) {
+    return std::rename(oldPath, newPath) == 0;
+}
+
+bool File_Save(const char* path, unsigned permissions, unsigned flags, const char* user, const void* buffer,
+               std::size_t length, std::size_t& count) {
+    count = 0;
+    const File_Descriptor file(File_Open(path, File_AccessWrite, flags));
+    if (!file) {
+        DEBUG_LOG("NXFILE:File_Save error opening file %s\n", path);
+        return false;
+    }
+    // Cut, so that a file saved over a longer one does not keep its tail.
+    if (!File_Write(file.get(), buffer, length, count) ||
+        ftruncate(file.get(), static_cast<off_t>(count)) != 0) {
+        DEBUG_LOG("NXFILE:File_Save error writing file %s\n", path);
+        deleteKeepingErrno(path);
+        return false;
+    }
+    if (!secureOpenFile(file.get(), path, user, permissions)) {
+        DEBUG_LOG("NXFILE:File_Save error setting file security %s\n", path);
+        deleteKeepingErrno(path);
+        return false;
+    }
+    return true;
+}
+
+bool File_SetFileSecurity(const char* path, const char* user, unsigned permissions) {
+    return secure(
+        path, user, permissions, [path](uid_t uid, gid_t gid) { return chown(path, uid, gid); },
+        [path](mode_t mode) { return chmod(path, mode); });
+}
+
+bool File_CreateDirectory(const char* path) {
+    if (mkdir(path, NewDirectoryMode) == 0)
+        return true;
+    return errno == EEXIST && File_IsDirectory(path);
+}
+
+int File_Chdir(const char* path) {
+    return chdir(path);
+}
+
+bool File_IsDirectory(const char* path) {
+    struct stat status {};
+    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool File_Exists(const char* path) {
+    struct stat status {};
+    return stat(path, &status) == 0;
+}
+
+std::string File_Get_File_Owner(const char* path) {
+    struct stat status {};
+    if (stat(path, &status) != 0) {
+        DEBUG_LOG("FILE: Error stating file %s %s\n", path, nxGetLastErrorMessage().c_str());
+        return FILE_OWNER_UNKNOWN;
+    }
+    if (const auto user = userById(status.st_uid))
+        return user->name;
+    return std::to_string(static_cast<unsigned short>(status.st_uid));
+}

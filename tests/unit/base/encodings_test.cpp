@@ -1,0 +1,115 @@
+#include "base/Base64.h"
+#include "base/MD5.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+
+namespace {
+
+std::string encoded(const std::string& text) {
+    std::string out = "old";
+    EXPECT_TRUE(encodeBase64(&text, &out));
+    return out;
+}
+
+std::string decoded(const std::string& text, bool whole = true) {
+    std::string out = "old";
+    EXPECT_EQ(decodeBase64(&text, &out), whole) << text;
+    return out;
+}
+
+std::string md5(const std::string& text, unsigned piece) {
+    MD5 digest;
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    for (std::size_t at = 0; at < text.size(); at += piece)
+        digest.update(bytes + at, static_cast<unsigned>(std::min<std::size_t>(piece, text.size() - at)));
+    digest.finalize();
+    const std::unique_ptr<char[]> hex(digest.hex_digest());
+    return hex.get();
+}
+
+} // namespace
+
+TEST(Base64, PadsAndUnpads) {
+    const struct {
+        const char* text;
+        const char* code;
+    } cases[] = {{"", ""},
+                 {"f", "Zg=="},
+                 {"fo", "Zm8="},
+                 {"foo", "Zm9v"},
+                 {"foobar", "Zm9vYmFy"},
+                 {"user:\xff\xfe", "dXNlcjr//g=="},
+                 {"\xfb\xef\xbe", "++++"}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(encoded(c.text), c.code);
+        EXPECT_EQ(decoded(c.code), c.text);
+    }
+    std::string out;
+    EXPECT_FALSE(encodeBase64(nullptr, &out));
+    EXPECT_FALSE(encodeBase64(&out, nullptr));
+    EXPECT_FALSE(decodeBase64(nullptr, &out));
+    EXPECT_FALSE(decodeBase64(&out, nullptr));
+}
+
+TEST(Base64, ZeroByteEndsTheDataOfItsGroup) {
+    EXPECT_EQ(encoded(std::string("a\0bcde\0fg", 9)), "YQ==Y2Rl");
+    EXPECT_EQ(decoded("YQBiY2Rl"), "acde");
+    EXPECT_EQ(decoded("AAAA"), "");
+}
+
+TEST(Base64, SkipsWhatIsNoDigitAndReportsAGroupThatIsCutShort) {
+    EXPECT_EQ(decoded("Zm 9v\r\nYm-Fy\xff"), "foobar");
+    EXPECT_EQ(decoded(std::string("Zm\0"
+                                  "9v",
+                                  5)),
+              "foo");
+    EXPECT_EQ(decoded("Zm9vYmF", false), "foo");
+    EXPECT_EQ(decoded("Z", false), "");
+}
+
+TEST(MD5, GivesTheDigestsOfTheStandard) {
+    const struct {
+        const char* text;
+        const char* digest;
+    } cases[] = {
+        {"", "d41d8cd98f00b204e9800998ecf8427e"},
+        {"abc", "900150983cd24fb0d6963f7d28e17f72"},
+        {"message digest", "f96b697d7cb7938d525a2f31aaf161d0"},
+        {"abcdefghijklmnopqrstuvwxyz", "c3fcd3d76192e4007dfb496cca67e13b"},
+        {"12345678901234567890123456789012345678901234567890123456789012345678901234567890",
+         "57edf4a22be3c955ac49da2e2107b67a"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(md5(c.text, 1000), c.digest) << c.text;
+        EXPECT_EQ(md5(c.text, 1), c.digest) << c.text;
+    }
+}
+
+/// Around the lengths where the padding fills its block or needs another.
+TEST(MD5, PadsAnyLength) {
+    const struct {
+        std::size_t length;
+        const char* digest;
+    } cases[] = {{55, "ef1772b6dff9a122358552954ad0df65"},  {56, "3b0c8ac703f828b04c6c197006d17218"},
+                 {57, "652b906d60af96844ebd21b674f35e93"},  {63, "b06521f39153d618550606be297466d5"},
+                 {64, "014842d480b571495a4a0363793f7367"},  {65, "c743a45e0d2e6a95cb859adae0248435"},
+                 {119, "8a7bd0732ed6a28ce75f6dabc90e1613"}, {120, "5f61c0ccad4cac44c75ff505e1f1e537"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(md5(std::string(c.length, 'a'), 7), c.digest) << c.length;
+}
+
+TEST(MD5, RawDigestIsTheHexadecimalOne) {
+    MD5 digest;
+    const unsigned char text[] = {'a', 'b', 'c'};
+    digest.update(text, 3);
+    digest.finalize();
+    digest.finalize();
+    digest.update(text, 3);
+    const std::unique_ptr<unsigned char[]> raw(digest.raw_digest());
+    EXPECT_EQ(std::memcmp(raw.get(), "\x90\x01\x50\x98\x3c\xd2\x4f\xb0\xd6\x96\x3f\x7d\x28\xe1\x7f\x72", 16),
+              0);
+}
