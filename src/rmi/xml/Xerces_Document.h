@@ -15,13 +15,15 @@ class DOMNode;
 class InputSource;
 XERCES_CPP_NAMESPACE_END
 
-/// The small operations that everything above does with a DOM, and the one road from outside text to a document.
+/// The small operations that everything above does with a DOM, and the one road from outside text to a
+/// document.
 ///
-/// In memory text is bytes, in a document it is XML. Bytes are read as UTF-8; a byte that is not part of valid
-/// UTF-8 and a control character that XML 1.0 cannot carry become one code point of U+EF00 to U+EFFF (U+EF00 plus
-/// the byte) and come back as that byte, so any byte string without zero bytes survives the way there and back.
-/// A document and its elements belong to one thread at a time. Exceptions of the library do not leave this folder
-/// unless an operation says so: operations that build throw std::runtime_error or std::bad_alloc.
+/// In memory text is bytes, in a document it is XML. Bytes are read as UTF-8; a byte that is not part of
+/// valid UTF-8 and a control character that XML 1.0 cannot carry become one code point of U+EF00 to U+EFFF
+/// (U+EF00 plus the byte) and come back as that byte, so any byte string without zero bytes survives the way
+/// there and back. A document and its elements belong to one thread at a time. Exceptions of the library do
+/// not leave this folder unless an operation says so: operations that build throw std::runtime_error or
+/// std::bad_alloc.
 
 struct Xerces_DocumentReleaser {
     void operator()(xercesc::DOMDocument* document) const;
@@ -31,8 +33,8 @@ using Xerces_DocumentPtr = std::unique_ptr<xercesc::DOMDocument, Xerces_Document
 /// Elements nested deeper than this make a document a parse failure.
 constexpr unsigned Xerces_MaximumDepth = 1000;
 
-/// Parses hostile text: no validation, no namespaces, no DTD, no external entities, bounded depth. Null if the
-/// text is not a document; then `reason`, if given, gets one line for a person (position and cause).
+/// Parses hostile text: no validation, no namespaces, no DTD, no external entities, bounded depth. Null if
+/// the text is not a document; then `reason`, if given, gets one line for a person (position and cause).
 /// `bufferId` names the source in such messages.
 Xerces_DocumentPtr Xerces_Parse(std::string_view text, const char* bufferId, std::string* reason = nullptr);
 Xerces_DocumentPtr Xerces_Parse(const xercesc::InputSource& source, std::string* reason = nullptr);

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "rmi/xml/Xerces_Document.h"
+
+#include <xercesc/parsers/XercesDOMParser.hpp>
+#include <xercesc/sax/ErrorHandler.hpp>
+
+#include <cstddef>
+#include <string>
+#include <unordered_set>
+
+/// The parser for every text from outside. It refuses what would cost more than the text itself: a DOCTYPE
+/// (the layer sees to that for the whole process), depth, and the two things in which the library's DOM is
+/// not linear, the number of different names and the number of nodes.
+///
+/// Can be used again after a document; after a failure it is thrown away. Used by one thread at a time.
+class Xerces_Parser final : private xercesc::XercesDOMParser, private xercesc::ErrorHandler {
+public:
+    using XMemory::operator new;
+    using XMemory::operator delete;
+
+    Xerces_Parser();
+    Xerces_Parser(const Xerces_Parser&) = delete;
+    Xerces_Parser& operator=(const Xerces_Parser&) = delete;
+    ~Xerces_Parser() override;
+
+    /// Null on failure, and then `reason`, if given, tells why.
+    Xerces_DocumentPtr run(const xercesc::InputSource& source, std::string* reason);
+
+private:
+    using Attributes = xercesc::RefVectorOf<xercesc::XMLAttr>;
+
+    void startElement(const xercesc::XMLElementDecl& declaration, unsigned int urlId, const XMLCh* prefix,
+                      const Attributes& attributes, XMLSize_t attributeCount, bool isEmpty,
+                      bool isRoot) override;
+    void endElement(const xercesc::XMLElementDecl& declaration, unsigned int urlId, bool isRoot,
+                    const XMLCh* prefix) override;
+    void docCharacters(const XMLCh* text, XMLSize_t length, bool cdataSection) override;
+    void docComment(const XMLCh* comment) override;
+    void docPI(const XMLCh* target, const XMLCh* data) override;
+
+    void warning(const xercesc::SAXParseException& problem) override;
+    void error(const xercesc::SAXParseException& problem) override;
+    void fatalError(const xercesc::SAXParseException& problem) override;
+    void resetErrors() override;
+
+    void countNodes(std::size_t more);
+    void countName(const XMLCh* name);
+
+    std::size_t depth_ = 0;
+    std::size_t nodes_ = 0;
+    std::size_t namesSeen_ = 0;
+    std::unordered_set<std::u16string> names_;
+};
