@@ -1,0 +1,106 @@
+"""A private copy of the staged tree, and programs run in it to their end."""
+
+import shutil
+import subprocess
+import tempfile
+import xml.etree.ElementTree as ET
+from dataclasses import dataclass
+from pathlib import Path
+
+from .envelope import attributes
+from .limits import limit
+
+SANITIZER_SIGNS = ("AddressSanitizer", "LeakSanitizer", "ThreadSanitizer", "runtime error:")
+
+
+def environment():
+    """What the agent's environment holds: nothing that it could depend on."""
+    return {
+        "PATH": "/usr/sbin:/usr/bin:/sbin:/bin",
+        "ASAN_OPTIONS": "exitcode=99",
+        "UBSAN_OPTIONS": "print_stacktrace=1:halt_on_error=1:exitcode=99",
+        "TSAN_OPTIONS": "exitcode=99",
+    }
+
+
+def agent_conf(binds, *, server=None, agent=None, bind_xml=None):
+    """The text of an agent.conf.
+
+    binds: (address, port) pairs. server, agent: attributes of ServerInfo and AgentInfo that differ from the
+    plain case; None leaves one out. bind_xml: the content of BindList instead of the pairs.
+    """
+    server_info = {"hostname": "127.0.0.1", "port": "9", "sslPort": "9", "uri": "/BrindlexServer"} | (server or {})
+    if bind_xml is None:
+        bind_xml = "".join(f"<Bind{attributes({'address': a, 'port': str(p)})}/>" for a, p in binds)
+    return (
+        '<?xml version="1.0" encoding="UTF-8"?>\n<AgentConfiguration version="1.0">\n'
+        f"<ServerInfo{attributes(server_info)}/>\n"
+        f"<AgentInfo{attributes(agent or {})}>\n<BindList>{bind_xml}</BindList>\n</AgentInfo>\n"
+        "</AgentConfiguration>\n"
+    )
+
+
+def uuid_conf(pairs, version="1.1"):
+    """The text of a uuid.conf with (value, hostTarget) pairs."""
+    items = "".join(f"<Uuid{attributes({'value': v, 'hostTarget': h})}/>" for v, h in pairs)
+    return f'<AgentUuidConfiguration version="{version}"><Uuids>{items}</Uuids></AgentUuidConfiguration>'
+
+
+@dataclass
+class Run:
+    status: int
+    stdout: str
+    stderr: str
+
+
+class Tree:
+    """The installed tree. `remove` deletes it."""
+
+    def __init__(self, stage):
+        self.root = Path(tempfile.mkdtemp(prefix="qdv-tree-"))
+        self.top = self.root / "agent"
+        shutil.copytree(stage, self.top, symlinks=True)
+        self.bin = self.top / "bin"
+        self.program = self.bin / "QDVAgent"
+        self.conf = self.top / "conf"
+        self.conf.mkdir(exist_ok=True)
+        self.agent_conf = self.conf / "agent.conf"
+        self.uuid_conf = self.conf / "uuid.conf"
+        self.log_file = self.bin / "QDVAgent.log"
+        for leftover in (self.agent_conf, self.uuid_conf, self.log_file):
+            leftover.unlink(missing_ok=True)
+
+    def remove(self):
+        shutil.rmtree(self.root, ignore_errors=True)
+
+    def identities(self):
+        """The pairs (value, hostTarget) of uuid.conf, which must be whole and in the form that is written."""
+        root = ET.fromstring(self.uuid_conf.read_bytes())
+        assert root.tag == "AgentUuidConfiguration" and root.attrib == {"version": "1.1"}, root.attrib
+        assert [child.tag for child in root] == ["Uuids"] and not root[0].attrib
+        pairs = []
+        for item in root[0]:
+            assert item.tag == "Uuid" and sorted(item.attrib) == ["hostTarget", "value"], item.attrib
+            pairs.append((item.get("value"), item.get("hostTarget")))
+        return pairs
+
+    def run(self, *flags, argv0=None, cwd="/", seconds=10, stdin=subprocess.DEVNULL):
+        """Runs the program to its end. argv0 is what the program sees as its own name."""
+        done = subprocess.run(
+            [str(argv0 if argv0 is not None else self.program), *flags],
+            executable=str(self.program),
+            cwd=cwd,
+            env=environment(),
+            stdin=stdin,
+            capture_output=True,
+            timeout=limit(seconds),
+        )
+        run = Run(done.returncode, done.stdout.decode(), done.stderr.decode(errors="replace"))
+        assert not any(sign in run.stderr for sign in SANITIZER_SIGNS), run.stderr
+        return run
+
+    def is_sanitized(self):
+        """True for a sanitizer build, whose own threads and memory make some measurements meaningless."""
+        return any(sign in self.program.read_bytes() for sign in (b"__asan_init", b"__tsan_init"))
+
+
