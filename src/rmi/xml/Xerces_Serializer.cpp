@@ -130,9 +130,8 @@ private:
             between("<!--", view(node.getNodeValue()), "-->");
             break;
         case DOMNode::PROCESSING_INSTRUCTION_NODE:
-            out_ += "<?";
-            raw(view(node.getNodeName()));
-            between(" ", view(node.getNodeValue()), "?>");
+            between("<?", view(node.getNodeName()), view(node.getNodeValue()).empty() ? "" : " ");
+            between("", view(node.getNodeValue()), "?>");
             break;
         default:
             break;

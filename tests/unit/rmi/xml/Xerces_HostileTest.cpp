@@ -1,0 +1,146 @@
+#include "rmi/xml/Xerces_Document.h"
+
+#include <gtest/gtest.h>
+#include <xercesc/dom/DOMElement.hpp>
+
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace {
+
+std::string repeated(std::string_view text, std::size_t times) {
+    std::string result;
+    result.reserve(text.size() * times);
+    for (std::size_t i = 0; i < times; ++i)
+        result += text;
+    return result;
+}
+
+std::string nested(std::size_t depth) {
+    return repeated("<a>", depth) + repeated("</a>", depth);
+}
+
+std::string refusalOf(std::string_view text) {
+    std::string reason;
+    EXPECT_FALSE(Xerces_Parse(text, "test", &reason)) << text.substr(0, 100);
+    return reason;
+}
+
+TEST(XercesHostile, TextThatIsNoDocumentIsRefusedWithAReason) {
+    const std::string_view texts[] = {
+        "",
+        " ",
+        "junk",
+        "<",
+        "<r",
+        "<r>",
+        "<r></s>",
+        "<r/><r/>",
+        "<r/>junk",
+        "<r a='1' a='2'/>",
+        "<r a=1/>",
+        "<r>&undeclared;</r>",
+        "<r a='&undeclared;'/>",
+        "<r a='\x01'/>",
+        "<r>\xff</r>",
+        "<r>&#0;</r>",
+        "<r>&#1;</r>",
+        "<r>&#xD800;</r>",
+        "<r>\xed\xa0\x80</r>",
+        "<r><![CDATA[</r>",
+        "<r><!-- -- --></r>",
+    };
+    for (const std::string_view text : texts)
+        EXPECT_NE(refusalOf(text), "") << text;
+}
+
+TEST(XercesHostile, ADoctypeIsRefusedWhateverItHolds) {
+    const std::string_view texts[] = {
+        "<!DOCTYPE r><r/>",
+        "<!DOCTYPE r [<!ENTITY a 'b'>]><r>&a;</r>",
+        "<!DOCTYPE r SYSTEM 'file:///etc/passwd'><r/>",
+        "<!DOCTYPE r PUBLIC 'x' 'http://127.0.0.1:1/x'><r/>",
+        "<!DOCTYPE r [<!ENTITY a SYSTEM 'file:///etc/passwd'>]><r>&a;</r>",
+        "<!DOCTYPE r [<!ENTITY % p SYSTEM 'file:///etc/passwd'>%p;]><r/>",
+    };
+    for (const std::string_view text : texts)
+        EXPECT_NE(refusalOf(text), "") << text;
+    // The next document has nothing of it.
+    EXPECT_TRUE(Xerces_Parse("<r/>", "test"));
+}
+
+TEST(XercesHostile, DepthEndsAtTheLimit) {
+    EXPECT_TRUE(Xerces_Parse(nested(Xerces_MaximumDepth), "test"));
+    EXPECT_EQ(refusalOf(nested(Xerces_MaximumDepth + 1)), "elements are nested too deep");
+    // Depth, not the number of elements, is what counts, also for elements without content.
+    EXPECT_TRUE(Xerces_Parse("<r>" + repeated("<a/><b></b>", 2 * Xerces_MaximumDepth) + "</r>", "test"));
+}
+
+TEST(XercesHostile, BombsCostNoTime) {
+    std::string laughs = "<!DOCTYPE r [<!ENTITY a0 'lol'>";
+    for (int i = 1; i < 30; ++i) {
+        const std::string before = "&a" + std::to_string(i - 1) + ";";
+        laughs += "<!ENTITY a" + std::to_string(i) + " '" + repeated(before, 10) + "'>";
+    }
+    laughs += "]><r>&a29;</r>";
+    std::string attributes = "<r";
+    std::string elements = "<r>";
+    std::string spread = "<r>";
+    for (int i = 0; i < 100'000; ++i) {
+        const std::string name = "n" + std::to_string(i);
+        attributes += " " + name + "=''";
+        elements += "<" + name + "/>";
+        spread += "<e " + name + "=''/>";
+    }
+    const std::string bombs[] = {
+        laughs,
+        repeated("<a>", 1'000'000),
+        repeated("<a b='", 1'000'000),
+        attributes + "/>",
+        elements + "</r>",
+        spread + "</r>",
+        // Too many only if every kind of node counts.
+        "<r>" + repeated("<a/><?a?><!----><![CDATA[x]]>", 250'000) + "</r>",
+    };
+    for (const std::string& bomb : bombs) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_NE(refusalOf(bomb), "");
+        // Generous for a sanitizer on a busy machine; unbounded, most of these take from half a minute to
+        // hours.
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8)) << bomb.substr(0, 40);
+    }
+}
+
+TEST(XercesHostile, LargeHonestDocumentsPass) {
+    const std::string text(3'000'000, 'x');
+    const Xerces_DocumentPtr document = Xerces_Parse(
+        "<r>" + repeated("<f name='n' size='1' owner='o'/>", 100'000) + "<t>" + text + "</t></r>", "test");
+    ASSERT_TRUE(document);
+    EXPECT_EQ(Xerces_Descendants(*Xerces_Root(*document), "f").size(), 100'000U);
+    EXPECT_EQ(Xerces_FirstText(*Xerces_FirstDescendant(*Xerces_Root(*document), "t")), text);
+}
+
+TEST(XercesHostile, ThreadsParseAndWriteAtOnce) {
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([number] {
+            const std::string good = "<r n='" + std::to_string(number) + "'><a/>text</r>";
+            for (int i = 0; i < 200; ++i) {
+                const Xerces_DocumentPtr document = Xerces_Parse(good, "test");
+                ASSERT_TRUE(document);
+                EXPECT_EQ(Xerces_GetAttribute(*Xerces_Root(*document), "n"), std::to_string(number));
+                const Xerces_DocumentPtr copy = Xerces_Parse(Xerces_Serialize(*document), "test");
+                ASSERT_TRUE(copy);
+                EXPECT_EQ(Xerces_Serialize(*copy), Xerces_Serialize(*document));
+                EXPECT_FALSE(Xerces_Parse(i % 2 == 0 ? "<r><a></r>" : "<!DOCTYPE r><r/>", "test"));
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+} // namespace
