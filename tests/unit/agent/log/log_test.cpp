@@ -1,5 +1,6 @@
 #include "agent/log/Debug_Printf.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -8,12 +9,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
+
+using testing::MatchesRegex;
 
 namespace {
 
@@ -63,9 +65,8 @@ TEST_F(Log, IsOffUntilAFileIsOpened) {
     log.setEnabled(true);
     log.print("two\nlines\n");
     const std::string stamp = "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}: ";
-    EXPECT_TRUE(std::regex_match(
-        logged(), std::regex(stamp + "Agent: one 1\n" + stamp + "no line end, " + stamp + "two\nlines\n")))
-        << logged();
+    EXPECT_THAT(logged(),
+                MatchesRegex(stamp + "Agent: one 1\n" + stamp + "no line end, " + stamp + "two\nlines\n"));
 
     EXPECT_TRUE(log.logfile_close());
     EXPECT_FALSE(log.isEnabled());
@@ -186,11 +187,11 @@ TEST_F(Log, LinesStayWholeWhileTheFileIsOpenedAndClosed) {
         thread.join();
     log.print("end\n");
     std::ifstream file(path);
-    const std::regex whole("....-..-.. ..:..:..: (a{200}|b{200}|c{200}|d{200}|end)");
+    const auto whole = MatchesRegex("....-..-.. ..:..:..: (a{200}|b{200}|c{200}|d{200}|end)");
     std::string line;
     int lines = 0;
     for (; std::getline(file, line); ++lines)
-        ASSERT_TRUE(std::regex_match(line, whole)) << line;
+        ASSERT_THAT(line, whole);
     EXPECT_GE(lines, 1);
 }
 
