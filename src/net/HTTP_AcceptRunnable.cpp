@@ -1,0 +1,83 @@
+#include "net/HTTP_AcceptRunnable.h"
+
+#include "net/HTTP_WorkerRunnable.h"
+#include "threads/MutexLock.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+#include <memory>
+#include <new>
+
+namespace {
+
+/// How long a port rests when the host has no descriptor or memory left for another connection.
+constexpr unsigned shortageWaitMilliseconds = 100;
+
+/// What accept(2) reports about one connection that went wrong, or about a shortage that passes. The listener
+/// itself is as good as before.
+bool isTransient(int error) {
+    constexpr int transient[] = {EINTR,       ECONNABORTED, EAGAIN, EMFILE,       ENFILE,
+                                 ENOBUFS,     ENOMEM,       EPERM,  EPROTO,       ENETDOWN,
+                                 ENOPROTOOPT, EHOSTDOWN,    ENONET, EHOSTUNREACH, ENETUNREACH};
+    return std::find(std::begin(transient), std::end(transient), error) != std::end(transient);
+}
+
+bool isWorthNoWait(int error) {
+    return error == EINTR || error == ECONNABORTED;
+}
+
+} // namespace
+
+bool HTTP_AcceptRunnable::isToldToTerminate() {
+    bool terminate = false;
+    return !isTerminateSet(terminate) || terminate;
+}
+
+void HTTP_AcceptRunnable::run() {
+    while (!isToldToTerminate() && acceptOne()) {
+    }
+}
+
+/// False if the listener has failed for good.
+bool HTTP_AcceptRunnable::acceptOne() {
+    int error = 0;
+    try {
+        Socket_SocketImpl connection;
+        if (listener_.accept(&connection)) {
+            if (!isToldToTerminate())
+                handOver(connection);
+            return true;
+        }
+        error = errno;
+    } catch (const std::bad_alloc&) {
+        error = ENOMEM;
+    } catch (...) {
+        // A handler or a pool that fails costs the connection that it was for.
+        return true;
+    }
+    if (!isTransient(error))
+        return false;
+    if (!isWorthNoWait(error))
+        waitForSemaphore(shortageWaitMilliseconds);
+    return true;
+}
+
+/// What is not handed over closes with its owner on the way out.
+void HTTP_AcceptRunnable::handOver(Socket_SocketImpl& connection) {
+    std::unique_ptr<HTTP_RequestHandler> handler;
+    {
+        const MutexLock lock(handlerMutex_.get());
+        handler = handlers_.createHandler();
+    }
+    if (handler == nullptr)
+        return;
+    auto worker = std::make_unique<HTTP_WorkerRunnable>(std::move(handler));
+    if (worker->getSocket().copy(&connection) && workers_.handleRunnable(worker.get(), true))
+        (void)worker.release();
+}
+
+bool HTTP_AcceptRunnable::setToTerminate() {
+    const bool told = Thread_Runnable::setToTerminate();
+    return wake_.create(Socket_Socket::TRANSPORT_TCP, false) && wake_.beginConnectTo(listener_) && told;
+}

@@ -1,0 +1,87 @@
+#include "net/HTTP_HeaderAuthorization.h"
+
+#include "base/Base64.h"
+#include "net/HTTP_Digest.h"
+#include "net/HTTP_Text.h"
+
+#include <array>
+#include <cstdio>
+
+namespace {
+
+/// RFC 2616, 2.2: inside quotes, a quote or a backslash takes a backslash before it.
+std::string escaped(std::string_view text) {
+    std::string result;
+    for (const char c : text) {
+        if (c == '"' || c == '\\')
+            result += '\\';
+        result += c;
+    }
+    return result;
+}
+
+void appendQuoted(std::string& out, std::string_view name, std::string_view value) {
+    out.append(name).append("=\"").append(value).append("\"");
+}
+
+/// RFC 2617, 3.2.2: eight hexadecimal digits.
+std::string nonceCountText(unsigned count) {
+    std::array<char, 9> text{};
+    std::snprintf(text.data(), text.size(), "%08x", count);
+    return text.data();
+}
+
+} // namespace
+
+bool HTTP_HeaderAuthorizationBase::getSerializeValue(std::string* out) const {
+    switch (scheme_) {
+    case AUTHENTICATION_BASIC:
+        return appendBasic(*out);
+    case AUTHENTICATION_DIGEST:
+        return appendDigest(*out);
+    default:
+        return false;
+    }
+}
+
+bool HTTP_HeaderAuthorizationBase::appendBasic(std::string& out) const {
+    const std::string credentials = username_ + ":" + password_;
+    std::string encoded;
+    if (!encodeBase64(&credentials, &encoded))
+        return false;
+    out.append("Basic ").append(encoded);
+    return true;
+}
+
+bool HTTP_HeaderAuthorizationBase::appendDigest(std::string& out) const {
+    const auto methodText = HTTP_MethodText(method_);
+    if (!methodText || (!qop_.empty() && qop_ != "auth"))
+        return false;
+    HTTP_DigestInput input;
+    input.username = username_;
+    input.realm = realm_;
+    input.password = password_;
+    input.method = *methodText;
+    input.uri = uri_;
+    input.nonce = nonce_;
+    input.qop = qop_;
+    input.nonceCount = nonceCountText(nonceCount_);
+    input.cnonce = cnonce_;
+    input.sessionKey = algorithm_ == DIGEST_MD5_SESS;
+
+    out.append("Digest ");
+    appendQuoted(out, "username", escaped(username_));
+    // What came from the challenge goes back as it came, with any backslash that is already in it.
+    appendQuoted(out, ", realm", realm_);
+    appendQuoted(out, ", nonce", nonce_);
+    appendQuoted(out, ", uri", uri_);
+    out.append(", algorithm=").append(input.sessionKey ? "MD5-sess" : "MD5");
+    appendQuoted(out, ", response", HTTP_DigestResponse(input));
+    if (!qop_.empty())
+        out.append(", qop=").append(qop_).append(", nc=").append(input.nonceCount);
+    if (!qop_.empty() || input.sessionKey)
+        appendQuoted(out, ", cnonce", cnonce_);
+    if (!opaque_.empty())
+        appendQuoted(out, ", opaque", opaque_);
+    return true;
+}

@@ -1,0 +1,147 @@
+#include "net/HTTP_Reader.h"
+
+#include "agent/log/Debug_Printf.h"
+#include "net/HTTP_Text.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+#include <utility>
+
+namespace {
+
+/// The map node, the header object and the string blocks that a header takes beside the text of its line.
+constexpr std::size_t headerOverhead = 256;
+
+/// A code of more digits is not looked at further.
+constexpr std::size_t longestCode = 32;
+
+bool isLineEnd(char c) {
+    return c == '\r' || c == '\n';
+}
+
+bool endsHeaders(std::string_view line) {
+    return line == "\r" || line == "\n" || line == "\r\n";
+}
+
+} // namespace
+
+bool HTTP_ParseRequestLine(std::string_view line, HTTP_RequestLine& result) {
+    const std::size_t methodEnd = line.find(' ');
+    const std::size_t uri = methodEnd == std::string_view::npos ? methodEnd : line.find('/', methodEnd);
+    const std::size_t uriEnd = uri == std::string_view::npos ? uri : line.find(' ', uri);
+    if (uriEnd == std::string_view::npos)
+        return false;
+    const std::string_view rest = line.substr(uriEnd + 1);
+    const std::size_t versionEnd = std::min(rest.find('\r'), rest.find('\n'));
+    if (versionEnd == std::string_view::npos)
+        return false;
+    result.method = HTTP_MethodFromText(line.substr(0, methodEnd));
+    result.uri = line.substr(uri, uriEnd - uri);
+    result.version = rest.substr(0, versionEnd);
+    return true;
+}
+
+bool HTTP_ParseStatusLine(std::string_view line, std::string& version, HTTP_Return_Code& code) {
+    const std::size_t versionEnd = line.find(' ');
+    if (versionEnd == std::string_view::npos)
+        return false;
+    const std::size_t digits = line.find_first_of("0123456789", versionEnd);
+    const std::size_t end = digits == std::string_view::npos ? digits : line.find(' ', digits);
+    if (end == std::string_view::npos)
+        return false;
+    const std::string number(line.substr(digits, std::min(end - digits, longestCode)));
+    version = line.substr(0, versionEnd);
+    code = static_cast<HTTP_Return_Code>(std::strtol(number.c_str(), nullptr, 10));
+    return true;
+}
+
+bool HTTP_HeadReader::spend(std::size_t bytes) {
+    spent_ += bytes;
+    return spent_ <= HTTP_HeaderBlockLimit;
+}
+
+bool HTTP_HeadReader::takeByte(std::string& line) {
+    if (!spend(1))
+        return false;
+    line += input_.arrived().front();
+    input_.consume(1);
+    return true;
+}
+
+bool HTTP_HeadReader::readLine(std::string& line) {
+    line.clear();
+    while (Socket_AwaitBytes(input_, 1, timeLimit_)) {
+        const std::string_view arrived = input_.arrived();
+        const std::size_t text = std::find_if(arrived.begin(), arrived.end(), isLineEnd) - arrived.begin();
+        if (!spend(text))
+            return false;
+        line += arrived.substr(0, text);
+        const bool found = text < arrived.size();
+        input_.consume(text);
+        if (!found)
+            continue;
+        const bool carriageReturn = input_.arrived().front() == '\r';
+        if (!takeByte(line))
+            return false;
+        if (!carriageReturn)
+            return true;
+        if (!Socket_AwaitBytes(input_, 1, timeLimit_))
+            return false;
+        return input_.arrived().front() != '\n' || takeByte(line);
+    }
+    return false;
+}
+
+bool HTTP_HeadReader::addHeader(const std::string& line, HTTP_HeaderMap& headers) {
+    if (!spend(headerOverhead))
+        return false;
+    auto header = HTTP_FactoryAllocateHeader(HTTP_SkipBlanks(line));
+    if (!header->parse(&line))
+        return false;
+    std::string name = header->getName();
+    headers.emplace(std::move(name), std::move(header));
+    return true;
+}
+
+bool HTTP_HeadReader::readHeaders(HTTP_HeaderMap& headers) {
+    headers.clear();
+    std::string line;
+    while (readLine(line)) {
+        DEBUG_LOG("%s", line.c_str());
+        if (endsHeaders(line))
+            return true;
+        if (!addHeader(line, headers))
+            break;
+    }
+    headers.clear();
+    return false;
+}
+
+bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, std::string& body) {
+    body.clear();
+    if (length > HTTP_BodyLimit)
+        return false;
+    while (body.size() < length) {
+        if (!Socket_AwaitBytes(input, 1, timeLimit))
+            return false;
+        const std::string_view bytes = input.arrived().substr(0, length - body.size());
+        body += bytes;
+        input.consume(bytes.size());
+    }
+    return true;
+}
+
+bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, std::string& body) {
+    body.clear();
+    std::size_t received = 0;
+    while (Socket_AwaitBytes(input, 1, timeLimit)) {
+        const std::string_view bytes = input.arrived();
+        received += bytes.size();
+        if (received > HTTP_BodyLimit)
+            return false;
+        std::remove_copy_if(bytes.begin(), bytes.end(), std::back_inserter(body), isLineEnd);
+        input.consume(bytes.size());
+    }
+    return true;
+}

@@ -1,0 +1,137 @@
+#include "net/HTTP_ServerImpl.h"
+
+#include "agent/log/Debug_Printf.h"
+#include "net/HTTP_AcceptRunnable.h"
+#include "threads/MutexLock.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+constexpr unsigned fewestWorkers = 2;
+constexpr unsigned workerGrowth = 10;
+
+bool isPort(int port) {
+    return port >= 0 && port <= std::numeric_limits<unsigned short>::max();
+}
+
+} // namespace
+
+std::unique_ptr<HTTP_Server> HTTP_FactoryAllocateServer() {
+    return std::make_unique<HTTP_ServerImpl>();
+}
+
+bool HTTP_LayerInit() {
+    return Socket_LayerInit();
+}
+
+void HTTP_LayerCleanup() {
+    Socket_LayerCleanup();
+}
+
+HTTP_ServerImpl::HTTP_ServerImpl() = default;
+
+HTTP_ServerImpl::~HTTP_ServerImpl() = default;
+
+bool HTTP_ServerImpl::init(const std::vector<HTTP_AddressPortPair*>& pairs, Socket_SSLFactory* sslFactory,
+                           HTTP_RequestHandlerFactory* handlerFactory, unsigned workers) {
+    const MutexLock lock(mutex());
+    if (checkForErrorBeforeStart(false, false) || sslFactory == nullptr || handlerFactory == nullptr)
+        return false;
+    if (!acceptPool_.init(static_cast<unsigned>(pairs.size()), 0, 0) ||
+        !workerPool_.init(std::max(workers, fewestWorkers), Thread_Pool::Unlimited, workerGrowth))
+        return false;
+    sslFactory_ = sslFactory;
+    handlerFactory_ = handlerFactory;
+    sockets_.clear();
+    const auto opened = [this](const HTTP_AddressPortPair* pair) {
+        return pair == nullptr || openSocket(*pair);
+    };
+    if (std::all_of(pairs.rbegin(), pairs.rend(), opened))
+        return true;
+    closeSockets();
+    return false;
+}
+
+bool HTTP_ServerImpl::openSocket(const HTTP_AddressPortPair& pair) {
+    auto opened = std::make_unique<HTTP_SocketPair>();
+    opened->pair = pair;
+    opened->socket.registerSSLFactory(sslFactory_);
+    if (!isPort(pair.getPort()) || !opened->socket.create(Socket_Socket::TRANSPORT_TCP, true) ||
+        !opened->socket.bind(pair.getAddress(), static_cast<unsigned short>(pair.getPort())) ||
+        !opened->socket.listen())
+        return false;
+    sockets_.push_back(std::move(opened));
+    return true;
+}
+
+bool HTTP_ServerImpl::start() {
+    DEBUG_LOG("HTTP: attempting startup\n");
+    const MutexLock lock(mutex());
+    if (!checkForErrorBeforeStart(false, false)) {
+        setAsRunning(false, false);
+        try {
+            if (startThreads()) {
+                DEBUG_LOG("HTTP: startup successful\n");
+                return true;
+            }
+        } catch (...) {
+            // A thread or a runnable that can't be made ends the start as any other failure does.
+        }
+    }
+    DEBUG_LOG("HTTP: startup failed\n");
+    return false;
+}
+
+bool HTTP_ServerImpl::startThreads() {
+    if (handlerFactory_ == nullptr || !acceptPool_.start() || !workerPool_.start())
+        return false;
+    for (const auto& listening : sockets_) {
+        auto runnable = std::make_unique<HTTP_AcceptRunnable>(listening->socket, workerPool_,
+                                                              *handlerFactory_, handlerMutex_);
+        if (!acceptPool_.handleRunnable(runnable.get(), false))
+            return false;
+        (void)runnable.release();
+    }
+    return true;
+}
+
+bool HTTP_ServerImpl::shutdown(bool& stillRunning, unsigned attempt, bool lastAttempt) {
+    stillRunning = false;
+    DEBUG_LOG("HTTP: attempting shutdown\n");
+    {
+        const MutexLock lock(mutex());
+        if (checkForErrorAtShutdown(false, false)) {
+            DEBUG_LOG("HTTP: shutdown failed: not running\n");
+            return false;
+        }
+        setAsShuttingdown(false, false);
+    }
+    // Not under the mutex: a pool waits for its threads here.
+    bool acceptsRun = false;
+    bool workersRun = false;
+    acceptPool_.shutdown(acceptsRun, attempt, lastAttempt);
+    workerPool_.shutdown(workersRun, attempt, lastAttempt);
+    stillRunning = acceptsRun || workersRun;
+    if (!stillRunning)
+        DEBUG_LOG("HTTP: shutdown successful\n");
+    else if (lastAttempt)
+        DEBUG_LOG("HTTP: threads still running on last attempt to shutdown\n");
+    else
+        DEBUG_LOG("HTTP: threads still running\n");
+    if (!stillRunning || lastAttempt)
+        setAsShutdown(true, true);
+    return true;
+}
+
+void HTTP_ServerImpl::closeSockets() {
+    sockets_.clear();
+}
+
+std::vector<unsigned short> HTTP_ServerImpl::getPorts() const {
+    std::vector<unsigned short> ports;
+    for (auto listening = sockets_.rbegin(); listening != sockets_.rend(); ++listening)
+        ports.push_back((*listening)->socket.getLocalPort());
+    return ports;
+}

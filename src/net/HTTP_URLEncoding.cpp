@@ -1,0 +1,66 @@
+#include "net/HTTP_URLEncoding.h"
+
+#include <cstdlib>
+
+namespace {
+
+constexpr int hexadecimal = 16;
+constexpr std::size_t escapeLength = 3;
+
+bool standsForItself(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+int digit(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    return -1;
+}
+
+char escapedByte(char first, char second) {
+    if (digit(first) >= 0 && digit(second) >= 0)
+        return static_cast<char>(digit(first) * hexadecimal + digit(second));
+    const char text[] = {first, second, '\0'};
+    return static_cast<char>(std::strtol(text, nullptr, hexadecimal));
+}
+
+} // namespace
+
+std::string decodeURLEncoding(std::string_view text) {
+    std::string decoded;
+    decoded.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '+') {
+            decoded += ' ';
+        } else if (text[i] == '%' && text.size() - i >= escapeLength) {
+            decoded += escapedByte(text[i + 1], text[i + 2]);
+            i += escapeLength - 1;
+        } else {
+            decoded += text[i];
+        }
+    }
+    return decoded;
+}
+
+std::string encodeURLEncoding(std::string_view text) {
+    constexpr char digits[] = "0123456789ABCDEF";
+    std::string encoded;
+    encoded.reserve(text.size() + text.size() / 5 + 16);
+    for (const char c : text) {
+        if (standsForItself(c)) {
+            encoded += c;
+        } else if (c == ' ') {
+            encoded += '+';
+        } else {
+            const auto byte = static_cast<unsigned char>(c);
+            encoded += '%';
+            encoded += digits[byte / hexadecimal];
+            encoded += digits[byte % hexadecimal];
+        }
+    }
+    return encoded;
+}
