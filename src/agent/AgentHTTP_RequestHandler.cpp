@@ -19,8 +19,7 @@ static_assert(page.size() == 84);
 constexpr std::string_view pageUri = "/";
 constexpr std::string_view methodUri = "/nxCommand";
 
-bool replyWithoutBody(HTTP_File& file, HTTP_Return_Code code)
-{
+bool replyWithoutBody(HTTP_File& file, HTTP_Return_Code code) {
     return file.sendReply(code, HTTP_CONTENT_TYPE_TEXT_HTML, nullptr, 0);
 }
 
@@ -30,8 +29,7 @@ struct Reply {
 };
 
 /// The method's answer to one request; nothing if the envelope itself failed.
-std::optional<Reply> callMethod(HTTP_File& file, RMI_PeerVerifyHandler& peer, const std::string& request)
-{
+std::optional<Reply> callMethod(HTTP_File& file, RMI_PeerVerifyHandler& peer, const std::string& request) {
     AgentRMI_MethodFactory factory;
     RMI_RequestHandler handler;
     if (!handler.registerMethodFactory(&factory))
@@ -48,16 +46,14 @@ std::optional<Reply> callMethod(HTTP_File& file, RMI_PeerVerifyHandler& peer, co
 
 } // namespace
 
-bool AgentHTTP_RequestHandler::handleGet(HTTP_File* file, bool& keepFile)
-{
+bool AgentHTTP_RequestHandler::handleGet(HTTP_File* file, bool& keepFile) {
     keepFile = false;
     if (file->getURI() != pageUri)
         return replyWithoutBody(*file, HTTP_RETURN_NOT_FOUND);
     return file->sendReply(HTTP_RETURN_OK, HTTP_CONTENT_TYPE_TEXT_HTML, page.data(), page.size());
 }
 
-bool AgentHTTP_RequestHandler::handlePost(HTTP_File* file, bool& keepFile)
-{
+bool AgentHTTP_RequestHandler::handlePost(HTTP_File* file, bool& keepFile) {
     keepFile = false;
     AgentHTTP_PeerVerifyHandler peer;
     peer.registerFile(file);
@@ -82,7 +78,6 @@ bool AgentHTTP_RequestHandler::handlePost(HTTP_File* file, bool& keepFile)
                            static_cast<int>(reply->length));
 }
 
-std::unique_ptr<HTTP_RequestHandler> AgentHTTP_RequestHandlerFactory::createHandler()
-{
+std::unique_ptr<HTTP_RequestHandler> AgentHTTP_RequestHandlerFactory::createHandler() {
     return std::make_unique<AgentHTTP_RequestHandler>();
 }

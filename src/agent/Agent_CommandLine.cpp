@@ -25,15 +25,15 @@ struct Flag {
 
 /// In the order of the help text.
 constexpr Flag flags[] = {
-    {"-deleteConfig", "Deletes the GUID and policy configuration files at startup", [] { gDeleteConfig = true; }},
+    {"-deleteConfig", "Deletes the GUID and policy configuration files at startup",
+     [] { gDeleteConfig = true; }},
     {"-editConfig", "Edit the agent configuration file", [] { gEditConfig = true; }},
     {"-verbose", "Prints debug statments to stdout", [] { gDebugPrintf.setEnabled(true); }},
     {"-version", "Displays the version of the QDVAgent", [] { gVersion = true; }},
     {"-help", "\tDisplays this output", [] { gDisplayHelp = true; }},
 };
 
-const Flag* findFlag(const char* argument)
-{
+const Flag* findFlag(const char* argument) {
     for (const Flag& flag : flags)
         if (std::strcmp(argument, flag.name) == 0)
             return &flag;
@@ -42,8 +42,7 @@ const Flag* findFlag(const char* argument)
 
 } // namespace
 
-bool Agent_ParseCommandLine(int argc, char* argv[])
-{
+bool Agent_ParseCommandLine(int argc, char* argv[]) {
     for (int i = 1; i < argc; ++i) {
         if (const Flag* flag = findFlag(argv[i])) {
             flag->apply();
@@ -56,15 +55,13 @@ bool Agent_ParseCommandLine(int argc, char* argv[])
     return true;
 }
 
-void Agent_DisplayHelp(bool unrecognized)
-{
+void Agent_DisplayHelp(bool unrecognized) {
     std::printf("\nQDV Agent:%s\n", unrecognized ? " unrecognized flag:" : "");
     std::printf("Usage:\n\n");
     for (const Flag& flag : flags)
         std::printf("  %s\t%s\n", flag.name, flag.help);
 }
 
-void Agent_DisplayVersion()
-{
+void Agent_DisplayVersion() {
     std::printf("\nQDVAgent, version %s build x%s\n%s", versionNumber, Agent_BuildNumber, "");
 }

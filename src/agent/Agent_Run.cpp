@@ -18,9 +18,8 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
-
 #include <unistd.h>
+#include <vector>
 
 Thread_Semaphore gShutdownSemaphore;
 
@@ -29,9 +28,9 @@ namespace {
 constexpr unsigned httpWorkers = 5;
 constexpr unsigned noTimeLimit = 0xFFFFFFFF;
 
-/// The platform has nothing to set up or take down for the system layer; the stage keeps its place in the order.
-bool System_LayerInit()
-{
+/// The platform has nothing to set up or take down for the system layer; the stage keeps its place in the
+/// order.
+bool System_LayerInit() {
     return true;
 }
 
@@ -47,8 +46,9 @@ private:
     void (*cleanup_)();
 };
 
-/// One life of the agent. The members stand in the order in which they come up, so that their destruction is the
-/// clean-up: the server first, the XML layer last, after a clean stop as after a start that failed half-way.
+/// One life of the agent. The members stand in the order in which they come up, so that their destruction is
+/// the clean-up: the server first, the XML layer last, after a clean stop as after a start that failed
+/// half-way.
 class AgentLife {
 public:
     bool start();
@@ -99,8 +99,7 @@ const AgentLife::Stage AgentLife::stages[] = {
 
 /// The configuration files report failure by their result; whatever is thrown on the way counts as the same.
 template <typename Operation>
-bool succeeds(Operation operation)
-{
+bool succeeds(Operation operation) {
     try {
         return operation();
     } catch (...) {
@@ -108,50 +107,43 @@ bool succeeds(Operation operation)
     }
 }
 
-bool AgentLife::bringXmlUp()
-{
+bool AgentLife::bringXmlUp() {
     if (!Xerces_LayerInit())
         return false;
     xmlLayer_.emplace(Xerces_LayerCleanup);
     return true;
 }
 
-bool AgentLife::bringHttpUp()
-{
+bool AgentLife::bringHttpUp() {
     if (!HTTP_LayerInit())
         return false;
     httpLayer_.emplace(HTTP_LayerCleanup);
     return true;
 }
 
-bool AgentLife::bringSystemUp()
-{
+bool AgentLife::bringSystemUp() {
     if (!System_LayerInit())
         return false;
     DEBUG_LOG("Agent: starting server\n");
     return true;
 }
 
-std::string configurationDirectory()
-{
+std::string configurationDirectory() {
     return gPathToExec + "/../conf";
 }
 
-bool AgentLife::findConfiguration()
-{
+bool AgentLife::findConfiguration() {
     gAgentConfig->setFilename("agent.conf");
     gAgentConfig->setPathname(configurationDirectory());
     return gAgentConfig->findFile();
 }
 
-bool AgentLife::readConfiguration()
-{
+bool AgentLife::readConfiguration() {
     return succeeds([] { return gAgentConfig->readFile(); });
 }
 
 /// The agent starts without identities as well as with them: a server gives it one on its first call.
-bool AgentLife::loadIdentities()
-{
+bool AgentLife::loadIdentities() {
     gGuidConfig->setFilename("uuid.conf");
     gGuidConfig->setPathname(configurationDirectory());
     if (!gGuidConfig->findFile()) {
@@ -169,31 +161,26 @@ bool AgentLife::loadIdentities()
     return true;
 }
 
-bool AgentLife::takeBindList()
-{
+bool AgentLife::takeBindList() {
     bindList_ = gAgentConfig->getConfig()->getBindList();
     return true;
 }
 
-bool AgentLife::allocateServer()
-{
+bool AgentLife::allocateServer() {
     server_ = HTTP_FactoryAllocateServer();
     return server_ != nullptr;
 }
 
-bool AgentLife::initServer()
-{
+bool AgentLife::initServer() {
     return server_->init(bindList_, &gSSLFactory, &requestHandlerFactory_, httpWorkers);
 }
 
-bool AgentLife::armSignals()
-{
+bool AgentLife::armSignals() {
     signals_.emplace();
     return true;
 }
 
-bool AgentLife::startServices()
-{
+bool AgentLife::startServices() {
     manager_.registerThreadable(server_.get());
     if (!manager_.start())
         return false;
@@ -201,8 +188,7 @@ bool AgentLife::startServices()
     return true;
 }
 
-bool AgentLife::start()
-{
+bool AgentLife::start() {
     for (const Stage& stage : stages) {
         if ((this->*stage.bring)())
             continue;
@@ -212,21 +198,18 @@ bool AgentLife::start()
     return true;
 }
 
-void AgentLife::waitForShutdownRequest()
-{
+void AgentLife::waitForShutdownRequest() {
     Thread_GrabSemaphore(&gShutdownSemaphore, noTimeLimit);
 }
 
-bool AgentLife::stop()
-{
+bool AgentLife::stop() {
     DEBUG_LOG("Agent: attempting shutdown\n");
     return manager_.shutdown();
 }
 
 } // namespace
 
-int Agent_Run()
-{
+int Agent_Run() {
     AgentLife life;
     if (!life.start())
         return EXIT_FAILURE;
@@ -239,8 +222,7 @@ int Agent_Run()
     return EXIT_SUCCESS;
 }
 
-void Agent_Exit(int status)
-{
+void Agent_Exit(int status) {
     std::fflush(nullptr);
     _exit(status);
 }

@@ -5,15 +5,13 @@
 #include "threads/Thread_Semaphore.h"
 
 #include <csignal>
-
 #include <pthread.h>
 
 namespace {
 
 constexpr int stopSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGXCPU};
 
-sigset_t stopSignalSet()
-{
+sigset_t stopSignalSet() {
     sigset_t set;
     sigemptyset(&set);
     for (int signal : stopSignals)
@@ -23,35 +21,31 @@ sigset_t stopSignalSet()
 
 } // namespace
 
-void Agent_SetShutdownFlag()
-{
+void Agent_SetShutdownFlag() {
     Thread_ReleaseSemaphore(&gShutdownSemaphore);
 }
 
-void Agent_SignalHandler(int signal)
-{
+void Agent_SignalHandler(int signal) {
     DEBUG_LOG("Agent_SignalHandler() agent received signal %d. Shutting down.\n", signal);
     Agent_SetShutdownFlag();
 }
 
-Agent_Signals::Agent_Signals()
-{
+Agent_Signals::Agent_Signals() {
     std::signal(SIGPIPE, SIG_IGN);
     const sigset_t set = stopSignalSet();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     thread_ = std::thread([this] { waitForSignals(); });
 }
 
-Agent_Signals::~Agent_Signals()
-{
+Agent_Signals::~Agent_Signals() {
     ending_ = true;
-    // The mask stays: a stop signal that comes this late would kill the process in the middle of its clean-up.
+    // The mask stays: a stop signal that comes this late would kill the process in the middle of its
+    // clean-up.
     pthread_kill(thread_.native_handle(), SIGTERM);
     thread_.join();
 }
 
-void Agent_Signals::waitForSignals()
-{
+void Agent_Signals::waitForSignals() {
     const sigset_t set = stopSignalSet();
     for (;;) {
         int signal = 0;

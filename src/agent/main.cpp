@@ -2,6 +2,7 @@
 //
 //   main.cpp                   command line, working directory, editor or agent, exit status
 //   Agent_CommandLine          the flags, help and version texts
+//   Agent_EditConfig           the dialog that makes agent.conf
 //   Agent_Run                  all stages of start and stop, in their order
 //   Agent_Signals              the thread that turns stop signals into a request to shut down
 //   AgentHTTP_RequestHandler   what GET and POST mean on the agent's port
@@ -9,6 +10,7 @@
 //   log/                       the log
 
 #include "agent/Agent_CommandLine.h"
+#include "agent/Agent_EditConfig.h"
 #include "agent/Agent_Run.h"
 #include "agent/config/AgentConfig_Configuration.h"
 #include "agent/config/AgentConfig_Globals.h"
@@ -18,19 +20,17 @@
 #include "base/File.h"
 
 #include <cstdlib>
+#include <fcntl.h>
+#include <grp.h>
 #include <memory>
 #include <new>
 #include <string>
-
-#include <fcntl.h>
-#include <grp.h>
 #include <unistd.h>
 
 namespace {
 
 /// A socket that landed on a standard descriptor that the parent had closed would get the log's text.
-void occupyStandardDescriptors()
-{
+void occupyStandardDescriptors() {
     int descriptor = -1;
     do
         descriptor = open("/dev/null", O_RDWR);
@@ -40,20 +40,17 @@ void occupyStandardDescriptors()
 }
 
 /// No child process is to inherit root's groups. Without the right to do it there is nothing to drop.
-void dropSupplementaryGroups()
-{
+void dropSupplementaryGroups() {
     if (setgroups(0, nullptr) != 0)
         DEBUG_LOG("Agent: keeping supplementary groups: %s\n", nxGetLastErrorMessage().c_str());
 }
 
-std::string directoryOf(const std::string& executable)
-{
+std::string directoryOf(const std::string& executable) {
     const std::string directory = executable.substr(0, executable.find_last_of('/'));
     return directory.empty() ? "." : directory;
 }
 
-int runAgent()
-{
+int runAgent() {
     try {
         return Agent_Run();
     } catch (...) {
@@ -64,8 +61,7 @@ int runAgent()
 
 } // namespace
 
-int main(int argc, char* argv[])
-{
+int main(int argc, char* argv[]) {
     occupyStandardDescriptors();
     gAgentConfig.reset(new (std::nothrow) Config_File<AgentConfig_Configuration>);
     gGuidConfig.reset(new (std::nothrow) Config_File<AgentConfig_Guid>);
@@ -85,6 +81,8 @@ int main(int argc, char* argv[])
         DEBUG_LOG("Agent could not chdir to bin directory %s.", gPathToExec.c_str());
         return EXIT_FAILURE;
     }
+    if (gEditConfig)
+        return Agent_EditConfig() ? EXIT_SUCCESS : EXIT_FAILURE;
     if (gVersion) {
         Agent_DisplayVersion();
         return EXIT_SUCCESS;
