@@ -4,8 +4,8 @@
 
 #include <memory>
 
-/// Serves one connection: GET "/" gives a fixed page, POST "/nxCommand" carries a remote method call. Used by the
-/// worker thread of its connection only.
+/// Serves one connection: GET "/" gives a fixed page, POST "/nxCommand" carries a remote method call. Used by
+/// the worker thread of its connection only.
 class AgentHTTP_RequestHandler : public HTTP_RequestHandler {
 public:
     /// The result is that of the reply. `keepFile` is always cleared: the connection stays with its worker.

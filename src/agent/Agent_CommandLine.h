@@ -7,8 +7,8 @@ extern bool gDisplayHelp;
 extern bool gDisplayHelpUnrecognized;
 extern bool gDeleteConfig;
 
-/// Reads the flags from index 1 on. They combine, and their order does not matter; only -verbose acts at once, so
-/// that what follows is logged already. Always true.
+/// Reads the flags from index 1 on. They combine, and their order does not matter; only -verbose acts at
+/// once, so that what follows is logged already. Always true.
 bool Agent_ParseCommandLine(int argc, char* argv[]);
 
 /// Prints the usage to standard output.
