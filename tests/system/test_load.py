@@ -89,7 +89,8 @@ class Load:
         with self.agent.connect() as connection:
             for _ in range(10):
                 connection.send(post_request(envelope(), version="HTTP/1.1"))
-                assert parse_answer(connection.read_reply().body).outcome == SUCCESS
+                reply = connection.read_reply()
+                assert reply and parse_answer(reply.body).outcome == SUCCESS
 
     def closing(self, number, turn):
         assert self.agent.get().status == 200

@@ -37,6 +37,7 @@ class Agent:
         self._nobody = Port()
         self._held = [self._nobody, *(self.ports if ports is None else [])]
         self._killed = False
+        self._end_is_expected = False
         if write_conf:
             numbers = (
                 {"port": str(server.plain_port), "sslPort": str(server.tls_port)}
@@ -92,6 +93,7 @@ class Agent:
 
     def wait(self, seconds=10):
         """Waits for the end and returns the exit status; below 0 for a signal."""
+        self._end_is_expected = True
         return self.process.wait(timeout=limit(seconds))
 
     def stop(self, number=signal.SIGTERM, seconds=10):
@@ -102,7 +104,7 @@ class Agent:
         """Ends the process at once, as a crash would. Not counted as a fault."""
         self.process.kill()
         self.process.wait()
-        self._killed = True
+        self._killed = self._end_is_expected = True
 
     def is_running(self):
         return self.process.poll() is None
@@ -110,7 +112,10 @@ class Agent:
     def finish(self, seconds=10):
         """Ends the process if it still runs, and returns what was wrong with its life, or None."""
         trouble = None
-        if self.is_running():
+        if not self.is_running():
+            if not self._end_is_expected:
+                trouble = f"the agent ended by itself with status {self.process.returncode}"
+        else:
             try:
                 self.stop(seconds=seconds)
             except subprocess.TimeoutExpired:
@@ -150,7 +155,10 @@ class Agent:
             return connection.read_reply(seconds)
 
     def get(self, uri="/", version="HTTP/1.0"):
-        return self.exchange(f"GET {uri} {version}\r\n\r\n".encode())
+        """Gets a page on a connection of its own and returns the Reply."""
+        reply = self.exchange(f"GET {uri} {version}\r\n\r\n".encode())
+        assert reply is not None, "the connection ended without a reply"
+        return reply
 
     def post(self, body, uri="/nxCommand", content_type="text/xml", seconds=10, tls=None):
         """Posts one body on a connection of its own and returns the Reply."""

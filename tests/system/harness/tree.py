@@ -1,5 +1,6 @@
 """A private copy of the staged tree, and programs run in it to their end."""
 
+import os
 import shutil
 import subprocess
 import tempfile
@@ -15,12 +16,12 @@ SANITIZER_SIGNS = ("AddressSanitizer", "LeakSanitizer", "ThreadSanitizer", "runt
 
 def environment():
     """What the agent's environment holds: nothing that it could depend on."""
-    return {
-        "PATH": "/usr/sbin:/usr/bin:/sbin:/bin",
+    sanitizers = {
         "ASAN_OPTIONS": "exitcode=99",
         "UBSAN_OPTIONS": "print_stacktrace=1:halt_on_error=1:exitcode=99",
         "TSAN_OPTIONS": "exitcode=99",
     }
+    return {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin"} | {n: os.environ.get(n, v) for n, v in sanitizers.items()}
 
 
 def agent_conf(binds, *, server=None, agent=None, bind_xml=None):
