@@ -102,8 +102,6 @@ TEST(XercesHostile, BombsCostNoTime) {
         attributes + "/>",
         elements + "</r>",
         spread + "</r>",
-        // Too many only if every kind of node counts.
-        "<r>" + repeated("<a/><?a?><!----><![CDATA[x]]>", 250'000) + "</r>",
     };
     for (const std::string& bomb : bombs) {
         const auto start = std::chrono::steady_clock::now();
@@ -114,12 +112,17 @@ TEST(XercesHostile, BombsCostNoTime) {
     }
 }
 
+TEST(XercesHostile, NodesOfEveryKindCountTowardsTheLimit) {
+    EXPECT_EQ(refusalOf("<r>" + repeated("<a/><?a?><!----><![CDATA[x]]>", 250'000) + "</r>"),
+              "too many nodes");
+}
+
 TEST(XercesHostile, LargeHonestDocumentsPass) {
-    const std::string text(3'000'000, 'x');
+    const std::string text(500'000, 'x');
     const Xerces_DocumentPtr document = Xerces_Parse(
-        "<r>" + repeated("<f name='n' size='1' owner='o'/>", 100'000) + "<t>" + text + "</t></r>", "test");
+        "<r>" + repeated("<f name='n' size='1' owner='o'/>", 30'000) + "<t>" + text + "</t></r>", "test");
     ASSERT_TRUE(document);
-    EXPECT_EQ(Xerces_Descendants(*Xerces_Root(*document), "f").size(), 100'000U);
+    EXPECT_EQ(Xerces_Descendants(*Xerces_Root(*document), "f").size(), 30'000U);
     EXPECT_EQ(Xerces_FirstText(*Xerces_FirstDescendant(*Xerces_Root(*document), "t")), text);
 }
 
