@@ -1,0 +1,186 @@
+#include "actions/exec/Exec_Program.h"
+#include "actions/exec/Exec_Steps.h"
+#include "actions/exec/Private_Host.h"
+#include "actions/exec/Signal_Status.h"
+#include "agent/log/Debug_Printf.h"
+#include "base/Temporary_Directory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <grp.h>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+/// The account nobody, or whoever runs the test if that is not root.
+Exec_Account somebody() {
+    if (Private_Host::isRoot())
+        return {"nobody", 65534, 65534};
+    return {"self", getuid(), getgid()};
+}
+
+Exec_ExecResult runShell(const std::string& script, std::chrono::milliseconds runTime = 30s) {
+    std::string option = "-c";
+    std::string text = script;
+    char* const arguments[] = {option.data(), text.data()};
+    Exec_ArgumentVector vector;
+    prepare_exec_arguments("/bin/sh", 2, arguments, vector);
+    return Exec_RunAs(somebody(), vector, runTime);
+}
+
+TEST(RunAs, AccountOfEachEnding) {
+    struct Case {
+        std::string script;
+        ExecResultCode code;
+        std::string text;
+    };
+    const std::string writeMany = "head -c 3000000 /dev/zero | tr '\\0' x >&2; ";
+    const auto write = [](int count) {
+        return "head -c " + std::to_string(count) + " /dev/zero | tr '\\0' x >&2; ";
+    };
+    const std::vector<Case> cases = {
+        {"exit 0", EXEC_SUCCESS, "success"},
+        {"echo warning >&2; exit 0", EXEC_SUCCESS, "success"},
+        {writeMany + "exit 0", EXEC_SUCCESS, "success"},
+        {"exit 3", EXEC_FAILURE, "Child exited with code: 3"},
+        {"printf 'no such disk' >&2; exit 255", EXEC_FAILURE, "Child exited with code: 255 no such disk"},
+        {write(253) + "exit 3", EXEC_FAILURE, "Child exited with code: 3 " + std::string(253, 'x')},
+        {write(254) + "exit 3", EXEC_FAILURE, "Child exited with code: 3 " + std::string(254, 'x') + "..."},
+        {write(300) + "exit 3", EXEC_FAILURE, "Child exited with code: 3 " + std::string(254, 'x') + "..."},
+        {"printf begin >&2; " + writeMany + "exit 4", EXEC_FAILURE,
+         "Child exited with code: 4 begin" + std::string(249, 'x') + "..."},
+        {"kill -9 $$", EXEC_ERROR, "Child process was terminated due to signal: 9"},
+        {"ulimit -c 0; kill -ABRT $$", EXEC_ERROR, "Child process was terminated due to signal: 6"},
+        {"(sleep 0.1; kill -CONT $$) & kill -STOP $$; exit 5", EXEC_FAILURE, "Child exited with code: 5"},
+    };
+    for (const Case& each : cases) {
+        const Exec_ExecResult result = runShell(each.script);
+        EXPECT_EQ(result.getCode(), each.code) << each.script;
+        EXPECT_EQ(result.getErrorString(), each.text) << each.script;
+    }
+}
+
+TEST(RunAs, StatusesThatNeedALuckyHost) {
+    Exec_ErrorCapture none;
+    ExecResultCode code = EXEC_PENDING;
+    std::string text;
+    EXPECT_TRUE(analyze_child_termination(SIGSEGV | 0x80, true, none, code, text));
+    EXPECT_EQ(code, EXEC_ERROR);
+    EXPECT_EQ(text, "Child process dumped core");
+    EXPECT_FALSE(analyze_child_termination(SIGSTOP << 8 | 0x7f, true, none, code, text));
+    EXPECT_EQ(code, EXEC_ERROR);
+    EXPECT_EQ(text, "Child process was stopped due to signal: " + std::to_string(SIGSTOP));
+    EXPECT_TRUE(analyze_child_termination(9 << 8, false, none, code, text));
+    EXPECT_EQ(text, "Child exited with code: 9");
+}
+
+TEST(RunAs, ProgramThatDoesNotExistIsToldInTheLogOnly) {
+    const Temporary_Directory directory;
+    ASSERT_TRUE(gDebugPrintf.logfile_open((directory / "log").c_str()));
+    gDebugPrintf.setEnabled(true);
+    Exec_ArgumentVector vector;
+    prepare_exec_arguments("/no/such/program", 0, nullptr, vector);
+    const Exec_ExecResult result = Exec_RunAs(somebody(), vector, 10s);
+    gDebugPrintf.logfile_close();
+    EXPECT_EQ(result.getCode(), EXEC_FAILURE);
+    EXPECT_EQ(result.getErrorString(), "Child exited with code: 255");
+    const std::string log = contentsOf(directory / "log");
+    EXPECT_THAT(log, HasSubstr("EXEC: Unable to exec /no/such/program: No such file or directory\n"));
+    EXPECT_THAT(log, HasSubstr("EXEC: Call to read on stderr_pipe failed\n"));
+}
+
+TEST(RunAs, BackgroundChildThatHoldsStandardErrorIsNotWaitedForAndLives) {
+    const Temporary_Directory directory;
+    ASSERT_EQ(chmod(directory.path().c_str(), 0777), 0);
+    const auto begin = std::chrono::steady_clock::now();
+    const std::string mark = directory / "mark";
+    const Exec_ExecResult result = runShell("(sleep 1; echo > " + mark + ") & printf said >&2; exit 6", 60s);
+    EXPECT_EQ(result.getErrorString(), "Child exited with code: 6 said");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 900ms);
+    for (int i = 0; i < 300 && access(mark.c_str(), F_OK) != 0; ++i)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_EQ(access(mark.c_str(), F_OK), 0);
+}
+
+TEST(RunAs, TimeLimitEndsTheWholeGroup) {
+    const Temporary_Directory directory;
+    ASSERT_EQ(chmod(directory.path().c_str(), 0777), 0);
+    const std::string pidFile = directory / "pid";
+    const std::string background = "sleep 60 & echo $! > " + pidFile + "; ";
+    for (const std::string script : {"trap '' TERM HUP; sleep 60", "while :; do echo more >&2; done"}) {
+        const Exec_ExecResult result = runShell(background + script, 200ms);
+        EXPECT_EQ(result.getCode(), EXEC_ERROR);
+        EXPECT_EQ(result.getErrorString(), "Child process was ended because it ran for 1 seconds");
+        const pid_t pid = std::stoi(contentsOf(pidFile));
+        // The orphan disappears when the first process of the machine has reaped it; a zombie runs no more.
+        std::string state;
+        for (int i = 0; i < 300 && kill(pid, 0) == 0; ++i) {
+            std::ifstream status("/proc/" + std::to_string(pid) + "/stat");
+            std::string ignored;
+            status >> ignored >> ignored >> state;
+            if (state == "Z")
+                break;
+            std::this_thread::sleep_for(10ms);
+        }
+        EXPECT_TRUE(kill(pid, 0) != 0 || state == "Z");
+    }
+}
+
+TEST(RunAs, ChildStartsClean) {
+    std::signal(SIGPIPE, SIG_IGN);
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+    const int leaked = open("/dev/null", O_RDONLY); // NOLINT(android-cloexec-open): a library may do that
+    const gid_t group = 4;
+    if (Private_Host::isRoot()) {
+        ASSERT_EQ(setgroups(1, &group), 0);
+    }
+
+    const std::string text = runShell("exec 1>&2; grep -E '^Sig(Blk|Ign)' /proc/$$/status | tr -d '\\t';"
+                                      "ls /proc/$$/fd | tr '\\n' ' ';"
+                                      "ps -o pgid= -p $$ | tr -d ' ' | grep -qx $$ && echo leader;"
+                                      "echo $(id -u) $(id -g) $(id -G); exit 1")
+                                 .getErrorString();
+
+    if (Private_Host::isRoot())
+        setgroups(0, nullptr);
+    close(leaked);
+    pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
+    std::signal(SIGPIPE, SIG_DFL);
+    EXPECT_THAT(text, HasSubstr("SigBlk:0000000000000000"));
+    EXPECT_EQ(ignoredSignals(text), 0U) << text;
+    EXPECT_THAT(text, HasSubstr("\n0 1 2 leader\n"));
+    if (Private_Host::isRoot()) {
+        EXPECT_THAT(text, HasSubstr("65534 65534 65534\n"));
+    }
+}
+
+TEST(RunAs, StandardDescriptorsThatAreClosed) {
+    const int saved = dup(STDERR_FILENO);
+    close(STDERR_FILENO);
+    const std::string text = runShell("echo heard >&2; exit 1").getErrorString();
+    dup2(saved, STDERR_FILENO);
+    close(saved);
+    EXPECT_EQ(text, "Child exited with code: 1 heard\n");
+}
+
+TEST(ExecResult, BeginsAsPending) {
+    Exec_ExecResult result;
+    EXPECT_EQ(result.getCode(), EXEC_PENDING);
+    EXPECT_EQ(result.getErrorString(), "pending execution");
+}
+
+} // namespace
