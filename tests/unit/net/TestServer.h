@@ -1,0 +1,165 @@
+#pragma once
+
+#include "net/AgentSSL_Factory.h"
+#include "net/HTTP_File.h"
+#include "net/HTTP_ServerImpl.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <netinet/in.h>
+#include <optional>
+#include <poll.h>
+#include <string>
+#include <string_view>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <utility>
+
+/// The TLS layer for the life of a test.
+class TLSLayer {
+public:
+    TLSLayer() { EXPECT_TRUE(AgentSSL_LayerInit()); }
+    TLSLayer(const TLSLayer&) = delete;
+    TLSLayer& operator=(const TLSLayer&) = delete;
+    ~TLSLayer() { AgentSSL_LayerCleanup(); }
+};
+
+using Answer = std::function<bool(HTTP_File&)>;
+
+/// A server on a free port of the loopback, whose requests one function answers.
+class TestServer {
+public:
+    explicit TestServer(Answer answer) : factory_(std::move(answer)) {
+        std::vector<HTTP_AddressPortPair*> pairs{&pair_};
+        started_ = server_.init(pairs, &gSSLFactory, &factory_, 5) && server_.start();
+        EXPECT_TRUE(started_);
+        port_ = server_.getPorts().at(0);
+    }
+    TestServer(const TestServer&) = delete;
+    TestServer& operator=(const TestServer&) = delete;
+    ~TestServer() {
+        if (started_) {
+            EXPECT_TRUE(stop(500));
+        }
+    }
+
+    unsigned short port() const { return port_; }
+    HTTP_ServerImpl& server() { return server_; }
+
+    /// Whether no thread was left after at most that many attempts, 10 ms apart.
+    bool stop(unsigned attempts) {
+        started_ = false;
+        bool stillRunning = true;
+        for (unsigned attempt = 0; attempt < attempts && stillRunning; ++attempt) {
+            if (attempt != 0)
+                ::usleep(10000);
+            server_.shutdown(stillRunning, attempt, false);
+        }
+        return !stillRunning;
+    }
+
+private:
+    struct Handler : HTTP_RequestHandler {
+        explicit Handler(const Answer& answer) : answer_(answer) {}
+        bool handleGet(HTTP_File* file, bool& keepFile) override {
+            keepFile = false;
+            return answer_(*file);
+        }
+        bool handlePost(HTTP_File* file, bool& keepFile) override { return handleGet(file, keepFile); }
+        const Answer& answer_;
+    };
+    struct Factory : HTTP_RequestHandlerFactory {
+        explicit Factory(Answer answer) : answer_(std::move(answer)) {}
+        std::unique_ptr<HTTP_RequestHandler> createHandler() override {
+            return std::make_unique<Handler>(answer_);
+        }
+        Answer answer_;
+    };
+
+    TLSLayer tls_;
+    HTTP_AddressPortPair pair_{"127.0.0.1", 0};
+    Factory factory_;
+    HTTP_ServerImpl server_;
+    unsigned short port_ = 0;
+    bool started_ = false;
+};
+
+/// Answers with the request's method, URI and body.
+inline bool echo(HTTP_File& file) {
+    char* body = nullptr;
+    int length = 0;
+    file.getEntityBody(body, length);
+    const std::string text = std::to_string(file.getMethod()) + " " + file.getURI() + " " +
+                             std::string(body == nullptr ? "-" : body, body == nullptr ? 1 : length);
+    return file.sendReply(HTTP_RETURN_OK, HTTP_CONTENT_TYPE_TEXT_HTML, text.c_str(),
+                          static_cast<int>(text.size()));
+}
+
+/// The bare other end of a connection.
+class RawClient {
+public:
+    RawClient() : descriptor_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {}
+    explicit RawClient(unsigned short port) : RawClient() { connect(port); }
+    void connect(unsigned short port) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(::connect(descriptor_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    }
+    RawClient(const RawClient&) = delete;
+    RawClient& operator=(const RawClient&) = delete;
+    ~RawClient() { ::close(descriptor_); }
+
+    int descriptor() const { return descriptor_; }
+    void send(std::string_view text) {
+        EXPECT_EQ(::send(descriptor_, text.data(), text.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(text.size()));
+    }
+    /// No more will be sent.
+    void finish() { ::shutdown(descriptor_, SHUT_WR); }
+
+    /// What comes until the other end closes; nothing if it does not within five seconds.
+    std::optional<std::string> readToEnd() {
+        std::string all;
+        while (more(all, 5000)) {
+        }
+        if (ended_)
+            return all;
+        return std::nullopt;
+    }
+    /// Reads on until what has come holds `text`.
+    bool await(std::string_view text) {
+        while (seen_.find(text) == std::string::npos) {
+            if (!more(seen_, 5000))
+                return false;
+        }
+        return true;
+    }
+    bool isSilent(int milliseconds) {
+        std::string ignored;
+        return !more(ignored, milliseconds) && !ended_;
+    }
+
+private:
+    bool more(std::string& text, int milliseconds) {
+        pollfd event{descriptor_, POLLIN, 0};
+        if (::poll(&event, 1, milliseconds) != 1)
+            return false;
+        char piece[65536];
+        const ssize_t count = ::recv(descriptor_, piece, sizeof piece, 0);
+        ended_ = count == 0;
+        if (count <= 0)
+            return false;
+        text.append(piece, static_cast<std::size_t>(count));
+        return true;
+    }
+
+    int descriptor_;
+    std::string seen_;
+    bool ended_ = false;
+};
