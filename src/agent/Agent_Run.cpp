@@ -12,6 +12,7 @@
 #include "net/HTTP_Server.h"
 #include "rmi/xml/Xerces_Layer.h"
 #include "threads/Thread_Manager.h"
+#include "threads/Thread_Primitives.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -26,7 +27,6 @@ Thread_Semaphore gShutdownSemaphore;
 namespace {
 
 constexpr unsigned httpWorkers = 5;
-constexpr unsigned noTimeLimit = 0xFFFFFFFF;
 
 /// The platform has nothing to set up or take down for the system layer; the stage keeps its place in the
 /// order.
@@ -199,7 +199,7 @@ bool AgentLife::start() {
 }
 
 void AgentLife::waitForShutdownRequest() {
-    Thread_GrabSemaphore(&gShutdownSemaphore, noTimeLimit);
+    Thread_GrabSemaphore(&gShutdownSemaphore, Thread_Semaphore::Forever);
 }
 
 bool AgentLife::stop() {

@@ -2,7 +2,7 @@
 
 #include "agent/Agent_Run.h"
 #include "agent/log/Debug_Printf.h"
-#include "threads/Thread_Semaphore.h"
+#include "threads/Thread_Primitives.h"
 
 #include <csignal>
 #include <pthread.h>

@@ -17,7 +17,8 @@
 #include "agent/config/AgentConfig_Guid.h"
 #include "agent/config/Config_File.h"
 #include "agent/log/Debug_Printf.h"
-#include "base/File.h"
+#include "base/File_Operations.h"
+#include "base/String_Functions.h"
 
 #include <cstdlib>
 #include <fcntl.h>

@@ -1,0 +1,70 @@
+#include "agent/Agent_EditConfig.h"
+
+#include "agent/config/AgentConfig_Configuration.h"
+#include "agent/config/AgentConfig_Globals.h"
+#include "agent/config/Config_File.h"
+#include "agent/log/Debug_Printf.h"
+#include "rmi/xml/Xerces_Layer.h"
+
+namespace {
+
+constexpr const char* cannotFind = "Agent: Fatal error trying to find the agent configuration file\n";
+constexpr const char* cannotRead = "Agent: Fatal error trying to parse the agent configuration file\n";
+constexpr const char* cannotWrite = "Agent: Fatal error writting agent configuration file\n";
+
+struct LayerGuard {
+    LayerGuard() = default;
+    ~LayerGuard() { Xerces_LayerCleanup(); }
+    LayerGuard(const LayerGuard&) = delete;
+    LayerGuard& operator=(const LayerGuard&) = delete;
+};
+
+/// False if the operation threw, which is logged.
+template <typename Operation>
+bool completes(Operation operation, const char* onException) {
+    try {
+        operation();
+        return true;
+    } catch (...) {
+        DEBUG_LOG("%s", onException);
+        return false;
+    }
+}
+
+bool save(Config_File<AgentConfig_Configuration>& file) {
+    bool written = false;
+    if (!completes([&] { written = file.writeFile(); }, cannotWrite))
+        return false;
+    if (!written)
+        DEBUG_LOG("%s", cannotWrite);
+    return written;
+}
+
+bool editFile(Config_File<AgentConfig_Configuration>& file) {
+    bool exists = false;
+    if (!completes([&] { exists = file.findFile(); }, cannotFind))
+        return false;
+    // A missing or broken file leaves the defaults and what stood before the fault, which is where editing
+    // begins.
+    if (!completes([&] { file.readFile(); }, cannotRead))
+        return false;
+    bool changed = false;
+    if (!file.getConfig()->editFromStdin(exists, changed))
+        return false;
+    if (changed && !save(file))
+        return false;
+    return exists || changed;
+}
+
+} // namespace
+
+bool Agent_EditConfig() {
+    if (!Xerces_LayerInit()) {
+        DEBUG_LOG("Agent: XML layer initialization failed\n");
+        return false;
+    }
+    const LayerGuard layer;
+    gAgentConfig->setFilename("agent.conf");
+    gAgentConfig->setPathname(gPathToExec + "/../conf");
+    return editFile(*gAgentConfig);
+}
