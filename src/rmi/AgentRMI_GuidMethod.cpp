@@ -1,0 +1,64 @@
+#include "rmi/AgentRMI_GuidMethod.h"
+
+#include "agent/config/AgentConfig_Globals.h"
+#include "agent/config/AgentConfig_Guid.h"
+#include "agent/config/Config_File.h"
+#include "rmi/xml/Xerces_Document.h"
+#include "threads/MutexLock.h"
+
+namespace {
+
+/// The caller holds gMutexGuidConfig.
+bool adopt(const std::string& guid, const std::string& hostTarget) {
+    AgentConfig_Guid& identities = *gGuidConfig->getConfig();
+    identities.setGuid(guid, hostTarget);
+    if (gGuidConfig->writeFile())
+        return true;
+    identities.setGuid(std::string(), hostTarget);
+    return false;
+}
+
+} // namespace
+
+AgentRMI_GuidMethod::AgentRMI_GuidMethod(const AgentRMI_MethodRules& rules, const char* guid)
+    : RMI_Method(guid), rules_(rules) {
+    AgentRMI_GuidMethod::setMethodName(rules.name);
+    AgentRMI_GuidMethod::setRequireUserAuthentication(rules.userAuthentication ==
+                                                      AgentRMI_UserAuthentication::Yes);
+}
+
+bool AgentRMI_GuidMethod::checkForValidGuid() {
+    return rules_.identity == AgentRMI_Identity::Required;
+}
+
+bool AgentRMI_GuidMethod::validateGuid(xercesc::DOMElement* response) {
+    const std::string guid = getGuid();
+    const std::string hostTarget = getHostTarget();
+
+    const MutexLock lock(&gMutexGuidConfig);
+    std::string identity = gGuidConfig->getConfig()->getGuid(hostTarget);
+    if (checkForValidGuid() && (guid.empty() || (!identity.empty() && identity != guid)))
+        return false;
+    if (identity.empty() && !guid.empty()) {
+        if (!adopt(guid, hostTarget))
+            return false;
+        identity = guid;
+    }
+    if (!identity.empty())
+        Xerces_SetAttribute(*response, "uuid", identity);
+    return true;
+}
+
+bool AgentRMI_GuidMethod::validateUser(xercesc::DOMElement*) {
+    return true;
+}
+
+bool AgentRMI_GuidMethod::validateEncryptionProtocol(Socket_Socket::EncryptionProtocol protocol) {
+    switch (protocol) {
+    case Socket_Socket::ENCRYPTION_NONE:
+        return rules_.protocols == AgentRMI_Protocols::PlainAndSSL;
+    case Socket_Socket::ENCRYPTION_SSL:
+        return true;
+    }
+    return false;
+}

@@ -1,0 +1,336 @@
+#include "rmi/RMI_RequestHandler.h"
+
+#include "agent/log/Debug_Printf.h"
+#include "base/String_Functions.h"
+#include "rmi/RMI_Method.h"
+#include "rmi/RMI_MethodException.h"
+#include "rmi/RMI_MethodFactory.h"
+#include "rmi/RMI_PeerVerifyHandler.h"
+#include "rmi/RMI_Protocol.h"
+#include "rmi/RMI_Reply.h"
+#include "rmi/xml/Xerces_Document.h"
+#include "rmi/xml/Xerces_XercesString.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace {
+
+using xercesc::DOMElement;
+
+constexpr std::string_view plainFailure = "RMI: failed to process";
+constexpr const char* bufferId = "RMI_RequestHandler::processRequest";
+
+/// Why a request was not served. In the envelope's stage the reply is not delivered.
+struct Refusal {
+    RMI_Stage stage;
+    const char* methodName; ///< null to leave it as it is
+    RMI_Outcome outcome;
+};
+
+constexpr Refusal parseError{RMI_Stage::Envelope, nullptr, {"parseerror", nullptr}};
+constexpr Refusal wrongRoot{RMI_Stage::Envelope, nullptr, {"unknown rmi", nullptr}};
+constexpr Refusal wrongVersion{RMI_Stage::Envelope, nullptr, {"version not supported", nullptr}};
+constexpr Refusal wrongSchema{RMI_Stage::Envelope, nullptr, {"schema not supported", nullptr}};
+constexpr Refusal noRequest{RMI_Stage::Request, nullptr, {"not a request", nullptr}};
+constexpr Refusal noStage{RMI_Stage::Method, "unknown", {"unknown method", "unknown"}};
+constexpr Refusal noMethod{RMI_Stage::Method, nullptr, {"no method", "missing method element"}};
+constexpr Refusal noName{
+    RMI_Stage::Method, nullptr, {"no method name", "missing method name in method element"}};
+constexpr Refusal unknownMethod{RMI_Stage::Method, nullptr, {"unknown method", "no methods implemented"}};
+constexpr Refusal wrongProtocol{RMI_Stage::Method, nullptr, {"error", "invalid encryption protocol"}};
+constexpr Refusal unverifiedPeer{RMI_Stage::Method, nullptr, {"error", "failed peer verification"}};
+constexpr Refusal wrongGuid{RMI_Stage::Method, nullptr, {"error", "invalid uuid"}};
+constexpr Refusal wrongUser{RMI_Stage::Method, nullptr, {"error", nullptr}};
+
+constexpr RMI_Outcome success{"success", "success"};
+constexpr RMI_Outcome unexplainedError{"error", nullptr};
+
+/// The words for what a method throws; any other code is an error.
+struct ExceptionWord {
+    RMI_MethodException::ExceptionCode code;
+    const char* response;
+};
+constexpr ExceptionWord exceptionWords[] = {
+    {RMI_MethodException::NoParameters, "no parameters"},
+    {RMI_MethodException::InvalidParameters, "invalid parameters"},
+    {RMI_MethodException::TooFewParameters, "too few parameters"},
+    {RMI_MethodException::TooManyParameters, "too many parameters"},
+};
+
+/// The attributes of a Request element.
+enum Attribute {
+    Uuid,
+    HostTarget,
+    SnmpCommunity,
+    SnmpPort,
+    ServiceUid,
+    ServiceGid,
+    FSType,
+    UserName,
+    UserPassword,
+    VsamName,
+    AttributeCount
+};
+constexpr std::array<const char*, AttributeCount> attributeNames = {
+    "uuid",       "hostTarget", "snmpCommunity", "snmpPort",     "serviceUid",
+    "serviceGid", "fsType",     "userName",      "userPassword", "vsamName",
+};
+
+/// What a method is told of them, and when: who calls before the user is checked, the rest when all checks
+/// have passed.
+struct Handing {
+    Attribute attribute;
+    void (RMI_Method::*set)(const char*);
+};
+constexpr Handing credentials[] = {
+    {UserName, &RMI_Method::setUserName},
+    {UserPassword, &RMI_Method::setUserPassword},
+    {VsamName, &RMI_Method::setVsamName},
+};
+constexpr Handing particulars[] = {
+    {SnmpCommunity, &RMI_Method::setSnmpCommunity},
+    {ServiceUid, &RMI_Method::setServiceUid},
+    {ServiceGid, &RMI_Method::setServiceGid},
+    {FSType, &RMI_Method::setFSType},
+};
+
+/// The values of the attributes; empty and absent are the same. The password is wiped at the end.
+class Values {
+public:
+    Values() = default;
+    Values(const Values&) = delete;
+    Values& operator=(const Values&) = delete;
+    ~Values() { nxWipeText(values_[UserPassword]); }
+
+    /// What HTTP authentication said stands until the request says something else.
+    void takeDefaults(RMI_PeerVerifyHandler& peer) {
+        peer.getSecurityTokenUser(values_[UserName]);
+        peer.getSecurityTokenPassword(values_[UserPassword]);
+    }
+
+    void read(const DOMElement& request) {
+        for (std::size_t i = 0; i < AttributeCount; ++i) {
+            std::string value = Xerces_GetAttribute(request, attributeNames[i]);
+            if (!value.empty())
+                values_[i].swap(value);
+            if (i == UserPassword)
+                nxWipeText(value);
+        }
+    }
+
+    const char* text(Attribute attribute) const { return values_[attribute].c_str(); }
+    bool has(Attribute attribute) const { return !values_[attribute].empty(); }
+    unsigned int snmpPort() const {
+        return static_cast<unsigned int>(std::strtol(text(SnmpPort), nullptr, 10));
+    }
+
+    template <std::size_t count>
+    void hand(RMI_Method& method, const Handing (&table)[count]) const {
+        for (const Handing& handing : table) {
+            if (has(handing.attribute))
+                (method.*handing.set)(text(handing.attribute));
+        }
+    }
+
+private:
+    std::array<std::string, AttributeCount> values_;
+};
+
+std::string_view isolateXml(std::string_view body) {
+    const std::size_t field = body.find(RMI_FormPrefix);
+    if (field != std::string_view::npos)
+        body.remove_prefix(field + std::string_view(RMI_FormPrefix).size());
+    return body.substr(0, body.find('\0'));
+}
+
+/// One request on its way through the checks. Each step returns the refusal that ends the way, or null.
+class Exchange {
+public:
+    Exchange(Socket_Socket::EncryptionProtocol protocol, RMI_PeerVerifyHandler& peer,
+             RMI_MethodFactory* factory)
+        : protocol_(protocol), peer_(peer), factory_(factory) {
+        values_.takeDefaults(peer);
+    }
+
+    /// Whether the reply is to be delivered.
+    bool run(std::string_view xml) {
+        const Refusal* refusal = check(xml);
+        if (refusal == nullptr)
+            invoke();
+        else
+            refuse(*refusal);
+        return refusal == nullptr || refusal->stage != RMI_Stage::Envelope;
+    }
+
+    std::string reply() const { return reply_.serialize(); }
+
+private:
+    const Refusal* check(std::string_view xml) {
+        using Step = const Refusal* (Exchange::*)();
+        static constexpr Step steps[] = {
+            &Exchange::checkEnvelope,   &Exchange::findRequest, &Exchange::findMethod,
+            &Exchange::checkConnection, &Exchange::checkCaller,
+        };
+        document_ = Xerces_Parse(xml, bufferId);
+        if (!document_)
+            return &parseError;
+        for (const Step step : steps) {
+            if (const Refusal* refusal = (this->*step)())
+                return refusal;
+        }
+        return nullptr;
+    }
+
+    const Refusal* checkEnvelope() {
+        root_ = Xerces_Root(*document_);
+        if (root_ == nullptr || Xerces_TagName(*root_) != RMI_RootName)
+            return &wrongRoot;
+        if (Xerces_GetAttribute(*root_, "version") != RMI_Version)
+            return &wrongVersion;
+        if (Xerces_GetAttribute(*root_, "schema") != RMI_Schema)
+            return &wrongSchema;
+        return nullptr;
+    }
+
+    const Refusal* findRequest() {
+        request_ = Xerces_FirstDescendant(*root_, "Request");
+        if (request_ == nullptr)
+            return &noRequest;
+        DEBUG_LOG("RMI: is request\n");
+        values_.read(*request_);
+        try {
+            reply_.setStage(RMI_Stage::Method);
+        } catch (...) {
+            return &noStage;
+        }
+        return nullptr;
+    }
+
+    const Refusal* findMethod() {
+        methodElement_ = Xerces_FirstDescendant(*request_, "Method");
+        if (methodElement_ == nullptr)
+            return &noMethod;
+        DEBUG_LOG("RMI: is method\n");
+        const std::string name = Xerces_GetAttribute(*methodElement_, "name");
+        if (name.empty())
+            return &noName;
+        reply_.setMethodName(name);
+        if (factory_ != nullptr)
+            method_ = factory_->createMethod(name.c_str(), values_.text(Uuid));
+        return method_ ? nullptr : &unknownMethod;
+    }
+
+    const Refusal* checkConnection() {
+        if (!method_->validateEncryptionProtocol(protocol_))
+            return &wrongProtocol;
+        if (!peer_.setEncryptionProtocolVerifyPeer(method_->encProtoShouldVerifyPeer()))
+            return &unverifiedPeer;
+        return nullptr;
+    }
+
+    const Refusal* checkCaller() {
+        if (values_.has(HostTarget))
+            method_->setHostTarget(values_.text(HostTarget));
+        if (!method_->validateGuid(&reply_.response()))
+            return &wrongGuid;
+        values_.hand(*method_, credentials);
+        return method_->validateUser(&reply_.response()) ? nullptr : &wrongUser;
+    }
+
+    void invoke() {
+        if (values_.snmpPort() != 0)
+            method_->setSnmpPort(values_.snmpPort());
+        values_.hand(*method_, particulars);
+        try {
+            method_->invoke(methodElement_, &reply_.document(), &reply_.response());
+            reply_.setOutcome(success);
+        } catch (const RMI_MethodException& failure) {
+            translate(failure);
+        } catch (...) {
+            reply_.setOutcome(unexplainedError);
+        }
+    }
+
+    void translate(const RMI_MethodException& failure) {
+        const auto code = failure.getExceptionCode();
+        if (code == RMI_MethodException::Success) {
+            reply_.setOutcome(success);
+            return;
+        }
+        const auto* word = std::find_if(std::begin(exceptionWords), std::end(exceptionWords),
+                                        [code](const ExceptionWord& entry) { return entry.code == code; });
+        reply_.setOutcome(
+            {word == std::end(exceptionWords) ? unexplainedError.response : word->response, nullptr});
+        // A method that knows more than its code says has already written it.
+        const bool explained = code == RMI_MethodException::GeneralFailure && reply_.hasReason();
+        if (!failure.getReason().empty() || !explained)
+            reply_.setReason(failure.getReason());
+    }
+
+    void refuse(const Refusal& refusal) {
+        reply_.setStage(refusal.stage);
+        if (refusal.methodName != nullptr)
+            reply_.setMethodName(refusal.methodName);
+        reply_.setOutcome(refusal.outcome);
+        if (refusal.stage == RMI_Stage::Envelope)
+            reply_.addProtocol();
+    }
+
+    const Socket_Socket::EncryptionProtocol protocol_;
+    RMI_PeerVerifyHandler& peer_;
+    RMI_MethodFactory* const factory_;
+    Values values_;
+    RMI_Reply reply_;
+    Xerces_DocumentPtr document_;
+    DOMElement* root_ = nullptr;
+    DOMElement* request_ = nullptr;
+    DOMElement* methodElement_ = nullptr;
+    std::unique_ptr<RMI_Method> method_;
+};
+
+struct Answer {
+    std::string text;
+    bool deliver = false;
+};
+
+/// Nothing where no reply can be made.
+std::optional<Answer> answer(Socket_Socket::EncryptionProtocol protocol, RMI_PeerVerifyHandler& peer,
+                             RMI_MethodFactory* factory, std::string_view body) {
+    try {
+        Exchange exchange(protocol, peer, factory);
+        const bool deliver = exchange.run(isolateXml(body));
+        std::string text = exchange.reply();
+        if (!text.empty())
+            return Answer{std::move(text), deliver};
+    } catch (...) {
+        DEBUG_LOG("RMI: a request could not be processed\n");
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+bool RMI_RequestHandler::registerMethodFactory(RMI_MethodFactory* factory) {
+    if (factory == nullptr)
+        return false;
+    factory_ = factory;
+    return true;
+}
+
+bool RMI_RequestHandler::processRequest(Socket_Socket::EncryptionProtocol protocol,
+                                        RMI_PeerVerifyHandler* peer, const std::string* body, char*& reply,
+                                        unsigned int& length) {
+    std::optional<Answer> made;
+    if (peer != nullptr && body != nullptr)
+        made = answer(protocol, *peer, factory_, *body);
+    const std::string_view text = made ? std::string_view(made->text) : plainFailure;
+    reply = nxNewText(text);
+    length = static_cast<unsigned int>(text.size());
+    return made && made->deliver;
+}

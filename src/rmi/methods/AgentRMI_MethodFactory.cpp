@@ -1,0 +1,41 @@
+#include "rmi/methods/AgentRMI_MethodFactory.h"
+
+#include "agent/log/Debug_Printf.h"
+#include "rmi/methods/AgentRMI_MethodPing.h"
+#include "rmi/methods/AgentRMI_MethodPingServer.h"
+#include "rmi/methods/AgentRMI_MethodSetVerboseLog.h"
+
+#include <string_view>
+
+namespace {
+
+template <typename Method>
+std::unique_ptr<RMI_Method> make(const AgentRMI_MethodRules& rules, const char* guid) {
+    return std::make_unique<Method>(rules, guid);
+}
+
+struct Row {
+    AgentRMI_MethodRules rules;
+    std::unique_ptr<RMI_Method> (*make)(const AgentRMI_MethodRules& rules, const char* guid);
+};
+
+using enum AgentRMI_Identity;
+using enum AgentRMI_Protocols;
+using enum AgentRMI_UserAuthentication;
+
+constexpr Row methods[] = {
+    {{"Ping", NotNeeded, PlainAndSSL, No}, make<AgentRMI_MethodPing>},
+    {{"PingServer", NotNeeded, PlainAndSSL, No}, make<AgentRMI_MethodPingServer>},
+    {{"SetVerboseLog", Required, PlainAndSSL, No}, make<AgentRMI_MethodSetVerboseLog>},
+};
+
+} // namespace
+
+std::unique_ptr<RMI_Method> AgentRMI_MethodFactory::createMethod(const char* name, const char* guid) {
+    DEBUG_LOG("methodName == [%s]\n", name);
+    for (const Row& row : methods) {
+        if (std::string_view(row.rules.name) == name)
+            return row.make(row.rules, guid);
+    }
+    return nullptr;
+}

@@ -1,0 +1,11 @@
+#include "rmi/methods/AgentRMI_MethodPing.h"
+
+#include "rmi/methods/AgentRMI_MethodSupport.h"
+
+void AgentRMI_MethodPing::invoke(xercesc::DOMElement* method, xercesc::DOMDocument*,
+                                 xercesc::DOMElement* response) {
+    AgentRMI_Perform([&] {
+        AgentRMI_RequireNoParameters(*method);
+        AgentRMI_AppendAgent(*response);
+    });
+}

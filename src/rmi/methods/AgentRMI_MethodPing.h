@@ -1,0 +1,12 @@
+#pragma once
+
+#include "rmi/AgentRMI_GuidMethod.h"
+
+/// Tells that the agent is there, and what it is.
+class AgentRMI_MethodPing : public AgentRMI_GuidMethod {
+public:
+    using AgentRMI_GuidMethod::AgentRMI_GuidMethod;
+
+    void invoke(xercesc::DOMElement* method, xercesc::DOMDocument* document,
+                xercesc::DOMElement* response) override;
+};

@@ -1,0 +1,19 @@
+#include "rmi/methods/AgentRMI_MethodPingServer.h"
+
+#include "rmi/methods/AgentRMI_MethodSupport.h"
+
+#include <utility>
+
+AgentRMI_MethodPingServer::AgentRMI_MethodPingServer(const AgentRMI_MethodRules& rules, const char* guid,
+                                                     AgentRMI_ServerPing pingServer)
+    : AgentRMI_GuidMethod(rules, guid), pingServer_(std::move(pingServer)) {}
+
+void AgentRMI_MethodPingServer::invoke(xercesc::DOMElement* method, xercesc::DOMDocument*,
+                                       xercesc::DOMElement* response) {
+    AgentRMI_Perform([&] {
+        AgentRMI_RequireNoParameters(*method);
+        // An empty function throws too.
+        pingServer_();
+        AgentRMI_AppendAgent(*response);
+    });
+}

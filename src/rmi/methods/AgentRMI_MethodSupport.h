@@ -1,0 +1,29 @@
+#pragma once
+
+#include "rmi/RMI_MethodException.h"
+
+#include <xercesc/util/XercesDefs.hpp>
+
+XERCES_CPP_NAMESPACE_BEGIN
+class DOMElement;
+XERCES_CPP_NAMESPACE_END
+
+/// What the methods share.
+
+/// Runs the work of a method: what it throws that is no RMI_MethodException becomes a general failure.
+template <typename Work>
+void AgentRMI_Perform(Work work) {
+    try {
+        work();
+    } catch (const RMI_MethodException&) {
+        throw;
+    } catch (...) {
+        throw RMI_MethodException(RMI_MethodException::GeneralFailure);
+    }
+}
+
+/// Throws TooManyParameters if there is any element below `method`.
+void AgentRMI_RequireNoParameters(const xercesc::DOMElement& method);
+
+/// Appends the element with which this agent says what it is.
+void AgentRMI_AppendAgent(xercesc::DOMElement& response);
