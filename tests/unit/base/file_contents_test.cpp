@@ -1,4 +1,5 @@
 #include "base/File_Contents.h"
+#include "base/Killed_Writer.h"
 #include "base/Temporary_Directory.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +10,6 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -182,23 +182,16 @@ TEST(FileContents, WriterMayBeKilledAtAnyMoment) {
     int leftovers = 0;
     int changes = 0;
     std::string before = contents[0];
-    for (int round = 0; round < 150; ++round) {
-        const pid_t child = fork();
-        ASSERT_NE(child, -1);
-        if (child == 0) {
-            for (unsigned i = static_cast<unsigned>(round);; ++i)
-                put(path, contents[i % 2]);
+    for (int round = 0; round < 60; ++round) {
+        {
+            const Killed_Writer writer(
+                [&](unsigned i) { put(path, contents[(static_cast<unsigned>(round) + i) % 2]); });
+            const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(round * 97 % 3000);
+            do {
+                const std::string seen = contentsOf(path);
+                EXPECT_TRUE(seen == contents[0] || seen == contents[1]);
+            } while (std::chrono::steady_clock::now() < end);
         }
-        const auto delay = std::chrono::microseconds(200 + round * 37 % 3000);
-        for (const auto end = std::chrono::steady_clock::now() + delay;
-             std::chrono::steady_clock::now() < end;) {
-            const std::string seen = contentsOf(path);
-            EXPECT_TRUE(seen == contents[0] || seen == contents[1]);
-        }
-        kill(child, SIGKILL);
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        ASSERT_TRUE(WIFSIGNALED(status));
         const std::string after = contentsOf(path);
         ASSERT_TRUE(after == contents[0] || after == contents[1]) << after.size();
         changes += after != before ? 1 : 0;
