@@ -1,0 +1,31 @@
+#include "audit/Storage_HostSystemLinux.h"
+
+#include "agent/log/Debug_Printf.h"
+#include "audit/System_Allocate.h"
+
+namespace {
+
+bool auditPart(Auditable_Auditable& part) {
+    if (part.prepareForAudit() && part.audit())
+        return true;
+    part.cleanupAfterAudit();
+    return false;
+}
+
+} // namespace
+
+bool Storage_HostSystemLinux::audit() {
+    if (getOS() == nullptr || getMachine() == nullptr)
+        return false;
+    setType("Linux");
+    if (!auditPart(*getOS()))
+        DEBUG_LOG("Storage_HostSystemLinux::os audit failed\n");
+    if (!auditPart(*getMachine()))
+        DEBUG_LOG("Storage_HostSystemLinux::machine audit failed\n");
+    setAuditResult(true);
+    return true;
+}
+
+std::unique_ptr<Storage_HostSystem> Storage_FactoryAllocateHostSystem() {
+    return System_Allocate<Storage_HostSystem, Storage_HostSystemLinux>();
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "audit/System_Machine.h"
+
+/// Finds out the facts by library calls and a few commands. Only the clock can make the audit fail: whatever
+/// else is not to be had is left out or "unknown".
+class System_MachineLinux : public System_Machine {
+public:
+    using System_Machine::operator=;
+    bool audit() override;
+
+private:
+    void auditDomain();
+    void auditHostName();
+    void auditModel();
+    bool auditClock();
+};

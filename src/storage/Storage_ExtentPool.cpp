@@ -1,0 +1,17 @@
+#include "storage/Storage_ExtentPool.h"
+
+#include "storage/Storage_Factory.h"
+
+bool Storage_ExtentPool::serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
+                                   xercesc::DOMElement* element) {
+    return serializeObject(*this, Storage_ExtentPoolsShape::memberElement, document, parent, element);
+}
+
+Storage_ExtentPool& Storage_ExtentPool::operator=(const Storage_ExtentPool& other) {
+    System_Object::operator=(other);
+    return *this;
+}
+
+std::unique_ptr<Storage_ExtentPool> Storage_ExtentPoolsShape::allocate() {
+    return Storage_FactoryAllocateExtentPool();
+}

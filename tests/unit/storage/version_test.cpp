@@ -1,0 +1,53 @@
+#include "audit/System_Command.h"
+#include "storage/Storage_CheckVersion.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(CheckVersion, ComparesThreeCharacters) {
+    struct Case {
+        const char* output;
+        const char* version;
+        bool matches;
+    };
+    const Case cases[] = {
+        {"2.4.21-4.ELsmp\n", "2.4", true},
+        {"2.4.21-4.ELsmp\n", "2.6", false},
+        {"2.6.9-5.EL\n", "2.6", true},
+        {"3.10.0-1160.el7.x86_64\n", "2.6", false},
+        {"3.10.0-1160.el7.x86_64\n", "3.1", true},
+        {"6.1.0-13-amd64", "6.1", true},
+        {"2.60\n", "2.6", true},
+        {"2.6.9 extra\n", "2.6", false},
+        {"uname: some warning\n2.6.9\n", "2.6", true},
+        {" \t2.6.9\t\n", "2.6", true},
+        {"2.6.9\n", "2.6.", false},
+        {"2.6.9\n", "2", false},
+        {"", "2.6", false},
+        {"", "", false},
+    };
+    for (const Case& test : cases)
+        EXPECT_EQ(test.matches, Storage_ReleaseHasVersion(test.output, test.version))
+            << test.output << " against " << test.version;
+}
+
+TEST(CheckVersion, AsksAtEachCall) {
+    int asked = 0;
+    std::optional<std::string> release = "2.4.21\n";
+    const System_CommandRunnerScope scope([&](const std::string& command) {
+        EXPECT_EQ("uname -r", command);
+        ++asked;
+        return release;
+    });
+    EXPECT_TRUE(Storage_CheckVersion("2.4"));
+    release = "2.6.9\n";
+    EXPECT_FALSE(Storage_CheckVersion("2.4"));
+    EXPECT_TRUE(Storage_CheckVersion("2.6"));
+    release = std::nullopt;
+    EXPECT_FALSE(Storage_CheckVersion("2.6"));
+    EXPECT_EQ(4, asked);
+    EXPECT_FALSE(Storage_CheckVersion(nullptr));
+}
+
+} // namespace
