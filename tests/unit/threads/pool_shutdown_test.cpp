@@ -74,7 +74,7 @@ TEST(PoolShutdown, AThrowOutOfSetToTerminateStopsNothing) {
     struct Thrower : Work {
         using Work::Work;
         bool setToTerminate() override {
-            Thread_Runnable::setToTerminate();
+            Work::setToTerminate();
             throw 1;
         }
     };
@@ -166,6 +166,7 @@ TEST(PoolShutdown, UnderLoadAndRestartLosesNothing) {
     std::atomic<int> refused = 0;
     {
         std::vector<std::jthread> producers;
+        producers.reserve(3);
         for (int i = 0; i < 3; ++i)
             producers.emplace_back([&] {
                 while (!done) {

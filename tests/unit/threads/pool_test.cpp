@@ -72,7 +72,7 @@ TEST_F(Pool, RunsQueuedWorkInOrderAndSurvivesExceptions) {
             threads.insert(pthread_self());
             if (i % 2 == 0)
                 throw std::runtime_error("work failed");
-            throw i;
+            throw int(i);
         }));
     ASSERT_TRUE(eventually([&] { return tally_.deleted == 100; }));
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
@@ -95,7 +95,7 @@ TEST_F(Pool, QueueLimitOfZeroTakesWorkOnlyForAnIdleThread) {
         try {
             give({});
             ADD_FAILURE() << "a second runnable was taken";
-        } catch (Thread_ThreadPoolException exception) {
+        } catch (const Thread_ThreadPoolException& exception) {
             EXPECT_EQ(exception.getExceptionCode(), 1);
         }
         gate.open();
@@ -162,6 +162,7 @@ TEST_F(Pool, RunsEverythingThatManyProducersGive) {
     start(3, Thread_Pool::Unlimited, 2);
     {
         std::vector<std::jthread> crew;
+        crew.reserve(producers);
         for (int i = 0; i < producers; ++i)
             crew.emplace_back([&] {
                 for (int round = 0; round < each; ++round)
