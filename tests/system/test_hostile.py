@@ -12,30 +12,32 @@ from harness import Port, envelope, limit, wait_until
 from harness.agent import post_request
 from harness.envelope import SUCCESS
 
-QUICK = 3  # seconds; an honest request takes milliseconds
+QUICK = 3  # seconds of processor time; an honest request takes milliseconds
 
 
-def refused_quickly(agent, body, status=500):
-    """Sends a body that must be refused, checks how, how long it took, and that others are served meanwhile."""
-    waited = []
+def answered_quickly(agent, body, *statuses):
+    """Sends a body, checks the status, what it cost, and that others are served meanwhile."""
+    served = []
 
     def bystander():
-        began = time.monotonic()
-        assert agent.get().status == 200
-        waited.append(time.monotonic() - began)
+        served.append(agent.get().status)
 
     other = threading.Thread(target=bystander)
-    began = time.monotonic()
+    before = agent.cpu_seconds()
     other.start()
     reply = agent.post(body, seconds=30)
-    took = time.monotonic() - began
     other.join()
-    assert reply.status == status
-    if status == 500:
+    cost = agent.cpu_seconds() - before
+    assert reply.status in statuses
+    if reply.status == 500:
         assert reply.body == b""
-    assert took < limit(QUICK), took
-    assert waited and waited[0] < limit(QUICK)
+    assert cost < limit(QUICK), cost
+    assert served == [200]
     assert agent.call().outcome == SUCCESS
+
+
+def refused_quickly(agent, body):
+    answered_quickly(agent, body, 500)
 
 
 def bomb(levels=9, width=10):
@@ -110,16 +112,29 @@ def test_depth(quiet_agent):
 
 
 def test_width(quiet_agent):
-    """Large, but nothing wrong with it: what takes part in a large document must not cost its square."""
-    many = 20_000
-    refused_quickly(quiet_agent, envelope("Ping", "<a/>" * many * 5), status=200)
-    attributes = " ".join(f'a{n}="x"' for n in range(many))
-    refused_quickly(quiet_agent, envelope().replace(b"<Request", f"<Request {attributes}".encode()), status=200)
-    refused_quickly(quiet_agent, envelope(request={"vsamName": "x" * (16 << 20)}), status=200)
-    refused_quickly(quiet_agent, envelope("Ping", "&amp;" * 1_000_000), status=200)
-    refused_quickly(quiet_agent, envelope("Ping", "<!-- x -->" * 100_000), status=200)
-    refused_quickly(quiet_agent, b"<" + b"x" * (16 << 20))
-    refused_quickly(quiet_agent, b"x" * (16 << 20))
+    """Large, but nothing wrong with it: no part of a document may cost the square of its number."""
+
+    def with_attributes(number):
+        attributes = " ".join(f'a{n}="x"' for n in range(number))
+        return envelope().replace(b"<Request", f"<Request {attributes}".encode())
+
+    for body in (
+        envelope("Ping", "<a/>" * 100_000),
+        with_attributes(5_000),
+        envelope(request={"vsamName": "x" * (16 << 20)}),
+        envelope("Ping", "&amp;" * 1_000_000),
+        envelope("Ping", "<!-- x -->" * 100_000),
+    ):
+        answered_quickly(quiet_agent, body, 200)
+    # Beyond what any honest request holds there may be a limit.
+    for body in (
+        with_attributes(100_000),
+        envelope("Ping", "".join(f"<a{n}/>" for n in range(200_000))),
+        envelope("Ping", "<a/>" * 4_000_000),
+    ):
+        answered_quickly(quiet_agent, body, 200, 500)
+    for body in (b"<" + b"x" * (16 << 20), b"x" * (16 << 20)):
+        refused_quickly(quiet_agent, body)
 
 
 def test_bytes_that_are_no_text(quiet_agent):
@@ -192,13 +207,13 @@ def test_memory_of_large_requests_is_given_back(start):
     agent = start(flags=())
     if agent.tree.is_sanitized():
         pytest.skip("a sanitizer keeps freed memory")
-    body = envelope(request={"vsamName": "x" * (8 << 20)})
+    body = envelope(request={"vsamName": "x" * (4 << 20)})
     for _ in range(3):
         assert agent.answer(body).outcome == SUCCESS
     after_some = agent.rss()
-    for _ in range(15):
+    for _ in range(8):
         assert agent.answer(body).outcome == SUCCESS
-    assert agent.rss() < after_some + (24 << 20)
+    assert agent.rss() < after_some + (12 << 20)
 
 
 def test_tls_rubbish(quiet_agent):

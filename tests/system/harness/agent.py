@@ -14,6 +14,7 @@ from .tree import SANITIZER_SIGNS, agent_conf, environment
 from .wire import Connection
 
 STARTED = "Agent: startup successful\n"
+STOPPING_SIGNALS = (1, 2, 15, 24)
 
 
 class Agent:
@@ -89,6 +90,7 @@ class Agent:
             return False
 
     def send_signal(self, number):
+        self._end_is_expected |= number in STOPPING_SIGNALS
         os.kill(self.pid, number)
 
     def wait(self, seconds=10):
@@ -211,6 +213,11 @@ class Agent:
 
     def threads(self):
         return self._status_number("Threads")
+
+    def cpu_seconds(self):
+        """Processor time used so far: unlike elapsed time it does not depend on what else the machine does."""
+        fields = Path(f"/proc/{self.pid}/stat").read_text().rpartition(")")[2].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
     def context_switches(self):
         """How often all threads together have gone to sleep of themselves."""

@@ -11,7 +11,6 @@ import pytest
 STANDING = {
     "calls": False,  # outgoing calls to the management server, and the SSL state that it decides
     "tls": False,  # HTTPS on the agent's port
-    "editor": False,  # -editConfig
     "ssl_methods": False,  # the methods that are served over TLS only
     "audit": False,  # GetHostSummary and the other audit methods
 }

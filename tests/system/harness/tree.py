@@ -96,7 +96,7 @@ class Tree:
             capture_output=True,
             timeout=limit(seconds),
         )
-        run = Run(done.returncode, done.stdout.decode(), done.stderr.decode(errors="replace"))
+        run = Run(done.returncode, done.stdout.decode(errors="surrogateescape"), done.stderr.decode(errors="replace"))
         assert not any(sign in run.stderr for sign in SANITIZER_SIGNS), run.stderr
         return run
 
