@@ -64,6 +64,17 @@ std::unique_ptr<HTTP_HeaderAuthenticateBase> chooseChallenge(const HTTP_HeaderMa
     return std::make_unique<Header>(*chosen);
 }
 
+/// For the log, which must hold no password in any form.
+std::string withoutBasicCredentials(std::string request) {
+    constexpr std::string_view scheme = "uthorization: Basic ";
+    const std::size_t found = request.find(scheme);
+    if (found < request.find("\r\n\r\n")) {
+        const std::size_t begin = found + scheme.size();
+        request.replace(begin, request.find(lineEnd, begin) - begin, "(not logged)");
+    }
+    return request;
+}
+
 bool isPort(int port) {
     return port > 0 && port <= std::numeric_limits<unsigned short>::max();
 }
@@ -103,7 +114,7 @@ bool HTTP_FileImpl::sendRequest(HTTP_Content_Type contentType, const char* /*nam
     request.clear();
     if (!createRequest(request, contentType, text, challenge.get()))
         return false;
-    DEBUG_LOG("\nauthorization request to send:\n%s\n", request.c_str());
+    DEBUG_LOG("\nauthorization request to send:\n%s\n", withoutBasicCredentials(request).c_str());
     if (!exchange(request, false))
         return false;
     DEBUG_LOG("\nreply to sent authorization request:\n%s\n", body_.c_str());

@@ -132,13 +132,13 @@ bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, 
     return true;
 }
 
-bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, std::string& body) {
+bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, std::string& body, std::size_t limit) {
     body.clear();
     std::size_t received = 0;
     while (Socket_AwaitBytes(input, 1, timeLimit)) {
         const std::string_view bytes = input.arrived();
         received += bytes.size();
-        if (received > HTTP_BodyLimit)
+        if (received > limit)
             return false;
         std::remove_copy_if(bytes.begin(), bytes.end(), std::back_inserter(body), isLineEnd);
         input.consume(bytes.size());

@@ -59,5 +59,6 @@ private:
 /// Reads a body of exactly `length` bytes. False if it is larger than the limit or does not arrive whole.
 bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, std::string& body);
 
-/// Reads a body to the end of the stream, without its CRs and LFs. False if it is larger than the limit.
-bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, std::string& body);
+/// Reads a body to the end of the stream, without its CRs and LFs. False if more than `limit` bytes come.
+bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, std::string& body,
+                        std::size_t limit = HTTP_BodyLimit);

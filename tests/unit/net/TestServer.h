@@ -104,6 +104,11 @@ class RawClient {
 public:
     RawClient() : descriptor_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {}
     explicit RawClient(unsigned short port) : RawClient() { connect(port); }
+    /// Takes a connection over.
+    struct Accepted {
+        int descriptor;
+    };
+    explicit RawClient(Accepted accepted) : descriptor_(accepted.descriptor) {}
     void connect(unsigned short port) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
@@ -116,7 +121,7 @@ public:
     ~RawClient() { ::close(descriptor_); }
 
     int descriptor() const { return descriptor_; }
-    void send(std::string_view text) {
+    void send(std::string_view text) const {
         EXPECT_EQ(::send(descriptor_, text.data(), text.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(text.size()));
     }
@@ -162,4 +167,38 @@ private:
     int descriptor_;
     std::string seen_;
     bool ended_ = false;
+};
+
+/// A listener on a free port of the loopback, apart from the code under test.
+class RawListener {
+public:
+    RawListener() : descriptor_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        EXPECT_EQ(::bind(descriptor_, reinterpret_cast<sockaddr*>(&address), size), 0);
+        EXPECT_EQ(::listen(descriptor_, 16), 0);
+        EXPECT_EQ(::getsockname(descriptor_, reinterpret_cast<sockaddr*>(&address), &size), 0);
+        port_ = ntohs(address.sin_port);
+    }
+    RawListener(const RawListener&) = delete;
+    RawListener& operator=(const RawListener&) = delete;
+    ~RawListener() { ::close(descriptor_); }
+
+    unsigned short port() const { return port_; }
+    /// `remotePort` is where the connection came from.
+    RawClient::Accepted accept(int& remotePort) const {
+        sockaddr_in address{};
+        socklen_t size = sizeof address;
+        const int accepted =
+            ::accept4(descriptor_, reinterpret_cast<sockaddr*>(&address), &size, SOCK_CLOEXEC);
+        EXPECT_NE(accepted, -1);
+        remotePort = ntohs(address.sin_port);
+        return {accepted};
+    }
+
+private:
+    int descriptor_;
+    unsigned short port_ = 0;
 };
