@@ -1,0 +1,193 @@
+#include "qdvctl/Ctl_AgentClient.h"
+
+#include "base/String_Functions.h"
+#include "net/AgentSSL_Factory.h"
+#include "net/HTTP_Session.h"
+#include "qdvctl/Ctl_Failure.h"
+#include "qdvctl/Ctl_Layers.h"
+#include "qdvctl/Ctl_Password.h"
+#include "qdvctl/Ctl_Render.h"
+#include "qdvctl/Ctl_Text.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <netdb.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* userAgent = "qdvctl";
+constexpr const char* methodUri = "/nxCommand";
+/// The words of a reply that every method has, in the order in which they are shown.
+constexpr const char* replyWords[] = {"response", "reason", "type", "name", "uuid"};
+
+using Clock = std::chrono::steady_clock;
+
+/// Wipes a text that holds a password when its scope ends.
+struct WipeGuard {
+    std::string& text;
+    ~WipeGuard() { nxWipeText(text); }
+};
+
+std::string wordOf(const Ctl_Node& response, const char* name) {
+    const std::string* value = response.attribute(name);
+    return value == nullptr ? std::string() : *value;
+}
+
+void obtainPassword(const Ctl_AgentOptions& options, Ctl_Request& request) {
+    if (options.user.empty())
+        return;
+    if (!options.tls)
+        throw Ctl_Failure(Ctl_WrongUsage,
+                          "--user needs --tls: the password would cross the network in clear");
+    const Ctl_Password password = options.passwordDescriptor < 0
+                                      ? Ctl_AskPassword(options.user)
+                                      : Ctl_ReadPassword(options.passwordDescriptor);
+    request.userPassword = password.text();
+}
+
+std::string describeStatus(int status) {
+    switch (status) {
+    case HTTP_RETURN_INTERNAL_SERVER_ERROR:
+        return "the agent cannot make sense of the request (HTTP status 500)";
+    case HTTP_RETURN_NOT_FOUND:
+        return "what listens there is no agent (HTTP status 404)";
+    default:
+        return "HTTP status " + std::to_string(status);
+    }
+}
+
+void printTo(std::FILE* stream, const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stream);
+}
+
+void showRaw(const std::string& body) {
+    const bool endsLine = !body.empty() && body.back() == '\n';
+    printTo(stdout, isatty(STDOUT_FILENO) != 0 ? Ctl_PrintableLines(body) : body);
+    if (!endsLine)
+        printTo(stdout, "\n");
+}
+
+void showJson(const Ctl_Node& response) {
+    std::vector<std::pair<std::string, std::string>> words;
+    for (const char* name : replyWords)
+        if (const std::string* value = response.attribute(name))
+            words.emplace_back(name, *value);
+    printTo(stdout, Ctl_RenderJson(words, response.children) + "\n");
+}
+
+void showText(const std::string& agent, const std::string& method, const Ctl_Reply& reply) {
+    const std::string reason = wordOf(reply.response, "reason");
+    std::string headline = agent + " " + method + ": " + wordOf(reply.response, "response");
+    if (!reply.isSuccess() && !reason.empty())
+        headline += ", " + reason;
+    const double milliseconds = static_cast<double>(reply.duration.count()) / 1000.0;
+    std::printf("%s (%.1f ms)\n", Ctl_Printable(headline).c_str(), milliseconds);
+    if (const std::string* uuid = reply.response.attribute("uuid"))
+        std::printf("uuid: %s\n", Ctl_Printable(*uuid).c_str());
+    printTo(stdout, Ctl_RenderText(reply.response.children));
+}
+
+/// What the agent's terse words mean to whoever typed the command.
+const char* adviceFor(const std::string& reason) {
+    if (reason == "invalid uuid")
+        return "the method needs the agent's identity: \"qdvctl ping\" shows it, --uuid gives it";
+    if (reason == "invalid encryption protocol")
+        return "the method is served over TLS only: --tls";
+    return nullptr;
+}
+
+} // namespace
+
+bool Ctl_Reply::isSuccess() const {
+    return wordOf(response, "response") == "success";
+}
+
+Ctl_AgentClient::Ctl_AgentClient(const Ctl_AgentOptions& options)
+    : options_(options), address_(Ctl_ParseAddress(options.agent)) {}
+
+std::string Ctl_AgentClient::name() const {
+    return address_.host + ":" + std::to_string(address_.port);
+}
+
+Ctl_Reply Ctl_AgentClient::call(Ctl_Request request) const {
+    request.uuid = options_.uuid;
+    request.hostTarget = options_.hostTarget;
+    request.userName = options_.user;
+    const WipeGuard wipePassword{request.userPassword};
+    obtainPassword(options_, request);
+    std::string body = Ctl_BuildRequest(request);
+    const WipeGuard wipeBody{body};
+
+    Ctl_Reply reply;
+    const auto start = Clock::now();
+    reply.body = post(body);
+    reply.duration = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
+    try {
+        reply.response = Ctl_ParseReply(reply.body);
+    } catch (const Ctl_Failure& failure) {
+        throw Ctl_Failure(failure.status(), name() + ": " + failure.what());
+    }
+    return reply;
+}
+
+std::string Ctl_AgentClient::post(const std::string& body) const {
+    const auto session = HTTP_FactoryAllocateSession(userAgent);
+    HTTP_Connection* connection = session->getHttpConnection(
+        nullptr, 0, 0, HTTP_AddressPortPair(address_.host, address_.port), nullptr, nullptr);
+    HTTP_File* file = connection->getRequest(HTTP_METHOD_POST, methodUri);
+    file->registerSSLFactory(&gSSLFactory);
+    file->setEncryptionProtocol(options_.tls ? Socket_Socket::ENCRYPTION_SSL
+                                             : Socket_Socket::ENCRYPTION_NONE);
+    if (!file->sendRequest(HTTP_CONTENT_TYPE_TEXT_XML, "", body.data(), static_cast<int>(body.size()))) {
+        if (file->getWasClientResponseReceived())
+            throw Ctl_Failure(Ctl_Unanswered, name() + ": the connection ended without a whole reply");
+        failWithoutReply();
+    }
+    if (file->getReturnCode() != HTTP_RETURN_OK)
+        throw Ctl_Failure(Ctl_Unanswered, name() + ": " + describeStatus(file->getReturnCode()));
+    char* text = nullptr;
+    int length = 0;
+    if (!file->getEntityBody(text, length))
+        throw Ctl_Failure(Ctl_Unanswered, name() + ": the reply is empty");
+    return {text, static_cast<std::size_t>(length)};
+}
+
+/// The exchange does not tell why it failed. Going the first steps once more does.
+void Ctl_AgentClient::failWithoutReply() const {
+    addrinfo hints{};
+    hints.ai_family = AF_INET;
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    if (const int error = getaddrinfo(address_.host.c_str(), nullptr, &hints, &found); error != 0)
+        throw Ctl_Failure(Ctl_Unanswered, "cannot resolve " + address_.host + ": " + gai_strerror(error));
+    freeaddrinfo(found);
+
+    const auto socket = Socket_FactoryAllocateSocket();
+    if (!socket->create(Socket_Socket::TRANSPORT_TCP, false) ||
+        !socket->connect(address_.host.c_str(), address_.port))
+        throw Ctl_Failure(Ctl_Unanswered, "cannot connect to " + name() + ": " + std::strerror(errno));
+    throw Ctl_Failure(Ctl_Unanswered, name() + (options_.tls ? ": the TLS handshake failed"
+                                                             : ": the connection broke before a reply"));
+}
+
+int Ctl_CallAndShow(const Ctl_AgentOptions& options, Ctl_Request request) {
+    const Ctl_Layers layers(options.tls ? Ctl_Layers::NetworkWithTLS : Ctl_Layers::Network);
+    const Ctl_AgentClient client(options);
+    const std::string method = request.method;
+    const Ctl_Reply reply = client.call(std::move(request));
+    if (options.raw)
+        showRaw(reply.body);
+    else if (options.json)
+        showJson(reply.response);
+    else
+        showText(client.name(), method, reply);
+    if (reply.isSuccess())
+        return Ctl_Succeeded;
+    if (const char* advice = adviceFor(wordOf(reply.response, "reason")); advice != nullptr && !options.raw)
+        std::fprintf(stderr, "qdvctl: %s\n", advice);
+    return Ctl_Refused;
+}

@@ -1,0 +1,68 @@
+#include "base/File_Contents.h"
+#include "base/File_Descriptor.h"
+#include "qdvctl/Ctl_AgentClient.h"
+#include "qdvctl/Ctl_Command.h"
+#include "qdvctl/Ctl_Failure.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cerrno>
+#include <cstring>
+#include <iterator>
+#include <memory>
+
+namespace {
+
+/// What an agent takes at most.
+constexpr std::size_t largestBody = std::size_t(256) << 20;
+constexpr const char* standardInput = "-";
+
+struct CallOptions {
+    Ctl_AgentOptions agent;
+    std::string method;
+    std::vector<std::string> parameters;
+    std::string bodyFile;
+};
+
+std::string readBody(const std::string& file) {
+    const char* path = file == standardInput ? "/dev/stdin" : file.c_str();
+    std::string contents;
+    if (!File_ReadWhole(path, contents, largestBody))
+        throw Ctl_Failure(Ctl_WrongUsage, "--body " + file + ": " + std::strerror(errno));
+    return contents;
+}
+
+int call(const CallOptions& options) {
+    Ctl_Request request;
+    request.method = options.method;
+    for (const std::string& parameter : options.parameters)
+        request.parameters.push_back(Ctl_ParseParameter(parameter));
+    if (!options.bodyFile.empty()) {
+        std::vector<Ctl_Node> body =
+            Ctl_ParseParameters(readBody(options.bodyFile), "--body " + options.bodyFile);
+        std::move(body.begin(), body.end(), std::back_inserter(request.parameters));
+    }
+    return Ctl_CallAndShow(options.agent, std::move(request));
+}
+
+} // namespace
+
+void Ctl_AddCall(CLI::App& app, Ctl_Action& chosen) {
+    CLI::App* command = app.add_subcommand("call", "Call any method of the agent");
+    const auto options = std::make_shared<CallOptions>();
+    command->add_option("method", options->method, "Name of the method, such as GetHostSummary")
+        ->type_name("")
+        ->required();
+    command
+        ->add_option("--param", options->parameters,
+                     "A parameter: the element Name with this text; repeatable")
+        ->type_name("Name=Text")
+        ->expected(1)
+        ->take_all();
+    command
+        ->add_option("--body", options->bodyFile,
+                     "Parameters as XML elements from a file; - is standard input")
+        ->type_name("FILE");
+    Ctl_AddAgentOptions(*command, options->agent);
+    command->callback([options, &chosen] { chosen = [options] { return call(*options); }; });
+}

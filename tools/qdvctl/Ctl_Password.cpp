@@ -1,0 +1,138 @@
+#include "qdvctl/Ctl_Password.h"
+
+#include "base/File_Descriptor.h"
+#include "base/String_Functions.h"
+#include "qdvctl/Ctl_Failure.h"
+#include "qdvctl/Ctl_Text.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <optional>
+#include <termios.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t longestPassword = 1024;
+
+/// Ways in which a terminal takes a program away; the echo must come back before they do.
+constexpr std::array<int, 6> leavingSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGALRM};
+
+volatile std::sig_atomic_t arrivedSignal = 0;
+
+void noteSignal(int number) {
+    arrivedSignal = number;
+}
+
+/// While it lives a leaving signal is only noted, and interrupts the read; afterwards it has the effect that
+/// it would have had.
+class SignalGuard {
+public:
+    SignalGuard() {
+        arrivedSignal = 0;
+        struct sigaction note {};
+        note.sa_handler = noteSignal;
+        for (std::size_t index = 0; index < leavingSignals.size(); ++index)
+            sigaction(leavingSignals[index], &note, &before_[index]);
+    }
+    ~SignalGuard() {
+        for (std::size_t index = 0; index < leavingSignals.size(); ++index)
+            sigaction(leavingSignals[index], &before_[index], nullptr);
+        if (arrivedSignal != 0)
+            raise(arrivedSignal);
+    }
+    SignalGuard(const SignalGuard&) = delete;
+    SignalGuard& operator=(const SignalGuard&) = delete;
+
+private:
+    std::array<struct sigaction, leavingSignals.size()> before_{};
+};
+
+class EchoGuard {
+public:
+    explicit EchoGuard(int terminal) : terminal_(terminal) {
+        if (tcgetattr(terminal_, &before_) != 0)
+            throw Ctl_Failure(Ctl_WrongUsage,
+                              std::string("cannot ask for the password: ") + std::strerror(errno));
+        termios silent = before_;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        silent.c_lflag |= ECHONL;
+        tcsetattr(terminal_, TCSAFLUSH, &silent);
+    }
+    ~EchoGuard() { tcsetattr(terminal_, TCSAFLUSH, &before_); }
+    EchoGuard(const EchoGuard&) = delete;
+    EchoGuard& operator=(const EchoGuard&) = delete;
+
+private:
+    int terminal_;
+    termios before_{};
+};
+
+/// Byte by byte, since what follows the line belongs to others. Nothing if not even a line end could be read.
+std::optional<Ctl_Password> readLine(int descriptor) {
+    std::string line;
+    line.reserve(longestPassword); // so that no copy is left behind in memory given back
+    bool any = false;
+    for (char byte = 0; line.size() < longestPassword; line.push_back(byte)) {
+        const ssize_t count = read(descriptor, &byte, 1);
+        if (count < 0 && errno == EINTR && arrivedSignal == 0)
+            continue;
+        if (count <= 0)
+            break;
+        any = true;
+        if (byte == '\n')
+            break;
+    }
+    Ctl_Password password(std::move(line));
+    if (!any || arrivedSignal != 0)
+        return std::nullopt;
+    return password;
+}
+
+} // namespace
+
+Ctl_Password::Ctl_Password(Ctl_Password&& other) noexcept : text_(std::move(other.text_)) {
+    nxWipeText(other.text_);
+}
+
+Ctl_Password& Ctl_Password::operator=(Ctl_Password&& other) noexcept {
+    if (this != &other) {
+        nxWipeText(text_);
+        text_.swap(other.text_);
+    }
+    return *this;
+}
+
+Ctl_Password::~Ctl_Password() {
+    nxWipeText(text_);
+}
+
+Ctl_Password Ctl_AskPassword(const std::string& user) {
+    const File_Descriptor terminal(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (!terminal)
+        throw Ctl_Failure(Ctl_WrongUsage,
+                          "no terminal to ask for the password on; give it with --password-fd");
+    std::optional<Ctl_Password> password;
+    {
+        const SignalGuard signals;
+        const EchoGuard silence(terminal.get());
+        const std::string prompt = "Password of " + Ctl_Printable(user) + ": ";
+        if (write(terminal.get(), prompt.data(), prompt.size()) == static_cast<ssize_t>(prompt.size()))
+            password = readLine(terminal.get());
+    }
+    if (!password)
+        throw Ctl_Failure(Ctl_WrongUsage, "no password was given");
+    return std::move(*password);
+}
+
+Ctl_Password Ctl_ReadPassword(int descriptor) {
+    std::optional<Ctl_Password> password = readLine(descriptor);
+    if (!password)
+        throw Ctl_Failure(Ctl_WrongUsage,
+                          "no password can be read from descriptor " + std::to_string(descriptor));
+    return std::move(*password);
+}

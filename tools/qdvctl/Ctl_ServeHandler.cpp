@@ -1,0 +1,104 @@
+#include "qdvctl/Ctl_ServeHandler.h"
+
+#include "net/HTTP_File.h"
+#include "qdvctl/Ctl_Failure.h"
+#include "qdvctl/Ctl_Render.h"
+#include "qdvctl/Ctl_Text.h"
+
+#include <array>
+#include <string_view>
+
+namespace {
+
+constexpr unsigned callIndent = 2;
+/// A refusal has a body, so that no client waits for one.
+constexpr std::string_view notACall = "not a remote method call\n";
+constexpr std::string_view noPage = "no page here\n";
+
+std::string timeText(std::time_t when) {
+    std::array<char, 32> text{};
+    std::tm parts{};
+    gmtime_r(&when, &parts);
+    std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts);
+    return text.data();
+}
+
+/// The method as it is shown below the headline: nothing if it brought nothing but its name.
+std::vector<Ctl_Node> contentOf(const Ctl_Request& call) {
+    const Ctl_Node method{"Method", {}, call.methodAttributes, call.parameters};
+    if (method.attributes.empty() && !method.hasElements() && method.ownText().empty())
+        return {};
+    return {method};
+}
+
+bool reply(HTTP_File& file, HTTP_Return_Code code, HTTP_Content_Type type, std::string_view body) {
+    return file.sendReply(code, type, body.data(), static_cast<int>(body.size()));
+}
+
+std::string protocolOf(const HTTP_File& file) {
+    return file.getEncryptionProtocol() == Socket_Socket::ENCRYPTION_SSL ? "TLS" : "plain";
+}
+
+} // namespace
+
+std::string Ctl_DescribeCall(const Ctl_Request& call, std::time_t when, const std::string& protocol,
+                             const std::string& uri, bool json) {
+    const std::vector<Ctl_Node> content = contentOf(call);
+    if (json)
+        return Ctl_RenderJson({{"time", timeText(when)},
+                               {"protocol", protocol},
+                               {"uri", uri},
+                               {"method", call.method},
+                               {"uuid", call.uuid},
+                               {"hostTarget", call.hostTarget}},
+                              content) +
+               "\n";
+    std::string line = timeText(when) + " " + protocol + " " + uri + " " + call.method;
+    line += " uuid=" + call.uuid;
+    if (!call.hostTarget.empty())
+        line += " hostTarget=" + call.hostTarget;
+    return Ctl_Printable(line) + "\n" + Ctl_RenderText(content, callIndent);
+}
+
+std::optional<Ctl_Node> Ctl_ResultOf(const std::string& method, const std::string& sslState) {
+    if (method == "Ping")
+        return Ctl_Node{"Server", {}, {{"version", QDV_VERSION}}, {}};
+    if (method == "GetSSLState")
+        return Ctl_Node{"Server", {}, {{"sslState", sslState}}, {}};
+    return std::nullopt;
+}
+
+bool Ctl_ServeHandler::handleGet(HTTP_File* file, bool& keepFile) {
+    keepFile = false;
+    return reply(*file, HTTP_RETURN_NOT_FOUND, HTTP_CONTENT_TYPE_TEXT_HTML, noPage);
+}
+
+bool Ctl_ServeHandler::handlePost(HTTP_File* file, bool& keepFile) {
+    keepFile = false;
+    char* text = nullptr;
+    int length = 0;
+    file->getEntityBody(text, length);
+    const std::string_view body =
+        text == nullptr ? std::string_view() : std::string_view(text, static_cast<std::size_t>(length));
+    const std::time_t now = std::time(nullptr);
+    try {
+        const Ctl_Request call = Ctl_ParseCall(body);
+        write(Ctl_DescribeCall(call, now, protocolOf(*file), file->getURI(), shared_.options.json));
+        const auto result = Ctl_ResultOf(call.method, shared_.options.sslState);
+        return reply(*file, HTTP_RETURN_OK, HTTP_CONTENT_TYPE_TEXT_XML, Ctl_BuildReply(call.method, result));
+    } catch (const Ctl_Failure& failure) {
+        std::fprintf(stderr, "qdvctl: %s: %s\n", Ctl_Printable(file->getURI()).c_str(),
+                     Ctl_Printable(failure.what()).c_str());
+        return reply(*file, HTTP_RETURN_BAD_REQUEST, HTTP_CONTENT_TYPE_TEXT_HTML, notACall);
+    }
+}
+
+void Ctl_ServeHandler::write(const std::string& text) {
+    const std::lock_guard lock(shared_.outputMutex);
+    std::fwrite(text.data(), 1, text.size(), shared_.output);
+    std::fflush(shared_.output);
+}
+
+std::unique_ptr<HTTP_RequestHandler> Ctl_ServeHandlerFactory::createHandler() {
+    return std::make_unique<Ctl_ServeHandler>(shared_);
+}

@@ -1,0 +1,139 @@
+#include "qdvctl/Ctl_Text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+
+namespace {
+
+constexpr std::uint32_t mappedBytes = 0xEF00;
+
+/// The start of a text: a character, or a byte that belongs to none.
+struct Unit {
+    std::uint32_t value;
+    std::size_t length; ///< bytes
+    bool isCharacter;
+};
+
+struct SequenceForm {
+    unsigned char mask, lead;
+    std::size_t length;
+    std::uint32_t lowest; ///< below it the sequence is longer than need be
+};
+constexpr std::array<SequenceForm, 4> forms{{
+    {0x80, 0x00, 1, 0x0},
+    {0xE0, 0xC0, 2, 0x80},
+    {0xF0, 0xE0, 3, 0x800},
+    {0xF8, 0xF0, 4, 0x10000},
+}};
+
+bool isScalarValue(std::uint32_t value) {
+    return value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
+}
+
+/// UTF-8 by RFC 3629. `text` is not empty.
+Unit firstUnit(std::string_view text) {
+    const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+    const Unit alone{byte(0), 1, false};
+    const auto* form = std::find_if(forms.begin(), forms.end(), [&](const SequenceForm& candidate) {
+        return (byte(0) & candidate.mask) == candidate.lead;
+    });
+    if (form == forms.end() || text.size() < form->length)
+        return alone;
+    std::uint32_t value = byte(0) & static_cast<unsigned char>(~form->mask);
+    for (std::size_t index = 1; index < form->length; ++index) {
+        if ((byte(index) & 0xC0) != 0x80)
+            return alone;
+        value = (value << 6) | (byte(index) & 0x3F);
+    }
+    if (value < form->lowest || !isScalarValue(value))
+        return alone;
+    return {value, form->length, true};
+}
+
+bool isControl(std::uint32_t character) {
+    return character < 0x20 || (character >= 0x7F && character <= 0x9F);
+}
+
+/// Characters that are not seen themselves but change how their neighbours are seen.
+bool isDeceptive(std::uint32_t character) {
+    return character == 0x061C || (character >= 0x200B && character <= 0x200F) ||
+           (character >= 0x2028 && character <= 0x202E) || (character >= 0x2060 && character <= 0x2069) ||
+           character == 0xFEFF || (character >= 0xE0000 && character <= 0xE007F);
+}
+
+void appendHex(std::string& out, const char* introducer, std::uint32_t value, int digits) {
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), "%0*x", digits, value);
+    out.append(introducer).append(text.data());
+}
+
+void appendPrintable(std::string& out, const Unit& unit, std::string_view bytes) {
+    if (!unit.isCharacter || isControl(unit.value))
+        appendHex(out, "\\x", unit.value, 2);
+    else if (isDeceptive(unit.value))
+        appendHex(out, "\\u", unit.value, 4);
+    else
+        out.append(bytes);
+}
+
+void appendJsonEscape(std::string& out, std::uint32_t value) {
+    if (value < 0x10000) {
+        appendHex(out, "\\u", value, 4);
+        return;
+    }
+    const std::uint32_t rest = value - 0x10000;
+    appendHex(out, "\\u", 0xD800 + (rest >> 10), 4);
+    appendHex(out, "\\u", 0xDC00 + (rest & 0x3FF), 4);
+}
+
+void appendJson(std::string& out, const Unit& unit, std::string_view bytes) {
+    if (!unit.isCharacter)
+        appendJsonEscape(out, mappedBytes + unit.value);
+    else if (unit.value == '"' || unit.value == '\\')
+        out.append("\\").append(bytes);
+    else if (unit.value == '\n')
+        out.append("\\n");
+    else if (isControl(unit.value) || isDeceptive(unit.value))
+        appendJsonEscape(out, unit.value);
+    else
+        out.append(bytes);
+}
+
+template <typename Append>
+std::string transformed(std::string_view text, Append append) {
+    std::string out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        const Unit unit = firstUnit(text);
+        append(out, unit, text.substr(0, unit.length));
+        text.remove_prefix(unit.length);
+    }
+    return out;
+}
+
+} // namespace
+
+std::string Ctl_Printable(std::string_view text) {
+    return transformed(text, appendPrintable);
+}
+
+std::string Ctl_PrintableLines(std::string_view text) {
+    return transformed(text, [](std::string& out, const Unit& unit, std::string_view bytes) {
+        if (bytes == "\n" || bytes == "\t")
+            out.append(bytes);
+        else
+            appendPrintable(out, unit, bytes);
+    });
+}
+
+std::size_t Ctl_Width(std::string_view printable) {
+    return static_cast<std::size_t>(std::count_if(printable.begin(), printable.end(), [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
+    }));
+}
+
+std::string Ctl_JsonString(std::string_view text) {
+    return '"' + transformed(text, appendJson) + '"';
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+/// Text from the wire made fit to be shown. Pure functions over bytes of any kind; no locale.
+
+/// The text as a terminal may get it: UTF-8, in which whatever could steer the terminal or disguise what
+/// stands there is spelled out: control characters and bytes that are not UTF-8 as "\x1b", invisible
+/// characters that reorder or break lines as "\u202e".
+std::string Ctl_Printable(std::string_view text);
+/// The same, with line feeds and tabs left as they are.
+std::string Ctl_PrintableLines(std::string_view text);
+
+/// The columns that printable text takes, as far as characters that are one column wide go.
+std::size_t Ctl_Width(std::string_view printable);
+
+/// A JSON string (RFC 8259) with its quotes. A byte that is not UTF-8 becomes U+EF00 plus the byte, as in the
+/// agent's documents, so that the output is valid and nothing is lost.
+std::string Ctl_JsonString(std::string_view text);

@@ -1,0 +1,82 @@
+// qdvctl: an agent's methods from the command line, a stand-in for its server, and a look at its
+// configuration.
+//
+//   main.cpp            the command line as a whole, errors and exit status
+//   Ctl_Command.h       the list of subcommands; each has a file of its own:
+//     Ctl_Ping, Ctl_Call, Ctl_Verbose, Ctl_SSL    call an agent
+//     Ctl_Serve                                   answers an agent's calls
+//     Ctl_Config                                  checks and shows configuration files
+//   Ctl_AgentOptions    the options of all commands that call an agent
+//   Ctl_AgentClient     one call: identity and user in, reply out, shown in the form asked for
+//   Ctl_Envelope        the XML of requests and replies, both ways
+//   Ctl_Node            a document as plain values
+//   Ctl_Render          such values as text for a person, and as JSON
+//   Ctl_Text            bytes from outside made fit for a terminal, and for JSON
+//   Ctl_Password        asked for without echo, wiped after use
+//   Ctl_Layers          which libraries have to be up
+//   Ctl_Switch          the argument "on" or "off"
+//   Ctl_Failure         errors that end a command, and the exit statuses
+
+#include "qdvctl/Ctl_Command.h"
+#include "qdvctl/Ctl_Failure.h"
+#include "qdvctl/Ctl_Text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <string>
+
+namespace {
+
+constexpr const char* exitStatuses =
+    "Exit status: 0 success; 1 the agent refused, or a file is faulty; 2 wrong usage; 3 no answer.\n"
+    "\"qdvctl COMMAND --help\" tells the options of a command; see also qdvctl(1).";
+
+int fail(int status, const std::string& message) {
+    std::fprintf(stderr, "qdvctl: %s\n", Ctl_Printable(message).c_str());
+    return status;
+}
+
+/// The library complains of a missing command where an unknown one was given.
+std::string describe(const CLI::App& app, const CLI::ParseError& error, int argc, char* argv[]) {
+    constexpr const char* hint = "; see \"qdvctl --help\"";
+    if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-')
+        return std::string("there is no command ") + argv[1] + hint;
+    return error.what() + std::string(hint);
+}
+
+int run(int argc, char* argv[]) {
+    CLI::App app("Operates a QDVAgent, stands in for its server, checks its configuration.", "qdvctl");
+    app.set_version_flag("--version", "qdvctl " QDV_VERSION, "Print the version and exit");
+    app.get_help_ptr()->description("Print this help and exit");
+    app.require_subcommand(1);
+    app.footer(exitStatuses);
+    Ctl_Action chosen;
+    for (auto* add : {Ctl_AddPing, Ctl_AddCall, Ctl_AddVerbose, Ctl_AddSSL, Ctl_AddServe, Ctl_AddConfig})
+        add(app, chosen);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& shown) {
+        return app.exit(shown); // help or version
+    } catch (const CLI::ParseError& error) {
+        return fail(Ctl_WrongUsage, describe(app, error, argc, argv));
+    }
+    return chosen();
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    int status = Ctl_Unanswered;
+    try {
+        status = run(argc, argv);
+    } catch (const Ctl_Failure& failure) {
+        status = fail(failure.status(), failure.what());
+    } catch (const std::exception& failure) {
+        status = fail(Ctl_Unanswered, failure.what());
+    }
+    if (std::fflush(stdout) != 0 && status == Ctl_Succeeded)
+        return fail(Ctl_Unanswered, "the output cannot be written");
+    return status;
+}
