@@ -16,15 +16,6 @@ bool Storage_Share::serialize(xercesc::DOMDocument* document, xercesc::DOMElemen
     return serializeObject(*this, "Share", attributes_, document, parent, element);
 }
 
-Storage_Share& Storage_Share::operator=(const Storage_Share& other) {
-    if (this == &other)
-        return *this;
-    System_Object::operator=(other);
-    name_ = other.name_;
-    path_ = other.path_;
-    return *this;
-}
-
 std::unique_ptr<Storage_Share> Storage_FactoryAllocateShare() {
     return System_Allocate<Storage_Share, Storage_ShareLinux>();
 }

@@ -13,7 +13,7 @@ public:
     bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
                    xercesc::DOMElement* element) override;
     using System_Object::operator=;
-    virtual Storage_Share& operator=(const Storage_Share& other);
+    virtual Storage_Share& operator=(const Storage_Share& other) = default;
 
     const std::string& getName() const { return name_; }
     /// Null sets the empty text.

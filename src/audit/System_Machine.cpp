@@ -26,18 +26,3 @@ bool System_Machine::serialize(xercesc::DOMDocument* document, xercesc::DOMEleme
                                xercesc::DOMElement* element) {
     return serializeObject(*this, "Machine", attributes_, document, parent, element);
 }
-
-System_Machine& System_Machine::operator=(const System_Machine& other) {
-    if (this == &other)
-        return *this;
-    System_Object::operator=(other);
-    type_ = other.type_;
-    domain_ = other.domain_;
-    name_ = other.name_;
-    manufacturer_ = other.manufacturer_;
-    model_ = other.model_;
-    serialNumber_ = other.serialNumber_;
-    gmtOffset_ = other.gmtOffset_;
-    daylight_ = other.daylight_;
-    return *this;
-}

@@ -34,7 +34,7 @@ public:
     virtual bool getDaylight() const { return daylight_; }
     virtual void setDaylight(bool inForce) { daylight_ = inForce; }
     using System_Object::operator=;
-    virtual System_Machine& operator=(const System_Machine& other);
+    virtual System_Machine& operator=(const System_Machine& other) = default;
     /// There is no such form: false, and nothing is written.
     virtual bool serializeLI(xercesc::DOMDocument*, xercesc::DOMElement*) { return false; }
 

@@ -12,11 +12,3 @@ bool System_OS::serialize(xercesc::DOMDocument* document, xercesc::DOMElement* p
                           xercesc::DOMElement* element) {
     return serializeObject(*this, "OS", attributes_, document, parent, element);
 }
-
-System_OS& System_OS::operator=(const System_OS& other) {
-    if (this == &other)
-        return *this;
-    System_Object::operator=(other);
-    name_ = other.name_;
-    return *this;
-}

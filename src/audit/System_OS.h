@@ -17,7 +17,7 @@ public:
     /// Null sets the empty text.
     virtual void setName(const char* name) { name_ = name != nullptr ? name : ""; }
     using System_Object::operator=;
-    virtual System_OS& operator=(const System_OS& other);
+    virtual System_OS& operator=(const System_OS& other) = default;
 
 private:
     static const XMLSerializable_Attribute<System_OS> attributes_[];

@@ -8,11 +8,6 @@ bool Storage_DriveExtent::serialize(xercesc::DOMDocument* document, xercesc::DOM
     return serializeObject(*this, Storage_DriveExtentsShape::memberElement, document, parent, element);
 }
 
-Storage_DriveExtent& Storage_DriveExtent::operator=(const Storage_DriveExtent& other) {
-    System_Object::operator=(other);
-    return *this;
-}
-
 Storage_DriveExtent& Storage_DriveExtent::operator=(const Storage_PhysicalDrive& drive) {
     System_Object::operator=(drive);
     return *this;

@@ -15,7 +15,7 @@ public:
     bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
                    xercesc::DOMElement* element) override;
     using System_Object::operator=;
-    virtual Storage_DriveExtent& operator=(const Storage_DriveExtent& other);
+    virtual Storage_DriveExtent& operator=(const Storage_DriveExtent& other) = default;
     /// Takes over what a drive and its extent have in common, for the extent that stands for a whole drive.
     virtual Storage_DriveExtent& operator=(const Storage_PhysicalDrive& drive);
 };

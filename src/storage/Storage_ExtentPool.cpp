@@ -7,11 +7,6 @@ bool Storage_ExtentPool::serialize(xercesc::DOMDocument* document, xercesc::DOME
     return serializeObject(*this, Storage_ExtentPoolsShape::memberElement, document, parent, element);
 }
 
-Storage_ExtentPool& Storage_ExtentPool::operator=(const Storage_ExtentPool& other) {
-    System_Object::operator=(other);
-    return *this;
-}
-
 std::unique_ptr<Storage_ExtentPool> Storage_ExtentPoolsShape::allocate() {
     return Storage_FactoryAllocateExtentPool();
 }

@@ -13,7 +13,7 @@ public:
     bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
                    xercesc::DOMElement* element) override;
     using System_Object::operator=;
-    virtual Storage_ExtentPool& operator=(const Storage_ExtentPool& other);
+    virtual Storage_ExtentPool& operator=(const Storage_ExtentPool& other) = default;
 };
 
 struct Storage_ExtentPoolsShape {

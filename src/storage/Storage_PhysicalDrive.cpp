@@ -7,11 +7,6 @@ bool Storage_PhysicalDrive::serialize(xercesc::DOMDocument* document, xercesc::D
     return serializeObject(*this, Storage_PhysicalDrivesShape::memberElement, document, parent, element);
 }
 
-Storage_PhysicalDrive& Storage_PhysicalDrive::operator=(const Storage_PhysicalDrive& other) {
-    System_Object::operator=(other);
-    return *this;
-}
-
 std::unique_ptr<Storage_PhysicalDrive> Storage_PhysicalDrivesShape::allocate() {
     return Storage_FactoryAllocatePhysicalDrive();
 }

@@ -12,7 +12,7 @@ public:
     bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
                    xercesc::DOMElement* element) override;
     using System_Object::operator=;
-    virtual Storage_PhysicalDrive& operator=(const Storage_PhysicalDrive& other);
+    virtual Storage_PhysicalDrive& operator=(const Storage_PhysicalDrive& other) = default;
 };
 
 struct Storage_PhysicalDrivesShape {

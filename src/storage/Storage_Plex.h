@@ -13,7 +13,7 @@ public:
     bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
                    xercesc::DOMElement* element) override;
     using System_Object::operator=;
-    virtual Storage_Plex& operator=(const Storage_Plex& other);
+    virtual Storage_Plex& operator=(const Storage_Plex& other) = default;
 };
 
 struct Storage_PlexesShape {

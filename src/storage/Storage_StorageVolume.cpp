@@ -7,11 +7,6 @@ bool Storage_StorageVolume::serialize(xercesc::DOMDocument* document, xercesc::D
     return serializeObject(*this, Storage_StorageVolumesShape::memberElement, document, parent, element);
 }
 
-Storage_StorageVolume& Storage_StorageVolume::operator=(const Storage_StorageVolume& other) {
-    System_Object::operator=(other);
-    return *this;
-}
-
 std::unique_ptr<Storage_StorageVolume> Storage_StorageVolumesShape::allocate() {
     return Storage_FactoryAllocateStorageVolume();
 }

@@ -14,7 +14,7 @@ public:
     bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
                    xercesc::DOMElement* element) override;
     using System_Object::operator=;
-    virtual Storage_StorageVolume& operator=(const Storage_StorageVolume& other);
+    virtual Storage_StorageVolume& operator=(const Storage_StorageVolume& other) = default;
 };
 
 struct Storage_StorageVolumesShape {
