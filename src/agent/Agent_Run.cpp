@@ -10,6 +10,7 @@
 #include "agent/log/Debug_Printf.h"
 #include "net/AgentSSL_Factory.h"
 #include "net/HTTP_Server.h"
+#include "rmi/calls/AgentRMI_MethodCallServer.h"
 #include "rmi/xml/Xerces_Layer.h"
 #include "threads/Thread_Manager.h"
 #include "threads/Thread_Primitives.h"
@@ -17,6 +18,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <unistd.h>
@@ -63,6 +65,7 @@ private:
     static const Stage stages[];
 
     bool bringXmlUp();
+    bool bringTlsUp();
     bool bringHttpUp();
     bool bringSystemUp();
     bool findConfiguration();
@@ -70,11 +73,14 @@ private:
     bool loadIdentities();
     bool takeBindList();
     bool allocateServer();
+    bool nameCertificates();
     bool initServer();
     bool armSignals();
     bool startServices();
+    bool askForSSLState();
 
     std::optional<LayerGuard> xmlLayer_;
+    std::optional<LayerGuard> tlsLayer_;
     std::optional<LayerGuard> httpLayer_;
     AgentHTTP_RequestHandlerFactory requestHandlerFactory_;
     std::vector<HTTP_AddressPortPair*> bindList_;
@@ -85,6 +91,7 @@ private:
 
 const AgentLife::Stage AgentLife::stages[] = {
     {&AgentLife::bringXmlUp, "Agent: XML layer initialization failed\n"},
+    {&AgentLife::bringTlsUp, "Agent: SSL layer initialization failed\n"},
     {&AgentLife::bringHttpUp, "Agent: HTTP layer initialization failed\n"},
     {&AgentLife::bringSystemUp, "Agent: System layer initialization failed\n"},
     {&AgentLife::findConfiguration, "Agent: Failed to find agent configuration file\n"},
@@ -92,9 +99,11 @@ const AgentLife::Stage AgentLife::stages[] = {
     {&AgentLife::loadIdentities, nullptr},
     {&AgentLife::takeBindList, "Agent: Error processing agent configuration file\n"},
     {&AgentLife::allocateServer, "Agent: HTTP server allocate failed\n"},
+    {&AgentLife::nameCertificates, nullptr},
     {&AgentLife::initServer, "Agent: HTTP server init failed\n"},
     {&AgentLife::armSignals, nullptr},
     {&AgentLife::startServices, "Agent: startup failed\n"},
+    {&AgentLife::askForSSLState, "Agent: Check SSL state failed\n"},
 };
 
 /// The configuration files report failure by their result; whatever is thrown on the way counts as the same.
@@ -111,6 +120,13 @@ bool AgentLife::bringXmlUp() {
     if (!Xerces_LayerInit())
         return false;
     xmlLayer_.emplace(Xerces_LayerCleanup);
+    return true;
+}
+
+bool AgentLife::bringTlsUp() {
+    if (!AgentSSL_LayerInit())
+        return false;
+    tlsLayer_.emplace(AgentSSL_LayerCleanup);
     return true;
 }
 
@@ -171,6 +187,14 @@ bool AgentLife::allocateServer() {
     return server_ != nullptr;
 }
 
+bool AgentLife::nameCertificates() {
+    const std::string directory = configurationDirectory();
+    gSSLFactory.setCertPath(directory + "/agent_cert.pem");
+    gSSLFactory.setKeyPath(directory + "/agent_key.pem");
+    gSSLFactory.setCAFilePath(directory + "/cafile.pem");
+    return true;
+}
+
 bool AgentLife::initServer() {
     return server_->init(bindList_, &gSSLFactory, &requestHandlerFactory_, httpWorkers);
 }
@@ -182,8 +206,21 @@ bool AgentLife::armSignals() {
 
 bool AgentLife::startServices() {
     manager_.registerThreadable(server_.get());
-    if (!manager_.start())
+    return manager_.start();
+}
+
+/// A server that does not answer keeps the agent from nothing.
+bool AgentLife::askForSSLState() {
+    DEBUG_LOG("Agent: Check state of enterprise SSL setting\n");
+    const std::unique_ptr<RMI_MethodCall> call(new (std::nothrow) AgentRMI_MethodCallGetSSLState);
+    if (!call)
         return false;
+    try {
+        call->invoke();
+        DEBUG_LOG("Agent: Check SSL state successful\n");
+    } catch (...) {
+        DEBUG_LOG("Agent: Check SSL state invoke call failed. QDV Server may not be available\n");
+    }
     DEBUG_LOG("Agent: startup successful\n");
     return true;
 }

@@ -3,6 +3,7 @@
 #include "agent/log/Debug_Printf.h"
 #include "rmi/methods/AgentRMI_MethodPing.h"
 #include "rmi/methods/AgentRMI_MethodPingServer.h"
+#include "rmi/methods/AgentRMI_MethodSetCallServerWithSSL.h"
 #include "rmi/methods/AgentRMI_MethodSetVerboseLog.h"
 
 #include <string_view>
@@ -27,6 +28,7 @@ constexpr Row methods[] = {
     {{"Ping", NotNeeded, PlainAndSSL, No}, make<AgentRMI_MethodPing>},
     {{"PingServer", NotNeeded, PlainAndSSL, No}, make<AgentRMI_MethodPingServer>},
     {{"SetVerboseLog", Required, PlainAndSSL, No}, make<AgentRMI_MethodSetVerboseLog>},
+    {{"SetCallServerWithSSL", Required, SSLOnly, No}, make<AgentRMI_MethodSetCallServerWithSSL>},
 };
 
 } // namespace

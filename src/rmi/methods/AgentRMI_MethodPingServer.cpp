@@ -1,8 +1,13 @@
 #include "rmi/methods/AgentRMI_MethodPingServer.h"
 
+#include "rmi/calls/AgentRMI_MethodCallServer.h"
 #include "rmi/methods/AgentRMI_MethodSupport.h"
 
 #include <utility>
+
+void AgentRMI_PingServer() {
+    AgentRMI_MethodCallPing().invoke();
+}
 
 AgentRMI_MethodPingServer::AgentRMI_MethodPingServer(const AgentRMI_MethodRules& rules, const char* guid,
                                                      AgentRMI_ServerPing pingServer)
@@ -12,7 +17,6 @@ void AgentRMI_MethodPingServer::invoke(xercesc::DOMElement* method, xercesc::DOM
                                        xercesc::DOMElement* response) {
     AgentRMI_Perform([&] {
         AgentRMI_RequireNoParameters(*method);
-        // An empty function throws too.
         pingServer_();
         AgentRMI_AppendAgent(*response);
     });

@@ -14,7 +14,8 @@ namespace {
 
 constexpr const char* logName = "QDVAgent.log";
 
-/// Held while the log is looked at and switched, so that of two calls at once the second does not open it again.
+/// Held while the log is looked at and switched, so that of two calls at once the second does not open it
+/// again.
 std::mutex switching;
 
 bool isWord(const std::string& text, const char* word) {

@@ -162,6 +162,10 @@ DOMElement* Xerces_FirstDescendant(const DOMElement& parent, const char* name) {
     return first.empty() ? nullptr : first.front();
 }
 
+bool Xerces_HasChild(const DOMElement& element) {
+    return element.hasChildNodes();
+}
+
 std::optional<std::string> Xerces_FirstText(const DOMElement& element) {
     const DOMNode* child = element.getFirstChild();
     const XMLCh* value = child == nullptr ? nullptr : child->getNodeValue();

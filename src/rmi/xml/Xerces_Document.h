@@ -63,6 +63,7 @@ std::vector<xercesc::DOMElement*> Xerces_Descendants(const xercesc::DOMElement& 
                                                      std::size_t limit = static_cast<std::size_t>(-1));
 /// The first of them, or null.
 xercesc::DOMElement* Xerces_FirstDescendant(const xercesc::DOMElement& parent, const char* name);
+bool Xerces_HasChild(const xercesc::DOMElement& element);
 /// The node value of the first child, whatever its kind; nothing if there is no child or it has no value.
 std::optional<std::string> Xerces_FirstText(const xercesc::DOMElement& element);
 

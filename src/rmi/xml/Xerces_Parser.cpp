@@ -6,6 +6,7 @@
 #include <xercesc/dom/DOMException.hpp>
 #include <xercesc/framework/XMLAttr.hpp>
 #include <xercesc/framework/XMLElementDecl.hpp>
+#include <xercesc/sax/ErrorHandler.hpp>
 #include <xercesc/sax/InputSource.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
@@ -37,6 +38,17 @@ std::string describe(const xercesc::SAXParseException& problem) {
            std::to_string(problem.getColumnNumber()) + ": " + Xerces_ToBytes(problem.getMessage());
 }
 
+/// Without a handler the library ends a document at its first fatal error and says nothing.
+class FatalErrors : public xercesc::ErrorHandler {
+public:
+    void warning(const xercesc::SAXParseException&) override {}
+    void error(const xercesc::SAXParseException&) override {}
+    void fatalError(const xercesc::SAXParseException& problem) override { throw Refusal(describe(problem)); }
+    void resetErrors() override {}
+};
+
+FatalErrors fatalErrors;
+
 } // namespace
 
 Xerces_Parser::Xerces_Parser() {
@@ -46,7 +58,7 @@ Xerces_Parser::Xerces_Parser() {
     setDoSchema(false);
     setLoadExternalDTD(false);
     setDisableDefaultEntityResolution(true);
-    setErrorHandler(this);
+    setErrorHandler(&fatalErrors);
 }
 
 Xerces_Parser::~Xerces_Parser() = default;
@@ -118,16 +130,6 @@ void Xerces_Parser::docPI(const XMLCh* target, const XMLCh* data) {
     countNodes(1);
     XercesDOMParser::docPI(target, data);
 }
-
-void Xerces_Parser::warning(const xercesc::SAXParseException&) {}
-
-void Xerces_Parser::error(const xercesc::SAXParseException&) {}
-
-void Xerces_Parser::fatalError(const xercesc::SAXParseException& problem) {
-    throw Refusal(describe(problem));
-}
-
-void Xerces_Parser::resetErrors() {}
 
 void Xerces_Parser::countNodes(std::size_t more) {
     nodes_ += more;

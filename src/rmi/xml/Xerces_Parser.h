@@ -3,7 +3,6 @@
 #include "rmi/xml/Xerces_Document.h"
 
 #include <xercesc/parsers/XercesDOMParser.hpp>
-#include <xercesc/sax/ErrorHandler.hpp>
 
 #include <cstddef>
 #include <string>
@@ -14,7 +13,7 @@
 /// not linear, the number of different names and the number of nodes.
 ///
 /// Can be used again after a document; after a failure it is thrown away. Used by one thread at a time.
-class Xerces_Parser final : private xercesc::XercesDOMParser, private xercesc::ErrorHandler {
+class Xerces_Parser final : private xercesc::XercesDOMParser {
 public:
     using XMemory::operator new;
     using XMemory::operator delete;
@@ -38,11 +37,6 @@ private:
     void docCharacters(const XMLCh* text, XMLSize_t length, bool cdataSection) override;
     void docComment(const XMLCh* comment) override;
     void docPI(const XMLCh* target, const XMLCh* data) override;
-
-    void warning(const xercesc::SAXParseException& problem) override;
-    void error(const xercesc::SAXParseException& problem) override;
-    void fatalError(const xercesc::SAXParseException& problem) override;
-    void resetErrors() override;
 
     void countNodes(std::size_t more);
     void countName(const XMLCh* name);
