@@ -16,8 +16,8 @@
 namespace {
 
 bool runs(const std::string& command) {
-    return std::system(command.c_str()) ==
-           0; // NOLINT(cert-env33-c): the tools of the host are what is wanted
+    const int status = std::system(command.c_str()); // NOLINT(cert-env33-c): the tools of the host are wanted
+    return status == 0;
 }
 
 bool copyEtcAside() {

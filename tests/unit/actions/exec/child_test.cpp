@@ -42,14 +42,20 @@ INSTANTIATE_TEST_SUITE_P(Exec, ChildProcess, testing::Values(Watch::Descriptor, 
 
 TEST_P(ChildProcess, TellsWhatHappensFirst) {
     Exec_Pipe pipe;
-    const pid_t pid = startChild([&pipe] {
-        usleep(100'000);
+    Exec_Pipe orders;
+    fcntl(orders.readEnd(), F_SETFL, 0);
+    const pid_t pid = startChild([&] {
+        char order = 0;
+        static_cast<void>(!read(orders.readEnd(), &order, 1));
         static_cast<void>(!write(pipe.writeEnd(), "x", 1));
-        usleep(100'000);
+        static_cast<void>(!read(orders.readEnd(), &order, 1));
     });
+    const auto order = [&] { ASSERT_EQ(write(orders.writeEnd(), "!", 1), 1); };
     Exec_ChildProcess child(pid, GetParam());
     EXPECT_EQ(child.wait(pipe.readEnd(), after(10ms)), Wake::Deadline);
+    order();
     EXPECT_EQ(child.wait(pipe.readEnd(), after(10s)), Wake::Readable);
+    order();
     EXPECT_EQ(child.wait(-1, after(10s)), Wake::Ended);
     EXPECT_EQ(child.wait(-1, after(0s)), Wake::Ended);
     int status = 0;

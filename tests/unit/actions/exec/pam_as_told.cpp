@@ -37,9 +37,11 @@ bool answersAreRight(const std::vector<pam_message>& messages, const pam_respons
 
 int converse(pam_handle_t* handle, const std::vector<std::string>& styles, const std::string& expected) {
     std::vector<pam_message> messages;
+    messages.reserve(styles.size());
     for (const std::string& style : styles)
-        messages.push_back({std::atoi(style.c_str()), "?"});
+        messages.push_back({std::stoi(style), "?"});
     std::vector<const pam_message*> pointers;
+    pointers.reserve(messages.size());
     for (const pam_message& message : messages)
         pointers.push_back(&message);
 
@@ -78,7 +80,7 @@ extern "C" int pam_sm_authenticate(pam_handle_t* handle, int /*flags*/, int argc
         if (const int result = converse(handle, questions, valuesOf("expect", argc, argv).at(0)); result != 0)
             return result;
     const std::vector<std::string> result = valuesOf("auth", argc, argv);
-    return result.empty() ? PAM_SUCCESS : std::atoi(result.front().c_str());
+    return result.empty() ? PAM_SUCCESS : std::stoi(result.front());
 }
 
 extern "C" int pam_sm_setcred(pam_handle_t* /*handle*/, int /*flags*/, int /*argc*/, const char** /*argv*/) {
@@ -87,5 +89,5 @@ extern "C" int pam_sm_setcred(pam_handle_t* /*handle*/, int /*flags*/, int /*arg
 
 extern "C" int pam_sm_acct_mgmt(pam_handle_t* /*handle*/, int /*flags*/, int argc, const char** argv) {
     const std::vector<std::string> result = valuesOf("acct", argc, argv);
-    return result.empty() ? PAM_SUCCESS : std::atoi(result.front().c_str());
+    return result.empty() ? PAM_SUCCESS : std::stoi(result.front());
 }

@@ -6,9 +6,9 @@
 #include <gtest/gtest.h>
 #include <security/pam_appl.h>
 
+#include <array>
 #include <cstdlib>
 #include <fcntl.h>
-#include <fstream>
 #include <future>
 #include <string>
 #include <sys/stat.h>
@@ -110,9 +110,9 @@ TEST_F(PamStack, OfTwoAtTheSameMomentOneIsRefusedAndDoesNotWait) {
 
 TEST_F(PamStack, ManyAtOnceAreEachServedOrRefused) {
     authenticate("");
-    std::vector<std::future<int>> served;
-    for (int thread = 0; thread < 4; ++thread)
-        served.push_back(std::async(std::launch::async, [] {
+    std::array<std::future<int>, 4> served;
+    for (auto& each : served)
+        each = std::async(std::launch::async, [] {
             int successes = 0;
             for (int i = 0; i < 50; ++i) {
                 const Security_AuthResult result = nxValidateSystemUser("root", "se cret");
@@ -120,7 +120,7 @@ TEST_F(PamStack, ManyAtOnceAreEachServedOrRefused) {
                 successes += result.getCode() == AUTH_SUCCESS ? 1 : 0;
             }
             return successes;
-        }));
+        });
     int successes = 0;
     for (auto& each : served)
         successes += each.get();
