@@ -146,6 +146,21 @@ TEST(PoolShutdown, SingleAttemptLeavesNoThreadThatIsNotAtWork) {
     }
 }
 
+/// Work that was handed to a thread and has not begun never begins: otherwise the stop would wait for it.
+TEST(PoolShutdown, WorkHandedOverInTheLastMomentHoldsNothingUp) {
+    Tally tally;
+    for (int round = 0; round < 100; ++round) {
+        Gate gate;
+        auto pool = startedPool(1);
+        ASSERT_TRUE(give(*pool, tally, [gate](Work&) { gate.wait(); }));
+        bool stillRunning = false;
+        ASSERT_TRUE(pool->shutdown(stillRunning, 0, true));
+        pool.reset();
+        gate.open();
+        ASSERT_TRUE(eventually([&] { return tally.deleted == tally.made; }));
+    }
+}
+
 TEST(PoolShutdown, DestructionStopsAPoolThatNobodyShutDown) {
     Tally tally;
     {

@@ -66,6 +66,30 @@ TEST(Semaphore, CountsTrueUnderContention) {
     EXPECT_EQ(semaphore.grab(0), Thread_Semaphore::TimedOut);
 }
 
+/// The release wakes the sleeper, but the release is gone by the time it gets there: it has to sleep on.
+TEST(Semaphore, AStolenReleaseLetsNobodyPass) {
+    constexpr int releases = 300;
+    Thread_Semaphore semaphore;
+    std::atomic<int> passed = 0;
+    std::atomic<int> failed = 0;
+    int stolen = 0;
+    std::jthread sleeper([&](const std::stop_token& stop) {
+        while (!stop.stop_requested())
+            ++(semaphore.grab(Thread_Semaphore::Forever) == Thread_Semaphore::Granted ? passed : failed);
+    });
+    for (int i = 0; i < releases; ++i) {
+        semaphore.release();
+        if (semaphore.grab(0) == Thread_Semaphore::Granted)
+            ++stolen;
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
+    EXPECT_TRUE(eventually([&] { return passed + stolen + failed >= releases; }));
+    EXPECT_EQ(passed + stolen, releases);
+    EXPECT_EQ(failed, 0);
+    sleeper.request_stop();
+    semaphore.release();
+}
+
 /// For the sanitizers: the releasing thread must be done with the semaphore by the time the grab has
 /// returned.
 TEST(Semaphore, MayBeDestroyedByWhoeverGrabbedIt) {
