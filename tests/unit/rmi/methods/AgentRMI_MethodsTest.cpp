@@ -1,3 +1,4 @@
+#include "agent/config/AgentConfig_Configuration.h"
 #include "agent/log/Debug_Printf.h"
 #include "rmi/AgentRMI_Identities.h"
 #include "rmi/RMI_Exchange.h"
@@ -20,10 +21,15 @@ protected:
     void SetUp() override {
         WithIdentities::SetUp();
         gPathToExec = folder;
+        // A server that is not there: nothing listens on the port that calls go to.
+        gAgentConfig = std::make_unique<Config_File<AgentConfig_Configuration>>();
+        gAgentConfig->getConfig()->setServerHostname("127.0.0.1");
+        gAgentConfig->getConfig()->setServerSSLPort(1);
     }
     void TearDown() override {
         if (gDebugPrintf.getDebugState() == Debug_Printf::LogFile)
             gDebugPrintf.logfile_close();
+        gAgentConfig.reset();
         WithIdentities::TearDown();
     }
 
@@ -66,6 +72,7 @@ TEST_F(Methods, TheTableDecidesWhatAMethodAsksFor) {
     EXPECT_EQ(row("Ping"), "Ping plain ssl g");
     EXPECT_EQ(row("PingServer"), "PingServer plain ssl g");
     EXPECT_EQ(row("SetVerboseLog"), "SetVerboseLog identity plain ssl g");
+    EXPECT_EQ(row("SetCallServerWithSSL"), "SetCallServerWithSSL identity ssl g");
     for (const char* name : {"", "ping", "Ping ", "PingServe", "NoSuchMethod"})
         EXPECT_EQ(row(name), "unknown") << name;
 }
