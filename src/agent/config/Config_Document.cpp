@@ -8,21 +8,27 @@
 namespace {
 
 constexpr std::size_t LongestQuoted = 80;
+constexpr std::size_t LongestReason = 300;
+
+/// Neither line ends nor terminal escapes get from a file into a message.
+std::string printable(const std::string& text, std::size_t longest) {
+    std::string shown = text.substr(0, longest);
+    std::replace_if(
+        shown.begin(), shown.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
+    return shown.size() < text.size() ? shown + "..." : shown;
+}
 
 } // namespace
 
 std::string Config_Quoted(const std::string& text) {
-    std::string shown = text.substr(0, LongestQuoted);
-    std::replace_if(
-        shown.begin(), shown.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
-    return '"' + shown + (shown.size() < text.size() ? "...\"" : "\"");
+    return '"' + printable(text, LongestQuoted) + '"';
 }
 
 Xerces_DocumentPtr Config_ParseDocument(const xercesc::InputSource& source, const char* rootName) {
     std::string reason;
     Xerces_DocumentPtr document = Xerces_Parse(source, &reason);
     if (!document)
-        throw Config_Refusal("not an XML document: " + reason);
+        throw Config_Refusal("not an XML document: " + printable(reason, LongestReason));
     const xercesc::DOMElement* root = Xerces_Root(*document);
     const std::string found = root == nullptr ? std::string() : Xerces_TagName(*root);
     if (found != rootName)

@@ -148,8 +148,8 @@ TEST_F(ConfigurationTest, RefusalSaysWhatWasExpectedWhere) {
 TEST_F(ConfigurationTest, RefusesWhatIsNoDocument) {
     const std::string whole = document(Server + Agent);
     for (const std::string& text :
-         {std::string(), std::string("\0\0", 2), std::string("no XML"), whole + "<more/>",
-          whole.substr(0, whole.size() - 1), "<!DOCTYPE AgentConfiguration []>" + whole,
+         {std::string(), std::string("\0\0", 2), std::string("no XML"), std::string("<?xm\nl\x7f\n?>"),
+          whole + "<more/>", whole.substr(0, whole.size() - 1), "<!DOCTYPE AgentConfiguration []>" + whole,
           document("<x y='1' y='2'/>")}) {
         const std::string reason = refusal(text);
         EXPECT_EQ(reason.rfind("not an XML document: ", 0), 0U) << reason;
