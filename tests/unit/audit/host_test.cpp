@@ -1,3 +1,4 @@
+#include "audit/Audit_Log.h"
 #include "audit/Audit_XML.h"
 #include "audit/Storage_HostSystem.h"
 #include "audit/Storage_Share.h"
@@ -132,8 +133,10 @@ TEST(MachineAudit, ReadsWhatTheHostSays) {
 
 TEST(MachineAudit, DoesWithoutWhatTheHostLacks) {
     const RecordedHost host({});
+    const Audit_Log log;
     const auto machine = System_FactoryAllocateMachine();
     ASSERT_TRUE(machine->audit());
+    EXPECT_EQ("System_MachineLinux::audit::audit uname -m model copy, skipping\n", log.messages());
     EXPECT_EQ("", machine->getManufacturer());
     EXPECT_EQ("", machine->getModel());
     EXPECT_NE("", machine->getDomain());
@@ -244,6 +247,19 @@ TEST_F(HostSystem, WritesItsPartsInOrder) {
     EXPECT_EQ(nullptr, host->getOS());
     EXPECT_EQ(nullptr, host->getMachine());
     EXPECT_NE(std::string::npos, formOf(*host).find("<Shares/></HostSystem>"));
+}
+
+/// A host that answers nothing at all still has a summary.
+TEST_F(HostSystem, IsAuditedWithoutItsTools) {
+    const RecordedHost recorded({});
+    const Audit_Log log;
+    ASSERT_TRUE(host->prepareForAudit());
+    EXPECT_TRUE(host->audit());
+    EXPECT_EQ("System_StorageSystemLinux::audit uname -r, skipping\n"
+              "System_MachineLinux::audit::audit uname -m model copy, skipping\n",
+              log.messages());
+    EXPECT_EQ("", host->getOS()->getName());
+    EXPECT_EQ("Linux", attributeOf(formOf(*host), "type"));
 }
 
 TEST_F(HostSystem, CannotBeAuditedUnprepared) {

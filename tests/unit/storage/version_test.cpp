@@ -1,3 +1,4 @@
+#include "audit/Audit_Log.h"
 #include "audit/System_Command.h"
 #include "storage/Storage_CheckVersion.h"
 
@@ -40,6 +41,7 @@ TEST(CheckVersion, AsksAtEachCall) {
         ++asked;
         return release;
     });
+    const Audit_Log log;
     EXPECT_TRUE(Storage_CheckVersion("2.4"));
     release = "2.6.9\n";
     EXPECT_FALSE(Storage_CheckVersion("2.4"));
@@ -48,6 +50,10 @@ TEST(CheckVersion, AsksAtEachCall) {
     EXPECT_FALSE(Storage_CheckVersion("2.6"));
     EXPECT_EQ(4, asked);
     EXPECT_FALSE(Storage_CheckVersion(nullptr));
+    EXPECT_EQ("Storage_CheckVersion: OS version (2.4) matches test version: 2.4\n"
+              "Storage_CheckVersion: OS version (2.6) matches test version: 2.6\n"
+              "Storage_CheckVersion: OS command failed: uname -r\n",
+              log.messages());
 }
 
 } // namespace
