@@ -264,19 +264,21 @@ def test_log_file_starts_again_when_it_is_full(set_log):
     assert b"x" * 1000 not in log.read_bytes()
 
 
-@needs("ssl_methods")
-def test_methods_for_tls_only_are_refused_on_a_plain_connection(agent):
+@pytest.mark.parametrize(
+    "name",
+    [
+        "SetCallServerWithSSL",
+        pytest.param("SubmitAction", marks=needs("actions")),
+        pytest.param("SaveAction", marks=needs("actions")),
+        pytest.param("GetActionScriptList", marks=needs("script_list")),
+    ],
+)
+def test_methods_for_tls_only_are_refused_on_a_plain_connection(agent, name):
     """The protocol is looked at before the identity."""
-    for name in ("SubmitAction", "SaveAction", "GetActionScriptList", "SetCallServerWithSSL"):
-        for uuid in (None, "whatever"):
-            answer = agent.call(name, uuid=uuid)
-            assert answer.attributes == {
-                "type": "method",
-                "name": name,
-                "response": "error",
-                "reason": "invalid encryption protocol",
-            }
-    assert agent.tree.identities() == []
+    refusal = {"type": "method", "name": name, "response": "error", "reason": "invalid encryption protocol"}
+    for uuid in (None, "whatever"):
+        assert agent.call(name, uuid=uuid).attributes == refusal
+    assert ("whatever", "") not in agent.tree.identities()
 
 
 def test_form_and_bare_body_get_the_same_reply(agent):

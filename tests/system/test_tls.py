@@ -8,10 +8,7 @@ import pytest
 from harness import Connection, envelope, limit
 from harness.agent import post_request
 from harness.envelope import SUCCESS, parse_answer
-from harness.features import needs
 from harness.wire import anonymous_tls
-
-pytestmark = needs("tls")
 
 GET11 = b"GET / HTTP/1.1\r\n\r\n"
 

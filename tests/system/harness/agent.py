@@ -23,6 +23,7 @@ class Agent:
     tree      a Tree; its agent.conf is written unless write_conf is False
     flags     the command line; -verbose brings the log, which stays readable after the end
     server    a ManagementServer that agent.conf names, else nobody answers on the server's ports
+    conf      more attributes for agent.conf, by element name
     binds     number of ports to listen on, at 127.0.0.1
     ports     the ports of an agent before this one instead; they must not be released meanwhile
     address   the address text of the Bind elements
@@ -30,7 +31,7 @@ class Agent:
     """
 
     def __init__(
-        self, tree, *, flags=("-verbose",), server=None, binds=1, ports=None, address="127.0.0.1",
+        self, tree, *, flags=("-verbose",), server=None, conf=None, binds=1, ports=None, address="127.0.0.1",
         write_conf=True, umask=0o22,
     ):  # fmt: skip
         self.tree = tree
@@ -46,7 +47,9 @@ class Agent:
                 else {"port": str(self._nobody.number), "sslPort": str(self._nobody.number)}
             )
             pairs = [(address, port.number) for port in self.ports]
-            tree.agent_conf.write_text(agent_conf(pairs, server=numbers))
+            conf = conf or {}
+            info = numbers | conf.get("ServerInfo", {})
+            tree.agent_conf.write_text(agent_conf(pairs, server=info, agent=conf.get("AgentInfo")))
         self.verbose = "-verbose" in flags
         self._stdout = tree.root / f"stdout-{time.monotonic_ns()}"
         self._stderr = tree.root / f"stderr-{time.monotonic_ns()}"

@@ -9,9 +9,8 @@ import os
 import pytest
 
 STANDING = {
-    "calls": False,  # outgoing calls to the management server, and the SSL state that it decides
-    "tls": False,  # HTTPS on the agent's port
-    "ssl_methods": False,  # the methods that are served over TLS only
+    "actions": False,  # SubmitAction, SaveAction
+    "script_list": False,  # GetActionScriptList
     "audit": False,  # GetHostSummary and the other audit methods
 }
 

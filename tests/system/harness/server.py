@@ -1,12 +1,13 @@
 """The scripted management server.
 
 It speaks HTTP by hand on sockets and threads, on a plain and on a TLS port, answers the agent's calls,
-records them, and can be told to misbehave. It ends by itself: every wait has a limit and every thread is a
+records them, and can be told to misbehave. A third port plays a proxy: it takes both plain and TLS. It ends by itself: every wait has a limit and every thread is a
 daemon.
 
     server.answers["Ping"] = element text      what goes below Response for that call
     server.outcome = ("error", "no")           response and reason of every answer
     server.misbehave(behaviour)                the next connection is treated by that function instead
+    with server.holding():                     replies are kept back until the block ends
     server.calls                               what came, oldest first
     server.down() / server.up()                refuse connections, and accept them again
 """
@@ -14,9 +15,9 @@ daemon.
 import socket
 import ssl
 import threading
-import time
 import xml.etree.ElementTree as ET
 from collections import deque
+from contextlib import contextmanager
 from dataclasses import dataclass
 from pathlib import Path
 from urllib.parse import unquote_to_bytes
@@ -28,12 +29,15 @@ DH_PARAMETERS = Path(__file__).with_name("ffdhe2048.pem")
 
 HEAD_LIMIT = 1 << 16
 BODY_LIMIT = 1 << 28
+TLS_HANDSHAKE = b"\x16"
 
 
 @dataclass
 class Call:
     """One call of the agent, as it came."""
 
+    port: int  # of the server
+    peer: tuple  # address and port of the agent's end
     tls: bool
     request_line: str
     headers: list
@@ -43,7 +47,6 @@ class Call:
     request: dict  # attributes of Request
     root: dict  # attributes of the root
     element: ET.Element  # the Method element
-    when: float
 
     def header(self, name):
         values = [value for key, value in self.headers if key.lower() == name.lower()]
@@ -104,17 +107,6 @@ def status(code, text="TEXT", headers="", body=b""):
     return reply
 
 
-def slow(seconds):
-    """The right reply, so many seconds late."""
-
-    def reply(server, connection):
-        call = server.read_request(connection)
-        server.pause(limit(seconds))
-        server.reply(connection, call)
-
-    return reply
-
-
 def drip(server, connection):
     """The right reply, byte by byte."""
     call = server.read_request(connection)
@@ -140,18 +132,24 @@ class ManagementServer:
         }
         self.faults = []  # what went wrong on connections that were meant to go well
         self._lock = threading.Lock()
-        self._wake = threading.Event()
+        self._may_reply = threading.Event()
+        self._may_reply.set()
         self._scripts = deque()
         self._connections = set()
         self._tls = anonymous_server_tls()
         self._listeners = {}
-        self.plain_port = self._listen(False, 0)
-        self.tls_port = self._listen(True, 0)
+        self.plain_port = self._listen("plain", 0)
+        self.tls_port = self._listen("tls", 0)
+        self.proxy_port = self._listen("proxy", 0)
 
     # ---- what a test does
 
     def misbehave(self, *behaviours):
         self._scripts.extend(behaviours)
+
+    def drop_scripts(self):
+        """Takes back misbehaviour that no connection has met yet."""
+        self._scripts.clear()
 
     def wait_calls(self, method, count=1, seconds=10):
         """Waits for so many calls of that method and returns them."""
@@ -172,12 +170,13 @@ class ManagementServer:
             listener.close()
 
     def up(self):
-        self._listen(False, self.plain_port)
-        self._listen(True, self.tls_port)
+        self._listen("plain", self.plain_port)
+        self._listen("tls", self.tls_port)
+        self._listen("proxy", self.proxy_port)
 
     def stop(self):
         self.running = False
-        self._wake.set()
+        self._may_reply.set()
         self.down()
         for _, holder in self._listeners.values():
             holder.close()
@@ -189,13 +188,18 @@ class ManagementServer:
             except OSError:
                 pass
 
-    def pause(self, seconds):
-        self._wake.wait(seconds)
+    @contextmanager
+    def holding(self):
+        self._may_reply.clear()
+        try:
+            yield
+        finally:
+            self._may_reply.set()
 
     # ---- connections
 
-    def _listen(self, tls, number):
-        holder = self._listeners[tls][1] if tls in self._listeners else None
+    def _listen(self, kind, number):
+        holder = self._listeners[kind][1] if kind in self._listeners else None
         if holder is None:
             holder = socket.socket()
             holder.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
@@ -206,11 +210,11 @@ class ManagementServer:
         listener.bind(("127.0.0.1", number))
         listener.listen(64)
         listener.settimeout(0.1)
-        self._listeners[tls] = (listener, holder)
-        threading.Thread(target=self._accept, args=(listener, tls), daemon=True).start()
+        self._listeners[kind] = (listener, holder)
+        threading.Thread(target=self._accept, args=(listener, kind), daemon=True).start()
         return number
 
-    def _accept(self, listener, tls):
+    def _accept(self, listener, kind):
         while self.running:
             try:
                 connection, _ = listener.accept()
@@ -218,14 +222,16 @@ class ManagementServer:
                 continue
             except OSError:
                 return
-            threading.Thread(target=self._serve, args=(connection, tls), daemon=True).start()
+            threading.Thread(target=self._serve, args=(connection, kind), daemon=True).start()
 
-    def _serve(self, connection, tls):
+    def _serve(self, connection, kind):
         connection.settimeout(limit(20))
         with self._lock:
             script = self._scripts.popleft() if self._scripts else None
         try:
-            if tls and script is not close_at_once:
+            if kind == "proxy":
+                kind = "tls" if connection.recv(1, socket.MSG_PEEK) == TLS_HANDSHAKE else "plain"
+            if kind == "tls" and script is not close_at_once:
                 connection = self._tls.wrap_socket(connection, server_side=True)
             with self._lock:
                 self._connections.add(connection)
@@ -261,14 +267,13 @@ class ManagementServer:
             if not chunk:
                 raise ConnectionError("body too short")
             body += chunk
-        tls = isinstance(connection, ssl.SSLSocket)
-        call = self._take_apart(tls, lines[0], headers, body)
+        call = self._take_apart(connection, lines[0], headers, body)
         with self._lock:
             self.calls.append(call)
         return call
 
     @staticmethod
-    def _take_apart(tls, request_line, headers, body):
+    def _take_apart(connection, request_line, headers, body):
         text = body
         if ("Content-Type", "application/x-www-form-urlencoded") in headers:
             text = unquote_to_bytes(text.replace(b"+", b" "))
@@ -277,8 +282,17 @@ class ManagementServer:
         request = root.find(".//Request")
         method = request.find(".//Method")
         return Call(
-            tls, request_line, headers, body, text, method.get("name"), request.attrib, root.attrib, method,
-            time.monotonic(),
+            port=connection.getsockname()[1],
+            peer=connection.getpeername(),
+            tls=isinstance(connection, ssl.SSLSocket),
+            request_line=request_line,
+            headers=headers,
+            body=body,
+            text=text,
+            method=method.get("name"),
+            request=request.attrib,
+            root=root.attrib,
+            element=method,
         )
 
     def reply_bytes(self, call):
@@ -293,4 +307,5 @@ class ManagementServer:
         return head.encode() + body
 
     def reply(self, connection, call):
+        self._may_reply.wait(limit(20))
         connection.sendall(self.reply_bytes(call))
