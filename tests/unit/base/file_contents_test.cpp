@@ -159,6 +159,7 @@ TEST(FileContents, WritersOfOneFileTakeTurns) {
     const Temporary_Directory directory;
     const std::string path = directory / "file";
     std::vector<std::thread> writers;
+    writers.reserve(4);
     for (char letter = 'a'; letter < 'e'; ++letter) {
         writers.emplace_back([&path, letter] {
             for (int round = 0; round < 25; ++round)

@@ -49,7 +49,7 @@ std::string textOf(const System_Date& date) {
 std::string parsedOver(const std::string& text) {
     auto date = dateOf("1999-12-31 23:58:57");
     const bool read = date->parse(&text);
-    const std::string shown = textOf(*date);
+    std::string shown = textOf(*date);
     if (!read) {
         EXPECT_EQ(shown, "1999-12-31 23:58:57") << "a refused text changed the date: " << text;
         return "refused";
