@@ -1,0 +1,122 @@
+/// What a large collection of storage objects costs: in memory, to be written and to be read back.
+
+#include "audit/System_Allocate.h"
+#include "rmi/xml/Xerces_Document.h"
+#include "rmi/xml/Xerces_Layer.h"
+#include "storage/Storage_DriveExtent.h"
+#include "storage/Storage_Factory.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <malloc.h>
+#include <memory>
+#include <string>
+
+namespace {
+
+constexpr int objectCount = 10000;
+
+class Extent : public Storage_DriveExtent {
+public:
+    using Storage_DriveExtent::operator=;
+    bool audit() override { return true; }
+};
+
+class Extents : public Storage_DriveExtents {
+public:
+    bool audit() override { return true; }
+};
+
+/// The attributes that a partition in an array of a well-filled host has.
+void fill(Storage_DriveExtents& extents) {
+    for (int number = 0; number < objectCount; ++number) {
+        std::unique_ptr<Storage_DriveExtent> extent = Storage_FactoryAllocateDriveExtent();
+        extent->setName(("/dev/disk/by-path/pci-0000:00:1f.2-scsi-" + std::to_string(number)).c_str());
+        extent->setPhysicality(Physicality_Logical);
+        extent->setVirtualMechanism(VirtualMechanism_LogicalVolumeManager);
+        extent->addComposition(Composition_RAID5);
+        extent->setIsPartOfStripeSet(true);
+        extent->setAllocatedBytes(500107862016);
+        extent->setOffsetBytes(1048576);
+        extent->setTotalBytes(500107862016);
+        extents.insert(std::move(extent));
+    }
+}
+
+std::size_t heapInUse() {
+    const struct mallinfo2 heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+}
+
+double perObject(std::size_t bytes) {
+    return static_cast<double>(bytes) / objectCount;
+}
+
+/// The processor time that one object of a run takes.
+void reportPerObject(benchmark::State& state) {
+    state.counters["per_object"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * objectCount,
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+void writeCollection(benchmark::State& state) {
+    const std::size_t before = heapInUse();
+    Extents extents;
+    fill(extents);
+    state.counters["heap_bytes_per_object"] = perObject(heapInUse() - before);
+    std::size_t documentBytes = 0;
+    std::size_t textBytes = 0;
+    for ([[maybe_unused]] auto iteration : state) {
+        const std::size_t beforeDocument = heapInUse();
+        const Xerces_DocumentPtr document = Xerces_CreateDocument("Response");
+        if (!extents.serialize(document.get(), Xerces_Root(*document), nullptr)) {
+            state.SkipWithError("serialize failed");
+            break;
+        }
+        documentBytes = heapInUse() - beforeDocument;
+        const std::string text = Xerces_Serialize(*document);
+        textBytes = text.size();
+        benchmark::DoNotOptimize(text.data());
+    }
+    state.counters["document_bytes_per_object"] = perObject(documentBytes);
+    state.counters["text_bytes_per_object"] = perObject(textBytes);
+    reportPerObject(state);
+}
+BENCHMARK(writeCollection)->Unit(benchmark::kMillisecond);
+
+void readCollection(benchmark::State& state) {
+    std::string text;
+    {
+        Extents extents;
+        fill(extents);
+        const Xerces_DocumentPtr document = Xerces_CreateDocument("Response");
+        if (extents.serialize(document.get(), Xerces_Root(*document), nullptr))
+            text = Xerces_Serialize(*document);
+    }
+    for ([[maybe_unused]] auto iteration : state) {
+        const Xerces_DocumentPtr document = Xerces_Parse(text, "benchmark");
+        Extents extents;
+        if (!document || !extents.parse(Xerces_FirstDescendant(*Xerces_Root(*document), "DriveExtents")) ||
+            extents.getMap().size() != objectCount) {
+            state.SkipWithError("parse failed");
+            break;
+        }
+    }
+    reportPerObject(state);
+}
+BENCHMARK(readCollection)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (!Xerces_LayerInit())
+        return EXIT_FAILURE;
+    gStorageLevels.driveExtent = System_Allocate<Storage_DriveExtent, Extent>;
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    Xerces_LayerCleanup();
+    return EXIT_SUCCESS;
+}
