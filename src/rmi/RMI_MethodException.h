@@ -7,7 +7,8 @@
 /// it. Thrown by value, caught by reference.
 class RMI_MethodException {
 public:
-    enum ExceptionCode {
+    /// Any int is a value: what is not listed is an error without a word of its own.
+    enum ExceptionCode : int {
         None = 0,
         Success = 6, ///< nothing went wrong
         GeneralFailure = 7,
