@@ -13,6 +13,8 @@
 class HTTP_ConnectionImpl;
 class HTTP_HeaderAuthenticateBase;
 
+/// HTTP_File over a socket of its own. The server operations are in HTTP_FileImpl.cpp, the client operations
+/// in HTTP_FileImplClient.cpp; both read messages through HTTP_Reader.
 class HTTP_FileImpl final : public HTTP_File {
 public:
     /// For the server side: give it a connection through getSocket().

@@ -5,6 +5,7 @@
 #include "threads/MutexLock.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 namespace {
@@ -131,7 +132,7 @@ void HTTP_ServerImpl::closeSockets() {
 
 std::vector<unsigned short> HTTP_ServerImpl::getPorts() const {
     std::vector<unsigned short> ports;
-    for (auto listening = sockets_.rbegin(); listening != sockets_.rend(); ++listening)
-        ports.push_back((*listening)->socket.getLocalPort());
+    std::transform(sockets_.rbegin(), sockets_.rend(), std::back_inserter(ports),
+                   [](const auto& listening) { return listening->socket.getLocalPort(); });
     return ports;
 }

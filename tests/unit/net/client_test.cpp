@@ -153,8 +153,7 @@ TEST(HTTP_Client, ABrokenReplyIsAFailure) {
           "HTTP/1.1 200 OK\r\nContent-Length: 999999999999\r\n\r\nabc", "HTTP/1.1 401 X\r\n\r\n",
           "HTTP/1.1 407 X\r\nWWW-Authenticate: Basic realm=\"r\"\r\n\r\n",
           "HTTP/1.1 401 X\r\nWWW-Authenticate: Basic\r\n\r\n",
-          "HTTP/1.1 401 X\r\nContent-Length: 0\r\nWWW-Authenticate: Digest nonce=\"n\", "
-          "qop=\"auth-int\"\r\n\r\n"}) {
+          "HTTP/1.1 401 X\r\nWWW-Authenticate: Digest nonce=n,qop=auth-int\r\n\r\n"}) {
         ScriptedPeer peer({reply});
         Call call(peer.port());
         EXPECT_FALSE(call.send()) << reply;
@@ -225,12 +224,11 @@ TEST(HTTP_Client, ADigestChallengeIsPreferredAndAnsweredByTheStandard) {
                  {", qop=auth, algorithm=MD5-sess", "auth", true}};
     for (const char* kind : {"WWW", "Proxy"}) {
         for (const auto& row : cases) {
-            const std::string name = std::string(kind) + "-Authenticate: ";
-            ScriptedPeer peer({std::string(kind[0] == 'W' ? "HTTP/1.1 401 X\r\n" : "HTTP/1.1 407 X\r\n") +
-                                   name + "Basic realm=\"b\"\r\n" + name +
-                                   "Digest realm=\"r, s\", nonce=\"n0\", opaque=\"op\"" + row.parameters +
-                                   "\r\nContent-Length: 0\r\n\r\n",
-                               "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"});
+            std::string refusal = kind[0] == 'W' ? "HTTP/1.1 401 X\r\n" : "HTTP/1.1 407 X\r\n";
+            refusal.append(kind).append("-Authenticate: Basic realm=\"b\"\r\n");
+            refusal.append(kind).append("-Authenticate: Digest realm=\"r, s\", nonce=\"n0\", opaque=\"op\"");
+            refusal.append(row.parameters).append("\r\nContent-Length: 0\r\n\r\n");
+            ScriptedPeer peer({refusal, "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"});
             Call call(peer.port());
             ASSERT_TRUE(call.send());
             ASSERT_EQ(peer.requests().size(), 2U);
@@ -302,6 +300,7 @@ TEST(HTTP_Client, ParallelCallsShareAReturnPortRange) {
     const int lowest = 20000 + (::getpid() % 40) * 256;
     std::atomic<int> succeeded = 0;
     std::vector<std::thread> threads;
+    threads.reserve(calls);
     for (int i = 0; i < calls; ++i)
         threads.emplace_back([&] {
             Call call(server.port(), lowest, lowest + 255);

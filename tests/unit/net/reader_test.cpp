@@ -32,7 +32,7 @@ bool areHeaders(const std::string& text) {
 /// Bytes without end, made as they are asked for.
 class EndlessInput : public Socket_Input {
 public:
-    explicit EndlessInput(std::string pattern) {
+    explicit EndlessInput(const std::string& pattern) {
         while (block_.size() < 65536)
             block_ += pattern;
     }

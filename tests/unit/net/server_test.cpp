@@ -154,7 +154,7 @@ TEST(HTTP_Server, AHandlerThatThrowsCostsOnlyItsRequest) {
 }
 
 TEST(HTTP_Server, ASlowReaderGetsTheWholeReply) {
-    const std::string large(20 * 1024 * 1024, 'x');
+    const std::string large(std::size_t{20} * 1024 * 1024, 'x');
     TestServer server([&](HTTP_File& file) {
         return file.sendReply(HTTP_RETURN_OK, HTTP_CONTENT_TYPE_TEXT_XML, large.c_str(), 1);
     });
@@ -167,7 +167,7 @@ TEST(HTTP_Server, ASlowReaderGetsTheWholeReply) {
 }
 
 TEST(HTTP_Server, ALargeBodyArrivesInPieces) {
-    std::string body(3 * 1024 * 1024, 'b');
+    std::string body(std::size_t{3} * 1024 * 1024, 'b');
     body += "end";
     TestServer server([&](HTTP_File& file) {
         char* text = nullptr;
