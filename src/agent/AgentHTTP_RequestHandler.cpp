@@ -1,5 +1,6 @@
 #include "agent/AgentHTTP_RequestHandler.h"
 
+#include "base/String_Functions.h"
 #include "net/HTTP_File.h"
 #include "rmi/AgentHTTP_PeerVerifyHandler.h"
 #include "rmi/RMI_RequestHandler.h"
@@ -68,7 +69,10 @@ bool AgentHTTP_RequestHandler::handlePost(HTTP_File* file, bool& keepFile) {
 
     std::optional<Reply> reply;
     try {
-        reply = callMethod(*file, peer, std::string(body, static_cast<std::size_t>(length)));
+        std::string request(body, static_cast<std::size_t>(length));
+        reply = callMethod(*file, peer, request);
+        // A password may have been in it.
+        nxWipeText(request);
     } catch (...) {
         reply.reset();
     }

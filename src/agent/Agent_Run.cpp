@@ -8,11 +8,15 @@
 #include "agent/config/AgentConfig_Guid.h"
 #include "agent/config/Config_File.h"
 #include "agent/log/Debug_Printf.h"
+#include "audit/System_Layer.h"
 #include "net/AgentSSL_Factory.h"
 #include "net/HTTP_Server.h"
+#include "rmi/AgentRMI_AsynchManager.h"
 #include "rmi/calls/AgentRMI_MethodCallServer.h"
 #include "rmi/xml/Xerces_Layer.h"
+#include "storage/Storage_Container.h"
 #include "threads/Thread_Manager.h"
+#include "threads/Thread_Pool.h"
 #include "threads/Thread_Primitives.h"
 
 #include <cstdio>
@@ -30,12 +34,6 @@ namespace {
 
 constexpr unsigned httpWorkers = 5;
 
-/// The platform has nothing to set up or take down for the system layer; the stage keeps its place in the
-/// order.
-bool System_LayerInit() {
-    return true;
-}
-
 /// Takes a layer down when it goes, if it came up.
 class LayerGuard {
 public:
@@ -46,6 +44,31 @@ public:
 
 private:
     void (*cleanup_)();
+};
+
+/// One of the managers of queued work.
+struct ManagerPlan {
+    std::unique_ptr<AgentRMI_AsynchManager>& manager;
+    const char* name;
+    unsigned threads;
+    unsigned queueLimit;
+};
+
+/// The first two do one job at a time and refuse a second while it runs; the third queues.
+const ManagerPlan fileTrack{gFileTrackRMIAsynchMgr, "FileTrack", 1, 0};
+const ManagerPlan systemAudit{gSystemAuditRMIAsynchMgr, "SystemAudit", 1, 0};
+const ManagerPlan generic{gGenericRMIAsynchMgr, "Generic", 2, Thread_Pool::Unlimited};
+
+/// What other threads reach through globals, deleted when the server is gone.
+struct GlobalServices {
+    GlobalServices() = default;
+    GlobalServices(const GlobalServices&) = delete;
+    GlobalServices& operator=(const GlobalServices&) = delete;
+    ~GlobalServices() {
+        for (const ManagerPlan* plan : {&systemAudit, &generic, &fileTrack})
+            plan->manager.reset();
+        gStorageContainer.reset();
+    }
 };
 
 /// One life of the agent. The members stand in the order in which they come up, so that their destruction is
@@ -72,7 +95,12 @@ private:
     bool readConfiguration();
     bool loadIdentities();
     bool takeBindList();
+    bool allocateContainer();
+    template <const ManagerPlan& plan>
+    bool allocateManager();
     bool allocateServer();
+    template <const ManagerPlan& plan>
+    bool initManager();
     bool nameCertificates();
     bool initServer();
     bool armSignals();
@@ -82,9 +110,11 @@ private:
     std::optional<LayerGuard> xmlLayer_;
     std::optional<LayerGuard> tlsLayer_;
     std::optional<LayerGuard> httpLayer_;
+    std::optional<LayerGuard> systemLayer_;
     AgentHTTP_RequestHandlerFactory requestHandlerFactory_;
     std::vector<HTTP_AddressPortPair*> bindList_;
     std::optional<Agent_Signals> signals_;
+    GlobalServices globalServices_;
     std::unique_ptr<HTTP_Server> server_;
     Thread_Manager manager_;
 };
@@ -98,7 +128,14 @@ const AgentLife::Stage AgentLife::stages[] = {
     {&AgentLife::readConfiguration, "Agent: Failed to parse agent configuration file\n"},
     {&AgentLife::loadIdentities, nullptr},
     {&AgentLife::takeBindList, "Agent: Error processing agent configuration file\n"},
+    {&AgentLife::allocateContainer, "Agent: Storage_Container allocate failed\n"},
+    {&AgentLife::allocateManager<fileTrack>, "Agent: FileTrack RMIAsynch allocate failed\n"},
+    {&AgentLife::allocateManager<systemAudit>, "Agent: SystemAudit RMIAsynch allocate failed\n"},
+    {&AgentLife::allocateManager<generic>, "Agent: Generic RMIAsynch allocate failed\n"},
     {&AgentLife::allocateServer, "Agent: HTTP server allocate failed\n"},
+    {&AgentLife::initManager<fileTrack>, "Agent: FileTrack RMIAsynch init failed\n"},
+    {&AgentLife::initManager<systemAudit>, "Agent: SystemAudit RMIAsynch init failed\n"},
+    {&AgentLife::initManager<generic>, "Agent: Generic RMIAsynch init failed\n"},
     {&AgentLife::nameCertificates, nullptr},
     {&AgentLife::initServer, "Agent: HTTP server init failed\n"},
     {&AgentLife::armSignals, nullptr},
@@ -140,6 +177,7 @@ bool AgentLife::bringHttpUp() {
 bool AgentLife::bringSystemUp() {
     if (!System_LayerInit())
         return false;
+    systemLayer_.emplace(System_LayerCleanup);
     DEBUG_LOG("Agent: starting server\n");
     return true;
 }
@@ -182,6 +220,25 @@ bool AgentLife::takeBindList() {
     return true;
 }
 
+bool AgentLife::allocateContainer() {
+    gStorageContainer.reset(new (std::nothrow) Storage_Container);
+    return gStorageContainer != nullptr;
+}
+
+template <const ManagerPlan& plan>
+bool AgentLife::allocateManager() {
+    plan.manager = AgentRMI_FactoryAllocateAsynchManager();
+    if (plan.manager == nullptr)
+        return false;
+    plan.manager->setName(plan.name);
+    return true;
+}
+
+template <const ManagerPlan& plan>
+bool AgentLife::initManager() {
+    return plan.manager->init(plan.threads, plan.queueLimit, 0);
+}
+
 bool AgentLife::allocateServer() {
     server_ = HTTP_FactoryAllocateServer();
     return server_ != nullptr;
@@ -205,6 +262,8 @@ bool AgentLife::armSignals() {
 }
 
 bool AgentLife::startServices() {
+    for (const ManagerPlan* plan : {&fileTrack, &generic, &systemAudit})
+        manager_.registerThreadable(plan->manager.get());
     manager_.registerThreadable(server_.get());
     return manager_.start();
 }

@@ -11,6 +11,8 @@
 
 std::unique_ptr<Storage_Container> gStorageContainer;
 
+Storage_Container::Storage_Container() = default;
+
 Storage_Container::~Storage_Container() {
     clear();
     unlock();

@@ -22,7 +22,7 @@ class Storage_StorageVolumes;
 /// devices.
 class Storage_Container {
 public:
-    Storage_Container() = default;
+    Storage_Container();
     Storage_Container(const Storage_Container&) = delete;
     Storage_Container& operator=(const Storage_Container&) = delete;
     /// Clears, and unlocks if it is still locked. Nobody may be waiting for the lock.

@@ -1,6 +1,8 @@
 #include "rmi/methods/AgentRMI_MethodFactory.h"
 
 #include "agent/log/Debug_Printf.h"
+#include "rmi/methods/AgentRMI_MethodActions.h"
+#include "rmi/methods/AgentRMI_MethodAudits.h"
 #include "rmi/methods/AgentRMI_MethodPing.h"
 #include "rmi/methods/AgentRMI_MethodPingServer.h"
 #include "rmi/methods/AgentRMI_MethodSetCallServerWithSSL.h"
@@ -28,6 +30,17 @@ constexpr Row methods[] = {
     {{"Ping", NotNeeded, PlainAndSSL, No}, make<AgentRMI_MethodPing>},
     {{"PingServer", NotNeeded, PlainAndSSL, No}, make<AgentRMI_MethodPingServer>},
     {{"SetVerboseLog", Required, PlainAndSSL, No}, make<AgentRMI_MethodSetVerboseLog>},
+    {{"GetHostSummary", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetHostSummary>},
+    {{"GetStorageAssociations", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetStorageAssociations>},
+    {{"GetDriveExtents", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetDriveExtents>},
+    {{"GetExtentPools", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetExtentPools>},
+    {{"GetPhysicalDrives", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetPhysicalDrives>},
+    {{"GetPlexes", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetPlexes>},
+    {{"GetStorageVolumes", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetStorageVolumes>},
+    {{"GetStorageSystem", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetStorageSystem>},
+    {{"SubmitAction", Required, SSLOnly, Yes}, make<AgentRMI_MethodSubmitAction>},
+    {{"SaveAction", Required, SSLOnly, No}, make<AgentRMI_MethodSaveAction>},
+    {{"GetActionScriptList", Required, SSLOnly, Yes}, make<AgentRMI_MethodGetActionScriptList>},
     {{"SetCallServerWithSSL", Required, SSLOnly, No}, make<AgentRMI_MethodSetCallServerWithSSL>},
 };
 

@@ -24,7 +24,7 @@ using xercesc::DOMElement;
 using xercesc::DOMNode;
 
 /// A parser that has read more than this is not kept: its buffers have grown with the document.
-constexpr std::size_t largestKept = 256 * 1024;
+constexpr std::size_t largestKept = 262'144;
 
 /// Runs something that builds, with the library's exceptions turned into those that leave this folder.
 template <typename Build>

@@ -1,0 +1,44 @@
+#include "actions/AgentActions_ScriptletExecutor.h"
+
+#include "actions/exec/Exec_Program.h"
+#include "agent/log/Debug_Printf.h"
+#include "base/File_Operations.h"
+#include "base/String_Functions.h"
+
+namespace {
+
+/// Relative to the agent's working directory, the folder of its executable.
+constexpr const char* scriptletPrefix = "../actionSet/proactivity_scriptlet_temp_file_";
+
+} // namespace
+
+AgentActions_ScriptletExecutor::AgentActions_ScriptletExecutor(const char*, const char* actionId, int index,
+                                                               std::string_view script)
+    : temporaryFile_(std::string(scriptletPrefix) + actionId + "_" + std::to_string(index) + ".sh"),
+      script_(script) {}
+
+/// Always a new file: one that is already there may belong to another user, who must neither read this text
+/// nor have it run as him.
+bool AgentActions_ScriptletExecutor::save(const char* user) {
+    File_Delete(temporaryFile_.c_str());
+    std::size_t written = 0;
+    return File_Save(temporaryFile_.c_str(), File_PermissionRead, File_FlagCreate | File_FlagExclusive, user,
+                     script_.data(), script_.size(), written);
+}
+
+void AgentActions_ScriptletExecutor::exec(const char* user, const char* password) {
+    DEBUG_LOG("Would have exec'd the following\n %s\n", script_.c_str());
+    DEBUG_LOG("ScriptletExecutor: writing temp file %s\n", temporaryFile_.c_str());
+    const bool saved = save(user);
+    if (saved) {
+        DEBUG_LOG("ScriptletExecutor: execing the script\n");
+        result_ = nxExecScriptAsUser(temporaryFile_.c_str(), 0, nullptr, user, password);
+    } else {
+        result_ = Exec_ExecResult(EXEC_ERROR, "ScriptletExecutor.exec error creating temp file: " +
+                                                  nxGetLastErrorMessage());
+        DEBUG_LOG("%s\n", result_.getErrorString().c_str());
+    }
+    DEBUG_LOG("ScriptletExecutor:deleting temp file\n");
+    if (!saved || !File_Delete(temporaryFile_.c_str()))
+        DEBUG_LOG("ScriptletExecutor.exec error deleting temp file\n");
+}
