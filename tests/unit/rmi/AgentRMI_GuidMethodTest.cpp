@@ -101,6 +101,7 @@ TEST_F(GuidMethod, OfManyFirstRequestsOneDecides) {
     std::atomic<int> waiting{count};
     std::vector<std::string> results(count);
     std::vector<std::thread> threads;
+    threads.reserve(count);
     for (int i = 0; i < count; ++i) {
         threads.emplace_back([&, i] {
             --waiting;

@@ -12,6 +12,7 @@ namespace {
 
 std::vector<std::string> names(const std::vector<xercesc::DOMElement*>& elements) {
     std::vector<std::string> result;
+    result.reserve(elements.size());
     for (const xercesc::DOMElement* element : elements)
         result.push_back(Xerces_TagName(*element) + Xerces_GetAttribute(*element, "n"));
     return result;

@@ -34,8 +34,8 @@ TEST(XercesSerialize, WritesWhatTheLibraryWouldWrite) {
         "<r/>",
         "<r></r>",
         "<r><a/>t<b>u</b>v<c x='1'><d/></c></r>",
-        "<r z='1' b='&lt;&gt;&amp;&quot;&apos;&#9;&#10;&#13;' "
-        "a=\"'\">&lt;&gt;&amp;\"'&#9;&#10;&#13;]]&gt;</r>",
+        "<r z='1' b='&lt;&gt;&amp;&quot;&apos;&#9;&#10;&#13;' a=\"'\"/>",
+        "<r>&lt;&gt;&amp;\"'&#9;&#10;&#13;]]&gt;</r>",
         "<!--before--><?pi some data?><r><!--in--><?pi?><![CDATA[<&>]]></r><!--after-->",
         "<r \xc3\xa9='\xf0\x9f\x98\x80'>\xe2\x82\xac\xc2\x85\xe2\x80\xa8</r>",
     };
@@ -47,7 +47,7 @@ TEST(XercesSerialize, WritesWhatTheLibraryWouldWrite) {
 }
 
 TEST(XercesSerialize, EveryTextSurvivesTheWire) {
-    std::mt19937 random(7);
+    std::mt19937 random(7); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same texts every time
     for (int round = 0; round < 300; ++round) {
         std::string bytes;
         for (unsigned length = random() % 200; bytes.size() < length;)
@@ -82,13 +82,13 @@ TEST(XercesSerialize, DocumentsOfAnyLengthAndDepthComeOutWhole) {
         EXPECT_EQ(Xerces_Serialize(*document), expected);
         EXPECT_EQ(byLibrary(*document), expected);
     }
-    constexpr int depth = 200'000;
+    constexpr std::size_t depth = 200'000;
     const Xerces_DocumentPtr deep = Xerces_CreateDocument("r");
     xercesc::DOMElement* element = Xerces_Root(*deep);
-    for (int i = 0; i < depth; ++i)
+    for (std::size_t i = 0; i < depth; ++i)
         element = &Xerces_AppendElement(*element, "e");
     EXPECT_EQ(Xerces_Serialize(*deep).size(), declaration.size() + 7 + (depth - 1) * 7 + 4);
-    EXPECT_EQ(Xerces_Descendants(*Xerces_Root(*deep), "e").size(), std::size_t{depth});
+    EXPECT_EQ(Xerces_Descendants(*Xerces_Root(*deep), "e").size(), depth);
 }
 
 TEST(XercesSerialize, TheLibrarysMakerKeepsItsPromises) {
