@@ -4,26 +4,18 @@
 #include "net/AgentSSL_Factory.h"
 #include "net/HTTP_Session.h"
 #include "qdvctl/Ctl_Failure.h"
-#include "qdvctl/Ctl_Layers.h"
 #include "qdvctl/Ctl_Password.h"
-#include "qdvctl/Ctl_Render.h"
-#include "qdvctl/Ctl_Text.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <netdb.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 
 constexpr const char* userAgent = "qdvctl";
 constexpr const char* methodUri = "/nxCommand";
-/// The words of a reply that every method has, in the order in which they are shown.
-constexpr const char* replyWords[] = {"response", "reason", "type", "name", "uuid"};
-
 using Clock = std::chrono::steady_clock;
 
 /// Wipes a text that holds a password when its scope ends.
@@ -32,10 +24,18 @@ struct WipeGuard {
     ~WipeGuard() { nxWipeText(text); }
 };
 
-std::string wordOf(const Ctl_Node& response, const char* name) {
-    const std::string* value = response.attribute(name);
-    return value == nullptr ? std::string() : *value;
-}
+/// Parameters carry passwords too.
+struct WipeParametersGuard {
+    std::vector<Ctl_Node>& nodes;
+    ~WipeParametersGuard() { wipe(nodes); }
+
+    static void wipe(std::vector<Ctl_Node>& nodes) {
+        for (Ctl_Node& node : nodes) {
+            nxWipeText(node.text);
+            wipe(node.children);
+        }
+    }
+};
 
 void obtainPassword(const Ctl_AgentOptions& options, Ctl_Request& request) {
     if (options.user.empty())
@@ -60,50 +60,15 @@ std::string describeStatus(int status) {
     }
 }
 
-void printTo(std::FILE* stream, const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stream);
-}
-
-void showRaw(const std::string& body) {
-    const bool endsLine = !body.empty() && body.back() == '\n';
-    printTo(stdout, isatty(STDOUT_FILENO) != 0 ? Ctl_PrintableLines(body) : body);
-    if (!endsLine)
-        printTo(stdout, "\n");
-}
-
-void showJson(const Ctl_Node& response) {
-    std::vector<std::pair<std::string, std::string>> words;
-    for (const char* name : replyWords)
-        if (const std::string* value = response.attribute(name))
-            words.emplace_back(name, *value);
-    printTo(stdout, Ctl_RenderJson(words, response.children) + "\n");
-}
-
-void showText(const std::string& agent, const std::string& method, const Ctl_Reply& reply) {
-    const std::string reason = wordOf(reply.response, "reason");
-    std::string headline = agent + " " + method + ": " + wordOf(reply.response, "response");
-    if (!reply.isSuccess() && !reason.empty())
-        headline += ", " + reason;
-    const double milliseconds = static_cast<double>(reply.duration.count()) / 1000.0;
-    std::printf("%s (%.1f ms)\n", Ctl_Printable(headline).c_str(), milliseconds);
-    if (const std::string* uuid = reply.response.attribute("uuid"))
-        std::printf("uuid: %s\n", Ctl_Printable(*uuid).c_str());
-    printTo(stdout, Ctl_RenderText(reply.response.children));
-}
-
-/// What the agent's terse words mean to whoever typed the command.
-const char* adviceFor(const std::string& reason) {
-    if (reason == "invalid uuid")
-        return "the method needs the agent's identity: \"qdvctl ping\" shows it, --uuid gives it";
-    if (reason == "invalid encryption protocol")
-        return "the method is served over TLS only: --tls";
-    return nullptr;
-}
-
 } // namespace
 
+std::string Ctl_Reply::word(std::string_view name) const {
+    const std::string* value = response.attribute(name);
+    return value == nullptr ? std::string() : *value;
+}
+
 bool Ctl_Reply::isSuccess() const {
-    return wordOf(response, "response") == "success";
+    return word("response") == "success";
 }
 
 Ctl_AgentClient::Ctl_AgentClient(const Ctl_AgentOptions& options)
@@ -118,6 +83,7 @@ Ctl_Reply Ctl_AgentClient::call(Ctl_Request request) const {
     request.hostTarget = options_.hostTarget;
     request.userName = options_.user;
     const WipeGuard wipePassword{request.userPassword};
+    const WipeParametersGuard wipeParameters{request.parameters};
     obtainPassword(options_, request);
     std::string body = Ctl_BuildRequest(request);
     const WipeGuard wipeBody{body};
@@ -172,22 +138,4 @@ void Ctl_AgentClient::failWithoutReply() const {
         throw Ctl_Failure(Ctl_Unanswered, "cannot connect to " + name() + ": " + std::strerror(errno));
     throw Ctl_Failure(Ctl_Unanswered, name() + (options_.tls ? ": the TLS handshake failed"
                                                              : ": the connection broke before a reply"));
-}
-
-int Ctl_CallAndShow(const Ctl_AgentOptions& options, Ctl_Request request) {
-    const Ctl_Layers layers(options.tls ? Ctl_Layers::NetworkWithTLS : Ctl_Layers::Network);
-    const Ctl_AgentClient client(options);
-    const std::string method = request.method;
-    const Ctl_Reply reply = client.call(std::move(request));
-    if (options.raw)
-        showRaw(reply.body);
-    else if (options.json)
-        showJson(reply.response);
-    else
-        showText(client.name(), method, reply);
-    if (reply.isSuccess())
-        return Ctl_Succeeded;
-    if (const char* advice = adviceFor(wordOf(reply.response, "reason")); advice != nullptr && !options.raw)
-        std::fprintf(stderr, "qdvctl: %s\n", advice);
-    return Ctl_Refused;
 }

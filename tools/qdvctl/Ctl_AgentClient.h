@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <string>
+#include <string_view>
 
 /// What an agent answered.
 struct Ctl_Reply {
@@ -12,6 +13,8 @@ struct Ctl_Reply {
     Ctl_Node response; ///< the element Response
     std::chrono::microseconds duration{};
 
+    /// An attribute of Response; empty if it is absent.
+    std::string word(std::string_view name) const;
     bool isSuccess() const;
 };
 
@@ -35,6 +38,3 @@ private:
     const Ctl_AgentOptions& options_;
     Ctl_Address address_;
 };
-
-/// Calls, shows the reply in the form that the options ask for, and returns the exit status.
-int Ctl_CallAndShow(const Ctl_AgentOptions& options, Ctl_Request request);

@@ -1,7 +1,5 @@
 #include "base/File_Contents.h"
-#include "base/File_Descriptor.h"
-#include "qdvctl/Ctl_AgentClient.h"
-#include "qdvctl/Ctl_Command.h"
+#include "qdvctl/Ctl_AgentCommand.h"
 #include "qdvctl/Ctl_Failure.h"
 
 #include <CLI/CLI.hpp>
@@ -18,7 +16,6 @@ constexpr std::size_t largestBody = std::size_t(256) << 20;
 constexpr const char* standardInput = "-";
 
 struct CallOptions {
-    Ctl_AgentOptions agent;
     std::string method;
     std::vector<std::string> parameters;
     std::string bodyFile;
@@ -32,9 +29,8 @@ std::string readBody(const std::string& file) {
     return contents;
 }
 
-int call(const CallOptions& options) {
-    Ctl_Request request;
-    request.method = options.method;
+Ctl_Request buildRequest(const CallOptions& options) {
+    Ctl_Request request = Ctl_RequestFor(options.method);
     for (const std::string& parameter : options.parameters)
         request.parameters.push_back(Ctl_ParseParameter(parameter));
     if (!options.bodyFile.empty()) {
@@ -42,7 +38,7 @@ int call(const CallOptions& options) {
             Ctl_ParseParameters(readBody(options.bodyFile), "--body " + options.bodyFile);
         std::move(body.begin(), body.end(), std::back_inserter(request.parameters));
     }
-    return Ctl_CallAndShow(options.agent, std::move(request));
+    return request;
 }
 
 } // namespace
@@ -63,6 +59,6 @@ void Ctl_AddCall(CLI::App& app, Ctl_Action& chosen) {
         ->add_option("--body", options->bodyFile,
                      "Parameters as XML elements from a file; - is standard input")
         ->type_name("FILE");
-    Ctl_AddAgentOptions(*command, options->agent);
-    command->callback([options, &chosen] { chosen = [options] { return call(*options); }; });
+    Ctl_MakeAgentCommand(
+        *command, std::make_shared<Ctl_AgentOptions>(), [options] { return buildRequest(*options); }, chosen);
 }

@@ -15,5 +15,8 @@ void Ctl_AddPing(CLI::App& app, Ctl_Action& chosen);
 void Ctl_AddCall(CLI::App& app, Ctl_Action& chosen);
 void Ctl_AddVerbose(CLI::App& app, Ctl_Action& chosen);
 void Ctl_AddSSL(CLI::App& app, Ctl_Action& chosen);
+void Ctl_AddHost(CLI::App& app, Ctl_Action& chosen);
+void Ctl_AddAudit(CLI::App& app, Ctl_Action& chosen);
+void Ctl_AddAction(CLI::App& app, Ctl_Action& chosen);
 void Ctl_AddServe(CLI::App& app, Ctl_Action& chosen);
 void Ctl_AddConfig(CLI::App& app, Ctl_Action& chosen);

@@ -92,6 +92,13 @@ bool isElementName(std::string_view name) {
 
 } // namespace
 
+Ctl_Request Ctl_RequestFor(std::string method, std::vector<Ctl_Node> parameters) {
+    Ctl_Request request;
+    request.method = std::move(method);
+    request.parameters = std::move(parameters);
+    return request;
+}
+
 Ctl_Node Ctl_ParseParameter(const std::string& argument) {
     const std::size_t equals = argument.find('=');
     const std::string name = argument.substr(0, equals);

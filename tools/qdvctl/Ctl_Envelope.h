@@ -22,6 +22,9 @@ struct Ctl_Request {
     std::vector<Ctl_Node> parameters;                                  ///< below Method
 };
 
+/// Without identity, host and user.
+Ctl_Request Ctl_RequestFor(std::string method, std::vector<Ctl_Node> parameters = {});
+
 /// A parameter from a command line: "Name=Text" is an element Name with that text.
 Ctl_Node Ctl_ParseParameter(const std::string& argument);
 /// The parameters in a text of one or more elements, with or without an XML declaration. `source` names it in

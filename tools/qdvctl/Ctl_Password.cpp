@@ -11,6 +11,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <optional>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 #include <utility>
@@ -28,12 +29,18 @@ void noteSignal(int number) {
     arrivedSignal = number;
 }
 
-/// While it lives a leaving signal is only noted, and interrupts the read; afterwards it has the effect that
-/// it would have had.
+/// While it lives a leaving signal only ends `waitFor`, which then gives false; afterwards it has the effect
+/// that it would have had. The signals are let in only while that waits, so that none can come in front of
+/// the wait and be missed.
 class SignalGuard {
 public:
     SignalGuard() {
         arrivedSignal = 0;
+        sigset_t leaving;
+        sigemptyset(&leaving);
+        for (const int number : leavingSignals)
+            sigaddset(&leaving, number);
+        sigprocmask(SIG_BLOCK, &leaving, &maskBefore_);
         struct sigaction note {};
         note.sa_handler = noteSignal;
         for (std::size_t index = 0; index < leavingSignals.size(); ++index)
@@ -44,11 +51,22 @@ public:
             sigaction(leavingSignals[index], &before_[index], nullptr);
         if (arrivedSignal != 0)
             raise(arrivedSignal);
+        sigprocmask(SIG_SETMASK, &maskBefore_, nullptr);
     }
     SignalGuard(const SignalGuard&) = delete;
     SignalGuard& operator=(const SignalGuard&) = delete;
 
+    bool waitFor(int descriptor) const {
+        pollfd event{descriptor, POLLIN, 0};
+        int ready = -1;
+        do
+            ready = ppoll(&event, 1, nullptr, &maskBefore_);
+        while (ready < 0 && errno == EINTR && arrivedSignal == 0);
+        return ready > 0 && arrivedSignal == 0;
+    }
+
 private:
+    sigset_t maskBefore_{};
     std::array<struct sigaction, leavingSignals.size()> before_{};
 };
 
@@ -72,15 +90,19 @@ private:
     termios before_{};
 };
 
-/// Byte by byte, since what follows the line belongs to others. Nothing if not even a line end could be read.
-std::optional<Ctl_Password> readLine(int descriptor) {
+/// Byte by byte, since what follows the line belongs to others. Nothing if not even a line end could be read,
+/// or `mayRead`, asked before each byte, says no.
+template <typename MayRead>
+std::optional<Ctl_Password> readLine(int descriptor, MayRead mayRead) {
     std::string line;
     line.reserve(longestPassword); // so that no copy is left behind in memory given back
     bool any = false;
     for (char byte = 0; line.size() < longestPassword; line.push_back(byte)) {
+        if (!mayRead()) {
+            any = false;
+            break;
+        }
         const ssize_t count = read(descriptor, &byte, 1);
-        if (count < 0 && errno == EINTR && arrivedSignal == 0)
-            continue;
         if (count <= 0)
             break;
         any = true;
@@ -88,7 +110,7 @@ std::optional<Ctl_Password> readLine(int descriptor) {
             break;
     }
     Ctl_Password password(std::move(line));
-    if (!any || arrivedSignal != 0)
+    if (!any)
         return std::nullopt;
     return password;
 }
@@ -122,7 +144,7 @@ Ctl_Password Ctl_AskPassword(const std::string& user) {
         const EchoGuard silence(terminal.get());
         const std::string prompt = "Password of " + Ctl_Printable(user) + ": ";
         if (write(terminal.get(), prompt.data(), prompt.size()) == static_cast<ssize_t>(prompt.size()))
-            password = readLine(terminal.get());
+            password = readLine(terminal.get(), [&] { return signals.waitFor(terminal.get()); });
     }
     if (!password)
         throw Ctl_Failure(Ctl_WrongUsage, "no password was given");
@@ -130,7 +152,7 @@ Ctl_Password Ctl_AskPassword(const std::string& user) {
 }
 
 Ctl_Password Ctl_ReadPassword(int descriptor) {
-    std::optional<Ctl_Password> password = readLine(descriptor);
+    std::optional<Ctl_Password> password = readLine(descriptor, [] { return true; });
     if (!password)
         throw Ctl_Failure(Ctl_WrongUsage,
                           "no password can be read from descriptor " + std::to_string(descriptor));

@@ -11,7 +11,7 @@
 namespace {
 
 constexpr unsigned callIndent = 2;
-/// A refusal has a body, so that no client waits for one.
+/// For whoever tries it by hand.
 constexpr std::string_view notACall = "not a remote method call\n";
 constexpr std::string_view noPage = "no page here\n";
 
@@ -25,10 +25,32 @@ std::string timeText(std::time_t when) {
 
 /// The method as it is shown below the headline: nothing if it brought nothing but its name.
 std::vector<Ctl_Node> contentOf(const Ctl_Request& call) {
+    if (std::vector<Ctl_Node> action = Ctl_SummariseAction(call); !action.empty())
+        return action;
     const Ctl_Node method{"Method", {}, call.methodAttributes, call.parameters};
     if (method.attributes.empty() && !method.hasElements() && method.ownText().empty())
         return {};
     return {method};
+}
+
+const Ctl_Node* findParameter(const std::vector<Ctl_Node>& nodes, std::string_view name) {
+    for (const Ctl_Node& node : nodes) {
+        const std::string* found = node.attribute("name");
+        if (node.name == "MethodParameter" && found != nullptr && *found == name)
+            return &node;
+    }
+    return nullptr;
+}
+
+/// An element whose attributes are the texts of parameters; those that are not there are empty.
+Ctl_Node rowOf(std::string name, const std::vector<Ctl_Node>& parameters,
+               const std::vector<std::pair<const char*, const char*>>& columns) {
+    Ctl_Node row{std::move(name), {}, {}, {}};
+    for (const auto& [column, parameter] : columns) {
+        const Ctl_Node* found = findParameter(parameters, parameter);
+        row.attributes.emplace_back(column, found == nullptr ? std::string() : found->ownText());
+    }
+    return row;
 }
 
 bool reply(HTTP_File& file, HTTP_Return_Code code, HTTP_Content_Type type, std::string_view body) {
@@ -58,6 +80,20 @@ std::string Ctl_DescribeCall(const Ctl_Request& call, std::time_t when, const st
     if (!call.hostTarget.empty())
         line += " hostTarget=" + call.hostTarget;
     return Ctl_Printable(line) + "\n" + Ctl_RenderText(content, callIndent);
+}
+
+std::vector<Ctl_Node> Ctl_SummariseAction(const Ctl_Request& call) {
+    if (call.method != "UpdateAction")
+        return {};
+    std::vector<Ctl_Node> rows{
+        rowOf("Action", call.parameters,
+              {{"id", "actionid"}, {"status", "actionstatus"}, {"reason", "actionreason"}})};
+    if (const Ctl_Node* group = findParameter(call.parameters, "group"))
+        for (const Ctl_Node& member : group->children)
+            if (!member.isText())
+                rows.push_back(rowOf("Member", member.children,
+                                     {{"path", "path"}, {"status", "status"}, {"reason", "reason"}}));
+    return rows;
 }
 
 std::optional<Ctl_Node> Ctl_ResultOf(const std::string& method, const std::string& sslState) {

@@ -20,6 +20,9 @@ struct Ctl_ServeOptions {
 std::string Ctl_DescribeCall(const Ctl_Request& call, std::time_t when, const std::string& protocol,
                              const std::string& uri, bool json);
 
+/// An UpdateAction as it is shown: the action, and one row for each member. Empty for what is no such call.
+std::vector<Ctl_Node> Ctl_SummariseAction(const Ctl_Request& call);
+
 /// What below Response a call asks for: GetSSLState and Ping want a Server element, nothing else wants any.
 std::optional<Ctl_Node> Ctl_ResultOf(const std::string& method, const std::string& sslState);
 

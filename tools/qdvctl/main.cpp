@@ -4,10 +4,13 @@
 //   main.cpp            the command line as a whole, errors and exit status
 //   Ctl_Command.h       the list of subcommands; each has a file of its own:
 //     Ctl_Ping, Ctl_Call, Ctl_Verbose, Ctl_SSL    call an agent
+//     Ctl_Host, Ctl_Audit, Ctl_ActionCommand      have it audit its host, and run scripts
 //     Ctl_Serve                                   answers an agent's calls
 //     Ctl_Config                                  checks and shows configuration files
-//   Ctl_AgentOptions    the options of all commands that call an agent
-//   Ctl_AgentClient     one call: identity and user in, reply out, shown in the form asked for
+//   Ctl_AgentCommand    what all commands that call an agent share: call, show the reply, exit status
+//   Ctl_AgentOptions    their options
+//   Ctl_AgentClient     one call: identity and user in, reply out
+//   Ctl_Server          the stand-in for the management server, and how it shows a call
 //   Ctl_Envelope        the XML of requests and replies, both ways
 //   Ctl_Node            a document as plain values
 //   Ctl_Render          such values as text for a person, and as JSON
@@ -53,7 +56,8 @@ int run(int argc, char* argv[]) {
     app.require_subcommand(1);
     app.footer(exitStatuses);
     Ctl_Action chosen;
-    for (auto* add : {Ctl_AddPing, Ctl_AddCall, Ctl_AddVerbose, Ctl_AddSSL, Ctl_AddServe, Ctl_AddConfig})
+    for (auto* add : {Ctl_AddPing, Ctl_AddCall, Ctl_AddVerbose, Ctl_AddSSL, Ctl_AddHost, Ctl_AddAudit,
+                      Ctl_AddAction, Ctl_AddServe, Ctl_AddConfig})
         add(app, chosen);
     try {
         app.parse(argc, argv);

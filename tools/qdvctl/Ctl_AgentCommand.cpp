@@ -1,0 +1,90 @@
+#include "qdvctl/Ctl_AgentCommand.h"
+
+#include "qdvctl/Ctl_AgentClient.h"
+#include "qdvctl/Ctl_Failure.h"
+#include "qdvctl/Ctl_Layers.h"
+#include "qdvctl/Ctl_Render.h"
+#include "qdvctl/Ctl_Text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+/// The words of a reply that every method has, in the order in which they are shown.
+constexpr const char* replyWords[] = {"response", "reason", "type", "name", "uuid"};
+
+void printTo(std::FILE* stream, const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stream);
+}
+
+void showRaw(const std::string& body) {
+    const bool endsLine = !body.empty() && body.back() == '\n';
+    printTo(stdout, isatty(STDOUT_FILENO) != 0 ? Ctl_PrintableLines(body) : body);
+    if (!endsLine)
+        printTo(stdout, "\n");
+}
+
+void showJson(const Ctl_Node& response) {
+    std::vector<std::pair<std::string, std::string>> words;
+    for (const char* name : replyWords)
+        if (const std::string* value = response.attribute(name))
+            words.emplace_back(name, *value);
+    printTo(stdout, Ctl_RenderJson(words, response.children) + "\n");
+}
+
+void showText(const std::string& agent, const std::string& method, const Ctl_Reply& reply,
+              const Ctl_View& view) {
+    const std::string reason = reply.word("reason");
+    std::string headline = agent + " " + method + ": " + reply.word("response");
+    if (!reply.isSuccess() && !reason.empty())
+        headline += ", " + reason;
+    const double milliseconds = static_cast<double>(reply.duration.count()) / 1000.0;
+    std::printf("%s (%.1f ms)\n", Ctl_Printable(headline).c_str(), milliseconds);
+    if (const std::string* uuid = reply.response.attribute("uuid"))
+        std::printf("uuid: %s\n", Ctl_Printable(*uuid).c_str());
+    const std::vector<Ctl_Node>& results = reply.response.children;
+    printTo(stdout, view && reply.isSuccess() ? view(results) : Ctl_RenderText(results));
+}
+
+/// What the agent's terse words mean to whoever typed the command.
+const char* adviceFor(const std::string& reason) {
+    if (reason == "invalid uuid")
+        return "the method needs the agent's identity: \"qdvctl ping\" shows it, --uuid gives it";
+    if (reason == "invalid encryption protocol")
+        return "the method is served over TLS only: --tls";
+    return nullptr;
+}
+
+int callAndShow(const Ctl_AgentOptions& options, const std::function<Ctl_Request()>& build,
+                const Ctl_View& view) {
+    const Ctl_Layers layers(options.tls ? Ctl_Layers::NetworkWithTLS : Ctl_Layers::Network);
+    const Ctl_AgentClient client(options);
+    Ctl_Request request = build();
+    const std::string method = request.method;
+    const Ctl_Reply reply = client.call(std::move(request));
+    if (options.raw)
+        showRaw(reply.body);
+    else if (options.json)
+        showJson(reply.response);
+    else
+        showText(client.name(), method, reply, view);
+    if (reply.isSuccess())
+        return Ctl_Succeeded;
+    if (const char* advice = adviceFor(reply.word("reason")); advice != nullptr)
+        std::fprintf(stderr, "qdvctl: %s\n", advice);
+    return Ctl_Refused;
+}
+
+} // namespace
+
+void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOptions>& options,
+                          std::function<Ctl_Request()> build, Ctl_Action& chosen, Ctl_View view) {
+    Ctl_AddAgentOptions(command, *options);
+    command.callback([options, build = std::move(build), view = std::move(view), &chosen] {
+        chosen = [options, build, view] { return callAndShow(*options, build, view); };
+    });
+}

@@ -1,0 +1,74 @@
+#include "qdvctl/Ctl_Host.h"
+
+#include "qdvctl/Ctl_AgentCommand.h"
+#include "qdvctl/Ctl_Text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+constexpr int labelWidth = 18;
+constexpr int minutesPerHour = 60;
+
+const Ctl_Node* findElement(const std::vector<Ctl_Node>& nodes, std::string_view name) {
+    for (const Ctl_Node& node : nodes)
+        if (node.name == name)
+            return &node;
+    return nullptr;
+}
+
+std::string attributeOf(const Ctl_Node* element, std::string_view name) {
+    const std::string* value = element == nullptr ? nullptr : element->attribute(name);
+    return value == nullptr ? std::string() : *value;
+}
+
+void addLine(std::string& text, const char* label, const std::string& value) {
+    if (value.empty())
+        return;
+    std::string line = std::string(label) + ":";
+    line.resize(labelWidth, ' ');
+    text += line + Ctl_Printable(value) + "\n";
+}
+
+/// "UTC+05:30"; an offset that is absent is none.
+std::string timeZone(const Ctl_Node* machine) {
+    const int offset = std::atoi(attributeOf(machine, "gmtOffset").c_str());
+    const int minutes = std::abs(offset);
+    char text[32];
+    std::snprintf(text, sizeof text, "UTC%c%02d:%02d", offset < 0 ? '-' : '+', minutes / minutesPerHour,
+                  minutes % minutesPerHour);
+    return std::string(text) + (attributeOf(machine, "daylight") == "true" ? ", daylight saving time" : "");
+}
+
+std::string joined(const std::string& first, const std::string& second) {
+    return first.empty() || second.empty() ? first + second : first + ", " + second;
+}
+
+} // namespace
+
+std::string Ctl_DescribeHost(const std::vector<Ctl_Node>& results) {
+    const Ctl_Node* host = findElement(results, "HostSystem");
+    if (host == nullptr)
+        return "The reply holds no host.\n";
+    const Ctl_Node* system = findElement(host->children, "OS");
+    const Ctl_Node* machine = findElement(host->children, "Machine");
+    std::string text;
+    addLine(text, "Host", attributeOf(machine, "name"));
+    addLine(text, "Domain", attributeOf(machine, "domain"));
+    addLine(text, "Operating system", attributeOf(system, "name"));
+    addLine(text, "Machine", joined(attributeOf(machine, "manufacturer"), attributeOf(machine, "model")));
+    addLine(text, "Serial number", attributeOf(machine, "serialNumber"));
+    if (machine != nullptr)
+        addLine(text, "Time zone", timeZone(machine));
+    return text;
+}
+
+void Ctl_AddHost(CLI::App& app, Ctl_Action& chosen) {
+    CLI::App* command = app.add_subcommand("host", "Show the host: name, operating system, machine");
+    Ctl_MakeAgentCommand(
+        *command, std::make_shared<Ctl_AgentOptions>(), [] { return Ctl_RequestFor("GetHostSummary"); },
+        chosen, Ctl_DescribeHost);
+}
