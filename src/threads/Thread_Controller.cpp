@@ -16,6 +16,14 @@ bool Thread_Controller::init(Thread_Pool* pool, std::unique_ptr<pthread_t> handl
     return true;
 }
 
+void Thread_Controller::giveToThread(std::shared_ptr<Thread_Controller> self) {
+    self_ = std::move(self);
+}
+
+std::shared_ptr<Thread_Controller> Thread_Controller::takeFromThread() {
+    return std::move(self_);
+}
+
 void Thread_Controller::run() {
     if (pool_ != nullptr && startRunning())
         while (workSemaphore_.grab(Thread_Semaphore::Forever) == Thread_Semaphore::Granted && work() &&
@@ -26,52 +34,50 @@ void Thread_Controller::run() {
 
 /// Runs and deletes the runnable in hand. False once told to terminate.
 bool Thread_Controller::work() {
-    Thread_Runnable* runnable = nullptr;
-    if (!beginWork(runnable))
-        return false;
+    Thread_Runnable* const runnable = beginWork();
     if (runnable != nullptr) {
         try {
             runnable->run();
         } catch (...) { // NOLINT(bugprone-empty-catch): whatever becomes of the work, the thread goes on
         }
-        endWork();
     }
-    bool terminate = false;
-    return isTerminateSet(terminate) && !terminate;
+    return endWork();
 }
 
-/// One step under the runnable mutex, so that after setToTerminate nothing begins any more.
-bool Thread_Controller::beginWork(Thread_Runnable*& runnable) {
+/// Null if there is nothing to run, or nothing may begin any more.
+Thread_Runnable* Thread_Controller::beginWork() {
     const MutexLock lock(runnableMutex_.get());
-    bool terminate = false;
-    if (!lock.acquired() || !isTerminateSet(terminate) || terminate)
-        return false;
-    runnable = runnable_.get();
-    working_ = runnable != nullptr;
-    return true;
+    if (!lock.acquired() || ending_)
+        return nullptr;
+    working_ = runnable_ != nullptr;
+    return runnable_.get();
 }
 
-void Thread_Controller::endWork() {
+bool Thread_Controller::endWork() {
     const MutexLock lock(runnableMutex_.get());
     runnable_.reset();
     working_ = false;
+    return lock.acquired() && !ending_;
 }
 
 bool Thread_Controller::setRunnable(Thread_Runnable* runnable) {
-    const MutexLock lock(runnableMutex_.get());
-    if (!lock.acquired())
-        return false;
-    runnable_.reset(runnable);
-    if (workSemaphore_.release())
-        return true;
-    static_cast<void>(runnable_.release());
-    return false;
+    {
+        const MutexLock lock(runnableMutex_.get());
+        if (!lock.acquired())
+            return false;
+        runnable_.reset(runnable);
+    }
+    // The semaphore is known to be valid, so this works; without the mutex, so that the thread does not wake
+    // to find it taken.
+    workSemaphore_.release();
+    return true;
 }
 
 bool Thread_Controller::setToTerminate() {
     bool reached = Thread_Terminatable::setToTerminate();
     {
         const MutexLock lock(runnableMutex_.get());
+        ending_ = true;
         if (runnable_ != nullptr) {
             try {
                 reached = runnable_->setToTerminate() && reached;
@@ -93,34 +99,23 @@ bool Thread_Controller::deallocateThread() {
     return joined;
 }
 
+bool Thread_Controller::abandonThread() {
+    const MutexLock lock(handleMutex_.get());
+    if (handle_ == nullptr)
+        return true;
+    const bool detached = pthread_detach(*handle_) == 0;
+    handle_.reset();
+    return detached;
+}
+
 bool Thread_Controller::isWorking() {
     const MutexLock lock(runnableMutex_.get());
     return working_;
 }
 
-bool Thread_Controller::abandon(std::unique_ptr<Thread_Controller>& controller) {
-    Thread_Controller& target = *controller;
-    const MutexLock lock(target.runnableMutex_.get());
-    if (!target.working_)
-        return false;
-    {
-        const MutexLock handleLock(target.handleMutex_.get());
-        pthread_detach(*target.handle_);
-        target.handle_.reset();
-    }
-    target.self_ = std::move(controller);
-    return true;
-}
-
-std::unique_ptr<Thread_Controller> Thread_Controller::takeAbandoned() {
-    const MutexLock lock(runnableMutex_.get());
-    return std::move(self_);
-}
-
 void* Thread_RunController(void* controller) {
     auto* self = static_cast<Thread_Controller*>(controller);
     self->run();
-    // The controller goes here if the pool has left it behind.
-    const std::unique_ptr<Thread_Controller> abandoned = self->takeAbandoned();
+    self->takeFromThread();
     return nullptr;
 }

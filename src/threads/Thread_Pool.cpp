@@ -58,7 +58,7 @@ bool Thread_Pool::grow() {
 /// known.
 bool Thread_Pool::addThread() {
     try {
-        auto controller = std::make_unique<Thread_Controller>();
+        auto controller = std::make_shared<Thread_Controller>();
         auto handle = std::make_unique<pthread_t>();
         pthread_t* const handleOut = handle.get();
         if (!controller->init(this, std::move(handle)))
@@ -66,12 +66,13 @@ bool Thread_Pool::addThread() {
         all_.reserve(all_.size() + 1);
         idle_.reserve(all_.size() + 1);
         busy_.reserve(all_.size() + 1);
-        idle_.push_back(controller.get());
+        controller->giveToThread(controller);
         int threadId = -1;
         if (!Thread_CreateThread(handleOut, Thread_RunController, controller.get(), threadId)) {
-            idle_.pop_back();
+            controller->takeFromThread();
             return false;
         }
+        idle_.push_back(controller);
         all_.push_back(std::move(controller));
         return true;
     } catch (const std::bad_alloc&) {
@@ -80,25 +81,43 @@ bool Thread_Pool::addThread() {
 }
 
 bool Thread_Pool::handleRunnable(Thread_Runnable* runnable, bool mayGrow) {
+    std::shared_ptr<Thread_Controller> controller;
+    {
+        const MutexLock lock(mutex());
+        if (!lock.acquired() || runnable == nullptr || checkForExitWhileRunning(false, false))
+            return false;
+        if (mayGrow && idle_.empty())
+            grow();
+        if (idle_.empty()) {
+            if (queueLimit_ != Unlimited && queue_.size() + 1 > queueLimit_)
+                throw Thread_ThreadPoolException(Thread_ThreadPoolException::QueueFull);
+            return enqueue(runnable);
+        }
+        controller = takeIdle();
+    }
+    // The thread wakes without the pool's mutex held, which it would soon be waiting for. A shutdown that
+    // comes between drops the runnable, and the controller lives until this is done.
+    if (controller->setRunnable(runnable))
+        return true;
     const MutexLock lock(mutex());
-    if (!lock.acquired() || runnable == nullptr || checkForExitWhileRunning(false, false))
-        return false;
-    if (mayGrow && idle_.empty())
-        grow();
-    if (!idle_.empty())
-        return handToIdle(runnable);
-    if (queueLimit_ != Unlimited && queue_.size() + 1 > queueLimit_)
-        throw Thread_ThreadPoolException(Thread_ThreadPoolException::QueueFull);
-    return enqueue(runnable);
+    makeIdle(controller.get());
+    return false;
 }
 
 /// While a thread is idle nothing waits, so the runnable need not pass through the queue.
-bool Thread_Pool::handToIdle(Thread_Runnable* runnable) {
-    Thread_Controller* const controller = idle_.front();
-    if (!controller->setRunnable(runnable))
-        return false;
+std::shared_ptr<Thread_Controller> Thread_Pool::takeIdle() {
+    busy_.push_back(std::move(idle_.front()));
     idle_.erase(idle_.begin());
-    busy_.push_back(controller);
+    return busy_.back();
+}
+
+bool Thread_Pool::makeIdle(const Thread_Controller* controller) {
+    const auto found = std::find_if(busy_.begin(), busy_.end(),
+                                    [&](const auto& candidate) { return candidate.get() == controller; });
+    if (found == busy_.end())
+        return false;
+    idle_.push_back(std::move(*found));
+    busy_.erase(found);
     return true;
 }
 
@@ -112,17 +131,20 @@ bool Thread_Pool::enqueue(Thread_Runnable* runnable) {
 }
 
 bool Thread_Pool::controllerComplete(Thread_Controller* controller) {
-    const MutexLock lock(mutex());
-    if (!lock.acquired() || controller == nullptr || checkForExitWhileRunning(false, false))
-        return false;
-    if (!queue_.empty() && controller->setRunnable(queue_.front().get())) {
-        static_cast<void>(queue_.front().release());
+    std::unique_ptr<Thread_Runnable> next;
+    {
+        const MutexLock lock(mutex());
+        if (!lock.acquired() || controller == nullptr || checkForExitWhileRunning(false, false))
+            return false;
+        if (queue_.empty())
+            return makeIdle(controller);
+        next = std::move(queue_.front());
         queue_.pop_front();
-        return true;
     }
-    if (std::erase(busy_, controller) != 0)
-        idle_.push_back(controller);
-    return queue_.empty();
+    if (!controller->setRunnable(next.get()))
+        return false;
+    static_cast<void>(next.release());
+    return true;
 }
 
 bool Thread_Pool::shutdown(bool& stillRunning, unsigned attempt, bool lastAttempt) {
@@ -176,6 +198,14 @@ bool Thread_Pool::someWork() {
                        [](const auto& controller) { return controller->isWorking(); });
 }
 
+/// The threads that do not come back go on with their work, and end with it on their own: told to terminate,
+/// they do not ask this pool for more, which may be gone by then.
+void Thread_Pool::abandonAll(Controllers& controllers) {
+    for (const auto& controller : controllers)
+        controller->abandonThread();
+    controllers.clear();
+}
+
 /// Takes out the controllers whose threads are not at work. They all have been told to terminate, so these
 /// end by themselves, at most after a turn with the pool's mutex: whoever joins them must not hold it. On the
 /// last attempt the others are left to themselves.
@@ -184,11 +214,12 @@ Thread_Pool::Controllers Thread_Pool::takeEnding(bool lastAttempt, bool& stillRu
     Controllers staying;
     Controllers ending;
     for (auto& controller : all_) {
-        const bool works = lastAttempt ? Thread_Controller::abandon(controller) : controller->isWorking();
+        const bool works = controller->isWorking();
         stillRunning = stillRunning || works;
-        if (controller != nullptr)
-            (works ? staying : ending).push_back(std::move(controller));
+        (works ? staying : ending).push_back(std::move(controller));
     }
+    if (lastAttempt)
+        abandonAll(staying);
     all_ = std::move(staying);
     return ending;
 }

@@ -48,15 +48,17 @@ public:
     bool controllerComplete(Thread_Controller* controller);
 
 private:
-    using Controllers = std::vector<std::unique_ptr<Thread_Controller>>;
+    using Controllers = std::vector<std::shared_ptr<Thread_Controller>>;
 
     bool addThread();
-    bool handToIdle(Thread_Runnable* runnable);
+    std::shared_ptr<Thread_Controller> takeIdle();
+    bool makeIdle(const Thread_Controller* controller);
     bool enqueue(Thread_Runnable* runnable);
     bool stopTakingWork();
     void terminateAll();
     void waitWhileSomeWork();
     bool someWork();
+    static void abandonAll(Controllers& controllers);
     Controllers takeEnding(bool lastAttempt, bool& stillRunning);
 
     unsigned threadCount_ = 0;
@@ -66,7 +68,7 @@ private:
     /// Every controller is here, and while the pool runs in one of idle and busy. All three have room for
     /// all, so that handing over allocates nothing.
     Controllers all_;
-    std::vector<Thread_Controller*> idle_;
-    std::vector<Thread_Controller*> busy_;
+    Controllers idle_;
+    Controllers busy_;
     Thread_Mutex shutdownMutex_;
 };

@@ -23,14 +23,17 @@ timespec deadlineAfter(unsigned milliseconds) {
 
 } // namespace
 
-Thread_Semaphore::Thread_Semaphore() : valid_(true), count_(0), waiters_(0) {
+Thread_Semaphore::Thread_Semaphore() : valid_(true), count_(0), waiters_(0), signalling_(0) {
     if (!Thread_Succeeded(pthread_cond_init(&condition_, nullptr), "Thread_Semaphore", "create condition"))
         valid_ = false;
     if (!Thread_CreateMutex(&mutex_))
         valid_ = false;
 }
 
+/// Whoever grabbed the last release may be here before the thread that gave it has left release().
 Thread_Semaphore::~Thread_Semaphore() {
+    while (signalling_.load(std::memory_order_acquire) != 0)
+        Thread_Yield();
     Thread_Succeeded(pthread_cond_destroy(&condition_), "~Thread_Semaphore", "destroy condition");
     Thread_DestroyMutex(&mutex_);
 }
@@ -75,12 +78,17 @@ bool Thread_Semaphore::release() {
         DEBUG_LOG("THREAD: Thread_Semaphore::release: failed to release semaphore: not valid\n");
         return false;
     }
-    const MutexLock lock(&mutex_);
-    if (!lock.acquired())
-        return false;
-    ++count_;
-    // Signalled with the mutex held: the thread that this wakes may destroy the semaphore.
-    if (waiters_ > 0)
-        Thread_Succeeded(pthread_cond_signal(&condition_), "Thread_Semaphore::release", "signal condition");
+    {
+        const MutexLock lock(&mutex_);
+        if (!lock.acquired())
+            return false;
+        ++count_;
+        if (waiters_ == 0)
+            return true;
+        signalling_.fetch_add(1, std::memory_order_relaxed);
+    }
+    // Without the mutex, which the thread that this wakes would run into at once.
+    Thread_Succeeded(pthread_cond_signal(&condition_), "Thread_Semaphore::release", "signal condition");
+    signalling_.fetch_sub(1, std::memory_order_release);
     return true;
 }

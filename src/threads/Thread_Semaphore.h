@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <climits>
 #include <pthread.h>
 
@@ -35,4 +36,6 @@ private:
     unsigned waiters_;
     pthread_cond_t condition_;
     pthread_mutex_t mutex_;
+    /// Releases that have let go of the mutex and not yet signalled.
+    std::atomic<unsigned> signalling_;
 };
