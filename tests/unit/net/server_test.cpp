@@ -221,10 +221,13 @@ TEST(HTTP_Server, AShortageOfDescriptorsPasses) {
     TestServer server(echo);
     rlimit original{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &original), 0);
+    RawClient first;
     RawClient waiting;
     rlimit none = original;
     none.rlim_cur = 3;
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    // An accept that is already waiting has set a descriptor aside for the connection that it will get.
+    first.connect(server.port());
     waiting.connect(server.port());
     waiting.send("GET / HTTP/1.0\r\n\r\n");
     std::this_thread::sleep_for(std::chrono::milliseconds(250));
