@@ -78,8 +78,6 @@ milliseconds Exec_ChildProcess::nextPause(Clock::time_point now) const {
 
 Exec_ChildProcess::Wake Exec_ChildProcess::wait(int output, Clock::time_point until) {
     for (;;) {
-        if (!descriptor_ && hasEnded())
-            return Wake::Ended;
         const Clock::time_point now = Clock::now();
         Clock::duration left = until - now;
         if (!descriptor_)
@@ -87,13 +85,14 @@ Exec_ChildProcess::Wake Exec_ChildProcess::wait(int output, Clock::time_point un
 
         // poll skips entries with a negative descriptor.
         pollfd watched[] = {{descriptor_.get(), POLLIN, 0}, {output, POLLIN, 0}};
-        poll(watched, std::size(watched), pollTimeout(left));
-        if (watched[0].revents != 0)
+        if (descriptor_ || !hasEnded())
+            poll(watched, std::size(watched), pollTimeout(left));
+        if (watched[0].revents != 0 || (!descriptor_ && hasEnded()))
             return Wake::Ended;
+        if (now >= until)
+            return Wake::Deadline;
         if (watched[1].revents != 0)
             return Wake::Readable;
-        if (Clock::now() >= until)
-            return !descriptor_ && hasEnded() ? Wake::Ended : Wake::Deadline;
     }
 }
 

@@ -25,7 +25,8 @@ public:
     ~Exec_ChildProcess();
 
     /// Waits until the child has ended, `output` can be read (-1: nothing to be read), or `until` has passed.
-    /// The end of the child comes first if several are true. The child is not reaped.
+    /// If several are true, the end of the child comes first and the output last, so that a child that never
+    /// stops writing cannot put off the deadline. The child is not reaped.
     Wake wait(int output, Clock::time_point until);
 
     /// Takes the child's status (waitpid(2)), which frees its number. Waits if the child has not ended. False

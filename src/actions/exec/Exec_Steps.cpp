@@ -42,8 +42,7 @@ private:
     sigset_t before_;
 };
 
-// ---- In the child
-// -------------------------------------------------------------------------------------------
+// In the child:
 
 void report(int descriptor, Exec_ChildStep step) noexcept {
     const Exec_ChildReport failure{step, errno};
@@ -72,8 +71,7 @@ bool leaveSupplementaryGroups() noexcept {
     return getgroups(0, nullptr) == 0 || syscall(SYS_setgroups, 0, nullptr) == 0;
 }
 
-// ---- In the agent
-// -------------------------------------------------------------------------------------------
+// In the agent:
 
 void logReport(const Exec_ChildReport& failure, const Exec_Account& account, const char* program) {
     switch (failure.step) {
@@ -122,9 +120,6 @@ bool waitForEnd(Exec_ChildProcess& child, Exec_ErrorCapture& errors,
             return false;
         case Exec_ChildProcess::Wake::Readable:
             errors.readOnce();
-            // A child that never stops writing must not put off the end of its time.
-            if (Exec_ChildProcess::Clock::now() >= until)
-                return false;
             break;
         }
     }

@@ -55,6 +55,7 @@ TEST_P(ChildProcess, TellsWhatHappensFirst) {
     EXPECT_EQ(child.wait(pipe.readEnd(), after(10ms)), Wake::Deadline);
     order();
     EXPECT_EQ(child.wait(pipe.readEnd(), after(10s)), Wake::Readable);
+    EXPECT_EQ(child.wait(pipe.readEnd(), after(0s)), Wake::Deadline);
     order();
     EXPECT_EQ(child.wait(-1, after(10s)), Wake::Ended);
     EXPECT_EQ(child.wait(-1, after(0s)), Wake::Ended);

@@ -2,6 +2,7 @@
 #include "actions/exec/ShellCommand_Execute.h"
 #include "actions/exec/ShellCommand_Quote.h"
 #include "actions/exec/Signal_Status.h"
+#include "base/MD5.h"
 #include "base/Temporary_Directory.h"
 
 #include <gmock/gmock.h>
@@ -10,6 +11,8 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -19,6 +22,8 @@
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -161,8 +166,44 @@ TEST_F(ShellCommand, FullDiskOrDirectoryThatTakesNoFile) {
     EXPECT_EQ(umount2(disk.c_str(), MNT_DETACH), 0);
 }
 
+/// The names that the next attempts would take within some seconds from now.
+std::vector<std::string> namesToCome(int attempts) {
+    constexpr unsigned seed = 7;
+    std::vector<std::string> names;
+    const time_t now = time(nullptr);
+    for (time_t second = now; second < now + 5; ++second) {
+        srand(seed); // NOLINT(cert-msc32-c,cert-msc51-cpp): what comes next is to be known
+        for (int attempt = 0; attempt < attempts; ++attempt) {
+            const std::string text = std::to_string(second) + "-" + std::to_string(rand()); // NOLINT
+            MD5 digest;
+            digest.update(reinterpret_cast<const unsigned char*>(text.data()),
+                          static_cast<unsigned>(text.size()));
+            digest.finalize();
+            const std::unique_ptr<char[]> digits(digest.hex_digest());
+            names.push_back(std::string(digits.get()) +
+                            ".tmp"); // NOLINT(performance-inefficient-vector-operation)
+        }
+    }
+    srand(seed); // NOLINT(cert-msc32-c,cert-msc51-cpp)
+    return names;
+}
+
+TEST_F(ShellCommand, NamesThatAreTakenAreLeftAlone) {
+    for (const auto& [taken, expected] :
+         {std::pair(9, std::optional<std::string>("x\n")), {10, std::nullopt}}) {
+        const std::vector<std::string> names = namesToCome(taken);
+        for (const std::string& name : names)
+            putContents(name, "mine");
+        EXPECT_EQ(outputOf("echo x"), expected) << taken;
+        for (const std::string& name : names) {
+            EXPECT_EQ(contentsOf(name), "mine");
+            std::filesystem::remove(name);
+        }
+    }
+}
+
 TEST_F(ShellCommand, CommandThatRemovesItsFileOrIsTooLong) {
-    EXPECT_EQ(outputOf("rm -f *.tmp; sh -c 'rm -f *.tmp'"), std::nullopt);
+    EXPECT_EQ(outputOf("sh -c 'rm -f *.tmp; echo gone'"), std::nullopt);
     EXPECT_EQ(outputOf(": " + std::string(1'000'000, 'x')), std::nullopt);
 }
 
