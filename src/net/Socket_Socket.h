@@ -26,7 +26,8 @@ constexpr unsigned Socket_NoTimeLimit = 0xFFFFFFFF;
 /// std::bad_alloc; failures are a false result or -1.
 class Socket_Socket {
 public:
-    enum EncryptionProtocol { ENCRYPTION_NONE = 0, ENCRYPTION_SSL = 1 };
+    /// Any int is a value of the type: what a connection claims is judged, not trusted.
+    enum EncryptionProtocol : int { ENCRYPTION_NONE = 0, ENCRYPTION_SSL = 1 };
     enum TransportProtocol { TRANSPORT_TCP = 0, TRANSPORT_UDP = 1 };
 
     Socket_Socket() = default;

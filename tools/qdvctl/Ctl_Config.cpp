@@ -60,6 +60,7 @@ int report(const ConfigOptions& options, bool withContent) {
     const std::vector<Ctl_ConfigFile> files =
         Ctl_ReadConfigFiles(options.directory.empty() ? usualDirectory() : options.directory);
     std::vector<Ctl_Node> nodes;
+    nodes.reserve(files.size());
     for (const Ctl_ConfigFile& file : files)
         nodes.push_back(asNode(file, withContent));
     if (options.json)

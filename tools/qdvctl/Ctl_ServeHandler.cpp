@@ -25,8 +25,6 @@ std::string timeText(std::time_t when) {
 
 /// The method as it is shown below the headline: nothing if it brought nothing but its name.
 std::vector<Ctl_Node> contentOf(const Ctl_Request& call) {
-    if (std::vector<Ctl_Node> action = Ctl_SummariseAction(call); !action.empty())
-        return action;
     const Ctl_Node method{"Method", {}, call.methodAttributes, call.parameters};
     if (method.attributes.empty() && !method.hasElements() && method.ownText().empty())
         return {};
@@ -65,7 +63,7 @@ std::string protocolOf(const HTTP_File& file) {
 
 std::string Ctl_DescribeCall(const Ctl_Request& call, std::time_t when, const std::string& protocol,
                              const std::string& uri, bool json) {
-    const std::vector<Ctl_Node> content = contentOf(call);
+    std::vector<Ctl_Node> content = contentOf(call);
     if (json)
         return Ctl_RenderJson({{"time", timeText(when)},
                                {"protocol", protocol},
@@ -75,6 +73,8 @@ std::string Ctl_DescribeCall(const Ctl_Request& call, std::time_t when, const st
                                {"hostTarget", call.hostTarget}},
                               content) +
                "\n";
+    if (std::vector<Ctl_Node> action = Ctl_SummariseAction(call); !action.empty())
+        content = std::move(action);
     std::string line = timeText(when) + " " + protocol + " " + uri + " " + call.method;
     line += " uuid=" + call.uuid;
     if (!call.hostTarget.empty())
@@ -83,7 +83,7 @@ std::string Ctl_DescribeCall(const Ctl_Request& call, std::time_t when, const st
 }
 
 std::vector<Ctl_Node> Ctl_SummariseAction(const Ctl_Request& call) {
-    if (call.method != "UpdateAction")
+    if (call.method != "UpdateAction" || findParameter(call.parameters, "actionid") == nullptr)
         return {};
     std::vector<Ctl_Node> rows{
         rowOf("Action", call.parameters,
