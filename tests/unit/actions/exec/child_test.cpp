@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <functional>
 #include <string>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -125,6 +126,8 @@ TEST(CloseFrom, EachWayClosesAllFromThereAndNoneBelow) {
     for (std::size_t way = 0; way < ways.size(); ++way) {
         const pid_t pid = startChild([&] {
             constexpr int highest = 900;
+            const rlimit table = {1024, 1024};
+            setrlimit(RLIMIT_NOFILE, &table);
             for (int descriptor = 10; descriptor <= highest; ++descriptor)
                 dup2(0, descriptor);
             if (!ways[way](20))
