@@ -151,8 +151,9 @@ AgentRMI_GetStorageSystemRunnable::AgentRMI_GetStorageSystemRunnable()
 bool AgentRMI_GetStorageSystemRunnable::invoke() {
     if (auditAll())
         return true;
+    fail();
     hold_.release();
-    return fail();
+    return false;
 }
 
 bool AgentRMI_GetStorageSystemRunnable::auditAll() {
