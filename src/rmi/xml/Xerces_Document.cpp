@@ -76,12 +76,38 @@ void Xerces_DocumentReleaser::operator()(xercesc::DOMDocument* document) const {
     document->release();
 }
 
+namespace {
+
+/// Bytes that begin a code point above U+10FFFF. The library's reader takes such a one for a character.
+bool goesBeyondUnicode(std::string_view text) {
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const auto byte = static_cast<unsigned char>(text[at]);
+        if (byte < 0xF4)
+            continue;
+        const auto next = static_cast<unsigned char>(at + 1 < text.size() ? text[at + 1] : '\0');
+        if (byte > 0xF4 || next > 0x8F)
+            return true;
+    }
+    return false;
+}
+
+bool isReadAsUtf8(const xercesc::DOMDocument& document) {
+    return Xerces_ToBytes(document.getInputEncoding()) == "UTF-8";
+}
+
+} // namespace
+
 Xerces_DocumentPtr Xerces_Parse(std::string_view text, const char* bufferId, std::string* reason) {
     std::unique_ptr<Xerces_Parser> parser = Xerces_Parsers().take();
     const Xerces_XercesString id(bufferId);
     const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
                                             id.unicodeForm());
     Xerces_DocumentPtr document = parser->run(source, reason);
+    if (document && goesBeyondUnicode(text) && isReadAsUtf8(*document)) {
+        document.reset();
+        if (reason != nullptr)
+            *reason = "the text is not UTF-8";
+    }
     if (document && text.size() <= largestKept)
         Xerces_Parsers().giveBack(std::move(parser));
     return document;
