@@ -10,26 +10,34 @@ struct Markers {
 constexpr Markers header{"# BEGIN_JOB_SCRIPT_HEADER", "# END_JOB_SCRIPT_HEADER"};
 constexpr Markers object{"# BEGIN_OBJECT_SCRIPT", "# END_OBJECT_SCRIPT"};
 
-/// The text between the next begin and the next end marker, both looked for from the start of `rest`, which
-/// then goes on behind the end marker. An end marker that comes first leaves nothing between.
-std::optional<std::string_view> takePiece(std::string_view& rest, const Markers& markers) {
-    const std::size_t begin = rest.find(markers.begin);
-    const std::size_t end = rest.find(markers.end);
-    if (begin == std::string_view::npos || end == std::string_view::npos)
-        return std::nullopt;
+/// An end marker that comes before the begin marker leaves nothing between them.
+std::string_view between(std::string_view script, std::size_t begin, std::size_t end,
+                         const Markers& markers) {
     const std::size_t text = begin + markers.begin.size();
-    const std::string_view piece = end > text ? rest.substr(text, end - text) : std::string_view();
-    rest.remove_prefix(end + markers.end.size());
-    return piece;
+    return end > text ? script.substr(text, end - text) : std::string_view();
 }
 
 } // namespace
 
 std::optional<std::vector<std::string_view>> AgentActions_SegmentScript(std::string_view script) {
-    std::vector<std::string_view> pieces;
-    for (auto piece = takePiece(script, header); piece; piece = takePiece(script, object))
-        pieces.push_back(*piece);
-    if (pieces.empty())
+    constexpr std::size_t none = std::string_view::npos;
+    std::size_t begin = script.find(header.begin);
+    std::size_t end = script.find(header.end);
+    if (begin == none || end == none)
         return std::nullopt;
+    std::vector<std::string_view> pieces{between(script, begin, end, header)};
+
+    std::size_t position = end + header.end.size();
+    begin = script.find(object.begin, position);
+    end = script.find(object.end, position);
+    while (begin != none && end != none) {
+        pieces.push_back(between(script, begin, end, object));
+        position = end + object.end.size();
+        // A begin marker that is still ahead is not looked for again: many ends before it would each cost a
+        // walk over the whole script.
+        if (begin < position)
+            begin = script.find(object.begin, position);
+        end = script.find(object.end, position);
+    }
     return pieces;
 }

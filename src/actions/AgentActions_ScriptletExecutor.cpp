@@ -30,12 +30,12 @@ void AgentActions_ScriptletExecutor::exec(const char* user, const char* password
     DEBUG_LOG("Would have exec'd the following\n %s\n", script_.c_str());
     DEBUG_LOG("ScriptletExecutor: writing temp file %s\n", temporaryFile_.c_str());
     const bool saved = save(user);
+    const std::string cause = saved ? std::string() : nxGetLastErrorMessage();
+    DEBUG_LOG("ScriptletExecutor: execing the script\n");
     if (saved) {
-        DEBUG_LOG("ScriptletExecutor: execing the script\n");
         result_ = nxExecScriptAsUser(temporaryFile_.c_str(), 0, nullptr, user, password);
     } else {
-        result_ = Exec_ExecResult(EXEC_ERROR, "ScriptletExecutor.exec error creating temp file: " +
-                                                  nxGetLastErrorMessage());
+        result_ = Exec_ExecResult(EXEC_ERROR, "ScriptletExecutor.exec error creating temp file: " + cause);
         DEBUG_LOG("%s\n", result_.getErrorString().c_str());
     }
     DEBUG_LOG("ScriptletExecutor:deleting temp file\n");

@@ -138,22 +138,24 @@ bool AgentRMI_SubmitActionRunnableDistributed::invoke() {
     for (const std::string& member : groupMembers())
         DEBUG_LOG("GroupMember %s\n", member.c_str());
     AgentRMI_RequireSystemUser(*this);
-    segmentIntoScriptlets();
-    if (groupMembers().size() + 1 != scriptlets_.size()) {
+    const auto pieces = AgentActions_SegmentScript(actionScript());
+    if (!pieces)
+        throw RMI_MethodException(RMI_MethodException::GeneralFailure);
+    // Before a scriptlet is made of each piece, which takes several times the memory of its markers.
+    if (groupMembers().size() + 1 != pieces->size()) {
         DEBUG_LOG("GroupMembers != Scriptlets-1, %d != %d\n", static_cast<int>(groupMembers().size()),
-                  static_cast<int>(scriptlets_.size()) - 1);
+                  static_cast<int>(pieces->size()) - 1);
         throw RMI_MethodException(RMI_MethodException::GeneralFailure,
                                   "Mismatch between scriptlets and action items");
     }
+    makeScriptlets(*pieces);
     execAndReport();
     return true;
 }
 
-void AgentRMI_SubmitActionRunnableDistributed::segmentIntoScriptlets() {
-    const auto pieces = AgentActions_SegmentScript(actionScript());
-    if (!pieces)
-        throw RMI_MethodException(RMI_MethodException::GeneralFailure);
-    for (const std::string_view piece : *pieces)
+void AgentRMI_SubmitActionRunnableDistributed::makeScriptlets(const std::vector<std::string_view>& pieces) {
+    scriptlets_.reserve(pieces.size());
+    for (const std::string_view piece : pieces)
         scriptlets_.emplace_back(getAuditParameterValue("actionname"), getAuditParameterValue("actionid"),
                                  static_cast<int>(scriptlets_.size()), piece);
 }

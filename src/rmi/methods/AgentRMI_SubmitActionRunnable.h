@@ -6,6 +6,7 @@
 #include <xercesc/util/XercesDefs.hpp>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 XERCES_CPP_NAMESPACE_BEGIN
@@ -47,7 +48,7 @@ public:
     bool invoke() override;
 
 private:
-    void segmentIntoScriptlets();
+    void makeScriptlets(const std::vector<std::string_view>& pieces);
     void execAndReport();
     void execScriptlets();
 
