@@ -2,7 +2,6 @@
 #include "qdvctl/Ctl_AgentCommand.h"
 #include "qdvctl/Ctl_Failure.h"
 #include "qdvctl/Ctl_Password.h"
-#include "qdvctl/Ctl_Render.h"
 #include "qdvctl/Ctl_Server.h"
 
 #include <CLI/CLI.hpp>
@@ -75,6 +74,7 @@ Ctl_Request buildSubmit(Ctl_AgentOptions& agent, const ActionOptions& action, Re
     if (action.reportPort != 0) {
         report.options.port = 0;
         report.options.tlsPort = action.reportPort;
+        report.options.json = agent.json;
         report.server.emplace(report.options, stdout);
     }
     return request;
@@ -113,12 +113,8 @@ void addSubmit(CLI::App& app, Ctl_Action& chosen) {
         ->type_name("PORT")
         ->check(CLI::Range(1, 65535));
     Ctl_MakeAgentCommand(
-        *command, agent, [=] { return buildSubmit(*agent, *action, *report); }, chosen,
-        [report](const std::vector<Ctl_Node>& results) {
-            // The report came before the reply.
-            report->server.reset();
-            return results.empty() ? std::string() : Ctl_RenderText(results);
-        });
+        *command, agent, [=] { return buildSubmit(*agent, *action, *report); }, chosen, {},
+        [report] { report->server.reset(); });
 }
 
 void addSave(CLI::App& app, Ctl_Action& chosen) {

@@ -59,9 +59,25 @@ const char* adviceFor(const std::string& reason) {
     return nullptr;
 }
 
+/// Calls a function at the end of a block, however it ends.
+class AtEnd {
+public:
+    explicit AtEnd(const std::function<void()>& step) : step_(step) {}
+    AtEnd(const AtEnd&) = delete;
+    AtEnd& operator=(const AtEnd&) = delete;
+    ~AtEnd() {
+        if (step_)
+            step_();
+    }
+
+private:
+    const std::function<void()>& step_;
+};
+
 int callAndShow(const Ctl_AgentOptions& options, const std::function<Ctl_Request()>& build,
-                const Ctl_View& view) {
+                const Ctl_View& view, const std::function<void()>& finish) {
     const Ctl_Layers layers(options.tls ? Ctl_Layers::NetworkWithTLS : Ctl_Layers::Network);
+    const AtEnd finishBeforeTheLayers(finish);
     const Ctl_AgentClient client(options);
     Ctl_Request request = build();
     const std::string method = request.method;
@@ -82,9 +98,11 @@ int callAndShow(const Ctl_AgentOptions& options, const std::function<Ctl_Request
 } // namespace
 
 void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOptions>& options,
-                          std::function<Ctl_Request()> build, Ctl_Action& chosen, Ctl_View view) {
+                          std::function<Ctl_Request()> build, Ctl_Action& chosen, Ctl_View view,
+                          std::function<void()> finish) {
     Ctl_AddAgentOptions(command, *options);
-    command.callback([options, build = std::move(build), view = std::move(view), &chosen] {
-        chosen = [options, build, view] { return callAndShow(*options, build, view); };
-    });
+    command.callback(
+        [options, build = std::move(build), view = std::move(view), finish = std::move(finish), &chosen] {
+            chosen = [options, build, view, finish] { return callAndShow(*options, build, view, finish); };
+        });
 }

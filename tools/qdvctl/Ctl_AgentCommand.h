@@ -13,6 +13,8 @@ using Ctl_View = std::function<std::string(const std::vector<Ctl_Node>& results)
 /// Makes a subcommand one that calls a method of an agent: adds the options of the agent, and has the call
 /// made, its reply shown in the form asked for, and the exit status taken from it. `build` is called with all
 /// libraries up and gives the method and its parameters; it may throw Ctl_Failure. The options are shared
-/// with it. Without a view the results are shown as they are.
+/// with it. Without a view the results are shown as they are. `finish` is called at the end, however the call
+/// went, with the libraries still up.
 void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOptions>& options,
-                          std::function<Ctl_Request()> build, Ctl_Action& chosen, Ctl_View view = {});
+                          std::function<Ctl_Request()> build, Ctl_Action& chosen, Ctl_View view = {},
+                          std::function<void()> finish = {});
