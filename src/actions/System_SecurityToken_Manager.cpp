@@ -119,6 +119,13 @@ bool System_SecurityToken_Manager::addSecurityToken(const std::string& token, co
     auto added = std::make_unique<HTTP_SecurityToken>();
     added->setUser(user);
     added->setPass(password);
+    return addSecurityToken(token, std::move(added));
+}
+
+bool System_SecurityToken_Manager::addSecurityToken(const std::string& token,
+                                                    std::unique_ptr<HTTP_SecurityToken> added) {
+    if (!added)
+        return false;
     const MutexLock lock(tokensMutex_.get());
     tokens_.emplace(token, std::move(added));
     return true;

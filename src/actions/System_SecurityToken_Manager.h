@@ -27,6 +27,8 @@ public:
     bool generateSecurityToken(std::string& token);
     /// Null user or password counts as empty. A token that is there already is kept, and the result is true.
     bool addSecurityToken(const std::string& token, const char* user, const char* password);
+    /// Puts in a token that has an age already, for instance one that was taken out. False for null.
+    bool addSecurityToken(const std::string& token, std::unique_ptr<HTTP_SecurityToken> added);
     /// Takes the token out of the store; null if it is not there.
     std::unique_ptr<HTTP_SecurityToken> getSecuityToken(const std::string& token);
 
