@@ -23,7 +23,10 @@ from harness.wire import anonymous_tls
 
 PACKAGING = Path(__file__).resolve().parents[2] / "packaging"
 CONTROL_BYTES = re.compile(rb"[\x00-\x08\x0b-\x1f\x7f]")
-COMMANDS = ("ping", "call", "verbose", "ssl", "serve", "config", "config check", "config show")
+COMMANDS = (
+    "ping", "call", "verbose", "ssl", "host", "audit", "action", "action submit", "action save", "action list", "serve",
+    "config", "config check", "config show",
+)  # fmt: skip
 
 
 class Result:
@@ -633,6 +636,8 @@ def test_completion_offers_every_command_and_option(ctl, stage):
     assert completions(stage, "") >= {command.split()[0] for command in COMMANDS}
     assert completions(stage, "config", "") >= {"check", "show"}
     assert completions(stage, "ssl", "") == {"on", "off"}
+    assert completions(stage, "action", "") >= {"submit", "save", "list"}
+    assert completions(stage, "audit", "p") == {"pools", "plexes"}
     assert completions(stage, "call", "--uuid", "x", "Pi") == {"Ping", "PingServer"}
     assert completions(stage, "serve", "--ssl-state", "t") == {"true"}
     for command in COMMANDS:
