@@ -9,8 +9,8 @@ import os
 import pytest
 
 STANDING = {
-    "actions": False,  # SubmitAction, SaveAction
-    "script_list": False,  # GetActionScriptList
+    "actions": True,  # SubmitAction, SaveAction
+    "script_list": True,  # GetActionScriptList
     "audit": False,  # GetHostSummary and the other audit methods
 }
 
