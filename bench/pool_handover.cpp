@@ -12,15 +12,12 @@
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <semaphore>
 #include <thread>
 #include <vector>
 
 namespace {
 
 constexpr unsigned workers = 5;
-/// Handed over at a stretch before the end of all is waited for.
-constexpr int burst = 1000;
 
 /// The bare queue: threads that take runnables until it is closed.
 class BareQueue {
@@ -85,51 +82,56 @@ private:
     Thread_Pool pool_;
 };
 
-/// Tells the giver when the last of a burst has run.
-class Countdown : public Thread_Runnable {
+/// Lets the giver wait until the last of a burst has run. Sleeps at once, so that nothing but the hand-over
+/// counts.
+class Burst {
 public:
-    Countdown(std::atomic<int>& left, std::binary_semaphore& done) : left_(left), done_(done) {}
-    void run() override {
-        if (left_.fetch_sub(1, std::memory_order_acq_rel) == 1)
-            done_.release();
+    explicit Burst(int size) : left_(size) {}
+
+    void finishOne() {
+        if (left_.fetch_sub(1, std::memory_order_acq_rel) != 1)
+            return;
+        const std::lock_guard lock(mutex_);
+        over_ = true;
+        ended_.notify_one();
+    }
+    void wait() {
+        std::unique_lock lock(mutex_);
+        ended_.wait(lock, [this] { return over_; });
     }
 
 private:
-    std::atomic<int>& left_;
-    std::binary_semaphore& done_;
+    std::atomic<int> left_;
+    std::mutex mutex_;
+    std::condition_variable ended_;
+    bool over_ = false;
 };
 
-/// One at a time: wake a sleeping thread, wait for its answer.
+class Piece : public Thread_Runnable {
+public:
+    explicit Piece(Burst& burst) : burst_(burst) {}
+    void run() override { burst_.finishOne(); }
+
+private:
+    Burst& burst_;
+};
+
 template <typename Queue>
-void roundTrip(benchmark::State& state) {
+void handOver(benchmark::State& state) {
+    const int size = static_cast<int>(state.range(0));
     Queue queue;
     for (auto _ : state) {
-        std::atomic<int> left = 1;
-        std::binary_semaphore done{0};
-        queue.give(std::make_unique<Countdown>(left, done));
-        done.acquire();
+        Burst burst(size);
+        for (int i = 0; i < size; ++i)
+            queue.give(std::make_unique<Piece>(burst));
+        burst.wait();
     }
-    state.SetItemsProcessed(state.iterations());
+    state.SetItemsProcessed(state.iterations() * size);
 }
 
-/// Many at once: the threads find work waiting.
-template <typename Queue>
-void inBursts(benchmark::State& state) {
-    Queue queue;
-    for (auto _ : state) {
-        std::atomic<int> left = burst;
-        std::binary_semaphore done{0};
-        for (int i = 0; i < burst; ++i)
-            queue.give(std::make_unique<Countdown>(left, done));
-        done.acquire();
-    }
-    state.SetItemsProcessed(state.iterations() * burst);
-}
-
-BENCHMARK(roundTrip<BareQueue>)->MeasureProcessCPUTime()->UseRealTime();
-BENCHMARK(roundTrip<PoolQueue>)->MeasureProcessCPUTime()->UseRealTime();
-BENCHMARK(inBursts<BareQueue>)->MeasureProcessCPUTime()->UseRealTime();
-BENCHMARK(inBursts<PoolQueue>)->MeasureProcessCPUTime()->UseRealTime();
+/// One at a time: wake a sleeping thread and wait for it. Many: the threads find work waiting.
+BENCHMARK(handOver<BareQueue>)->Arg(1)->Arg(1000)->MeasureProcessCPUTime()->UseRealTime();
+BENCHMARK(handOver<PoolQueue>)->Arg(1)->Arg(1000)->MeasureProcessCPUTime()->UseRealTime();
 
 } // namespace
 
