@@ -11,8 +11,9 @@
 
 namespace {
 
-/// How long a port rests when the host has no descriptor or memory left for another connection.
-constexpr unsigned shortageWaitMilliseconds = 100;
+/// How long a port rests when the host has no descriptor or memory left for another connection. A semaphore
+/// counts its limit from the start of the current second, so this is between 0.1 and 1.1 seconds.
+constexpr unsigned shortageWaitMilliseconds = 1100;
 
 /// What accept(2) reports about one connection that went wrong, or about a shortage that passes. The listener
 /// itself is as good as before.

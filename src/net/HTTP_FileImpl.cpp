@@ -1,6 +1,7 @@
 #include "net/HTTP_FileImpl.h"
 
 #include "agent/log/Debug_Printf.h"
+#include "base/String_Functions.h"
 #include "net/HTTP_BodyPassword.h"
 #include "net/HTTP_Exception.h"
 #include "net/HTTP_Text.h"
@@ -29,7 +30,9 @@ std::string_view protocolOfReply(std::string_view requestVersion) {
 
 } // namespace
 
-HTTP_FileImpl::~HTTP_FileImpl() = default;
+HTTP_FileImpl::~HTTP_FileImpl() {
+    nxWipeText(body_);
+}
 
 bool HTTP_FileImpl::registerSSLFactory(Socket_SSLFactory* factory) {
     return socket_.registerSSLFactory(factory);
@@ -83,7 +86,8 @@ void HTTP_FileImpl::clearMessage() {
     headers_.clear();
     contentType_ = HTTP_CONTENT_TYPE_UNKNOWN;
     contentLength_ = 0;
-    body_.clear();
+    // A password may have been in it.
+    nxWipeText(body_);
     body_.shrink_to_fit();
 }
 
