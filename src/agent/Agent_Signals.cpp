@@ -34,6 +34,9 @@ Agent_Signals::Agent_Signals() {
     std::signal(SIGPIPE, SIG_IGN);
     const sigset_t set = stopSignalSet();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    // What the parent had ignored, nohup say, would never arrive.
+    for (int signal : stopSignals)
+        std::signal(signal, SIG_DFL);
     thread_ = std::thread([this] { waitForSignals(); });
 }
 
