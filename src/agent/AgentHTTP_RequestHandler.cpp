@@ -24,6 +24,12 @@ bool replyWithoutBody(HTTP_File& file, HTTP_Return_Code code) {
     return file.sendReply(code, HTTP_CONTENT_TYPE_TEXT_HTML, nullptr, 0);
 }
 
+/// A request's body, wiped when it goes: a password may be in it.
+struct RequestText {
+    std::string text;
+    ~RequestText() { nxWipeText(text); }
+};
+
 struct Reply {
     std::unique_ptr<char[]> text;
     unsigned length = 0;
@@ -69,10 +75,8 @@ bool AgentHTTP_RequestHandler::handlePost(HTTP_File* file, bool& keepFile) {
 
     std::optional<Reply> reply;
     try {
-        std::string request(body, static_cast<std::size_t>(length));
-        reply = callMethod(*file, peer, request);
-        // A password may have been in it.
-        nxWipeText(request);
+        RequestText request{std::string(body, static_cast<std::size_t>(length))};
+        reply = callMethod(*file, peer, request.text);
     } catch (...) {
         reply.reset();
     }

@@ -113,12 +113,16 @@ Owned<SSL_CTX> makeContext(Socket_SSLFactory::ConnectionRole role) {
         logLibraryError("failed to enable ADH ciphers");
         return nullptr;
     }
-    if (!limitProtocol(context.get()))
+    if (!limitProtocol(context.get())) {
+        logLibraryError("failed to limit the protocol to TLS 1.2");
         return nullptr;
+    }
     if (!client) {
         SSL_CTX_sess_set_cache_size(context.get(), sessionCacheSize);
-        if (!useDiffieHellmanParameters(context.get()))
+        if (!useDiffieHellmanParameters(context.get())) {
+            logLibraryError("failed to use the Diffie-Hellman parameters");
             return nullptr;
+        }
     }
     return context;
 }

@@ -134,6 +134,8 @@ bool HTTP_FileImpl::awaitRequest() {
         return peeked && beginsLikeRequest({start, classifyingBytes});
     };
     bool peeked = false;
+    // Between two requests a TLS connection waits no longer than a plain one.
+    const unsigned nextRequestLimit = socket_.isTLSEstablished() ? HTTP_ReadTimeLimit : Socket_NoTimeLimit;
     if (!socket_.isTLSEstablished()) {
         socket_.setEncryptionProtocol(Socket_Socket::ENCRYPTION_NONE);
         if (peekedRequest(HTTP_ReadTimeLimit, peeked))
@@ -142,7 +144,7 @@ bool HTTP_FileImpl::awaitRequest() {
             return false;
         socket_.setEncryptionProtocol(Socket_Socket::ENCRYPTION_SSL);
     }
-    return peekedRequest(readTimeLimit(), peeked);
+    return peekedRequest(nextRequestLimit, peeked);
 }
 
 bool HTTP_FileImpl::parseRequestLine(HTTP_HeadReader& reader) {
@@ -163,8 +165,10 @@ bool HTTP_FileImpl::readRequestBody() {
     if (!HTTP_ReadBody(socket_, contentLength_, readTimeLimit(), body_))
         return false;
     if (contentType_ == HTTP_CONTENT_TYPE_FORM_URLENCODED) {
-        body_ = decodeURLEncoding(body_);
-        body_.resize(std::strlen(body_.c_str()));
+        std::string decoded = decodeURLEncoding(body_);
+        decoded.resize(std::strlen(decoded.c_str()));
+        nxWipeText(body_);
+        body_ = std::move(decoded);
     }
     if (!gDebugPrintf.isEnabled())
         return true;
@@ -202,6 +206,8 @@ bool HTTP_FileImpl::sendReply(HTTP_Return_Code code, HTTP_Content_Type contentTy
         DEBUG_LOG("HTTP_FileImpl::sendReply: finish\n");
         return true;
     }
+    // What comes behind half a reply would be taken for its rest.
+    socket_.close();
     DEBUG_LOG("HTTP_FileImpl::sendReply: exit with error\n");
     return false;
 }

@@ -75,8 +75,10 @@ std::string withoutBasicCredentials(std::string request) {
     return request;
 }
 
+constexpr int largestPort = std::numeric_limits<unsigned short>::max();
+
 bool isPort(int port) {
-    return port > 0 && port <= std::numeric_limits<unsigned short>::max();
+    return port > 0 && port <= largestPort;
 }
 
 } // namespace
@@ -228,9 +230,10 @@ bool HTTP_FileImpl::bindReturnAddress(unsigned& port) {
     const int lowest = connection_->getReturnPortMin();
     if (lowest == 0)
         return address.empty() || socket_.bind(address.c_str(), 0);
-    for (int candidate = lowest; candidate <= connection_->getReturnPortMax(); ++candidate) {
+    const int highest = std::min<int>(connection_->getReturnPortMax(), largestPort);
+    for (int candidate = std::max(lowest, 1); candidate <= highest; ++candidate) {
         port = static_cast<unsigned>(candidate);
-        if (isPort(candidate) && socket_.bind(address.c_str(), static_cast<unsigned short>(candidate)))
+        if (socket_.bind(address.c_str(), static_cast<unsigned short>(candidate)))
             return true;
         const HTTP_AddressPortPair& target = connection_->getTarget();
         DEBUG_LOG("HTTP_FileImpl::connect: failed to connect [return port] %s:%u (%u)\n", target.getAddress(),

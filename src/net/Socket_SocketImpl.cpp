@@ -210,10 +210,14 @@ bool Socket_SocketImpl::makeTLS() {
     // The connection object holds a reference of its own.
     const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context(
         static_cast<SSL_CTX*>(factory_->createSSLContext(role_)), &SSL_CTX_free);
-    auto* ssl = context == nullptr ? nullptr : static_cast<SSL*>(factory_->createSSL(context.get()));
+    if (context == nullptr)
+        return false;
+    std::unique_ptr<SSL, decltype(&SSL_free)> ssl(static_cast<SSL*>(factory_->createSSL(context.get())),
+                                                  &SSL_free);
     if (ssl == nullptr)
         return false;
-    tls_ = std::make_unique<Socket_TLS>(ssl, *transport_);
+    tls_ = std::make_unique<Socket_TLS>(ssl.get(), *transport_);
+    static_cast<void>(ssl.release());
     return true;
 }
 

@@ -3,19 +3,34 @@
 #include "agent/config/AgentConfig_Globals.h"
 #include "agent/config/AgentConfig_Guid.h"
 #include "agent/config/Config_File.h"
+#include "agent/log/Debug_Printf.h"
 #include "rmi/xml/Xerces_Document.h"
 #include "threads/MutexLock.h"
 
 namespace {
 
-/// The caller holds gMutexGuidConfig.
+/// Anybody can give an agent identities for hosts that it has none for. These bounds keep that from filling
+/// its memory, and uuid.conf from growing beyond what can be read again.
+constexpr std::size_t longestText = 1024;
+constexpr std::size_t mostIdentities = 1000;
+
+/// The caller holds gMutexGuidConfig, and there is no identity for that host.
 bool adopt(const std::string& guid, const std::string& hostTarget) {
     AgentConfig_Guid& identities = *gGuidConfig->getConfig();
-    identities.setGuid(guid, hostTarget);
-    if (gGuidConfig->writeFile())
-        return true;
-    identities.setGuid(std::string(), hostTarget);
-    return false;
+    if (guid.size() > longestText || hostTarget.size() > longestText ||
+        identities.getNumberOfPairs() >= mostIdentities)
+        return false;
+    bool written = false;
+    try {
+        identities.setGuid(guid, hostTarget);
+        written = gGuidConfig->writeFile();
+    } catch (...) {
+        DEBUG_LOG("RMI: an identity could not be kept\n");
+    }
+    // An identity that is not on disk would be another one after the next start.
+    if (!written)
+        identities.removeGuid(hostTarget);
+    return written;
 }
 
 } // namespace

@@ -73,6 +73,10 @@ void AgentConfig_Guid::setGuid(const std::string& guid, const std::string& targe
     pair->setGuid(guid.c_str());
 }
 
+void AgentConfig_Guid::removeGuid(const std::string& targetHost) {
+    std::erase_if(pairs_, [&](const auto& pair) { return pair->getTargetHost() == targetHost; });
+}
+
 AgentConfig_Guid::Pair* AgentConfig_Guid::find(const std::string& targetHost) const {
     const auto found = std::find_if(pairs_.begin(), pairs_.end(),
                                     [&](const auto& pair) { return pair->getTargetHost() == targetHost; });

@@ -81,6 +81,9 @@ bool _Base_Config_File::writeFile() {
         return false;
     if (!buffer)
         return fail("there is nothing to write");
+    // It could not be read again.
+    if (length > MaximumFileSize)
+        return fail("it has grown too large");
     if (!File_WriteAtomically(getFilePathname().c_str(), TemporarySuffix,
                               std::string_view(buffer.get(), length), NewFileMode))
         return failOnPath("write");

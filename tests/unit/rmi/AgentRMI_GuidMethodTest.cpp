@@ -96,6 +96,18 @@ TEST_F(GuidMethod, AdoptsNothingThatItCannotStore) {
     EXPECT_EQ(stored("host"), "");
 }
 
+TEST_F(GuidMethod, TakesNoMoreIdentitiesThanCanBeReadAgain) {
+    const std::string tooLong(1025, 'x');
+    EXPECT_EQ(judged(lax, tooLong.c_str()), "refused");
+    EXPECT_EQ(judged(lax, "one", tooLong.c_str()), "refused");
+    for (int i = 0; i < 999; ++i)
+        gGuidConfig->getConfig()->setGuid("some", "host" + std::to_string(i));
+    EXPECT_EQ(judged(lax, "last", "last"), "last");
+    EXPECT_EQ(judged(lax, "more", "more"), "refused");
+    EXPECT_EQ(stored("more"), "");
+    EXPECT_EQ(stored("host7"), "some");
+}
+
 TEST_F(GuidMethod, OfManyFirstRequestsOneDecides) {
     constexpr int count = 8;
     std::atomic<int> waiting{count};
