@@ -19,7 +19,6 @@
 #include "threads/Thread_Pool.h"
 #include "threads/Thread_Primitives.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -77,6 +76,8 @@ struct GlobalServices {
 class AgentLife {
 public:
     bool start();
+    /// Whether threads of services may be about that use what this object holds.
+    bool hasStartedServices() const { return servicesStarted_; }
     void waitForShutdownRequest();
     bool stop();
 
@@ -117,6 +118,7 @@ private:
     GlobalServices globalServices_;
     std::unique_ptr<HTTP_Server> server_;
     Thread_Manager manager_;
+    bool servicesStarted_ = false;
 };
 
 const AgentLife::Stage AgentLife::stages[] = {
@@ -265,6 +267,7 @@ bool AgentLife::startServices() {
     for (const ManagerPlan* plan : {&fileTrack, &generic, &systemAudit})
         manager_.registerThreadable(plan->manager.get());
     manager_.registerThreadable(server_.get());
+    servicesStarted_ = true;
     return manager_.start();
 }
 
@@ -307,8 +310,11 @@ bool AgentLife::stop() {
 
 int Agent_Run() {
     AgentLife life;
-    if (!life.start())
+    if (!life.start()) {
+        if (life.hasStartedServices())
+            Agent_Exit(EXIT_FAILURE);
         return EXIT_FAILURE;
+    }
     life.waitForShutdownRequest();
     if (!life.stop()) {
         DEBUG_LOG("Agent: shutdown failed, exiting immediately\n");
@@ -319,6 +325,5 @@ int Agent_Run() {
 }
 
 void Agent_Exit(int status) {
-    std::fflush(nullptr);
     _exit(status);
 }

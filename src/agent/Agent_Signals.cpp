@@ -44,7 +44,7 @@ Agent_Signals::~Agent_Signals() {
     ending_ = true;
     // The mask stays: a stop signal that comes this late would kill the process in the middle of its
     // clean-up.
-    pthread_kill(thread_.native_handle(), SIGTERM);
+    pthread_kill(thread_.native_handle(), SIGHUP);
     thread_.join();
 }
 

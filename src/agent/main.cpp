@@ -51,9 +51,11 @@ std::string directoryOf(const std::string& executable) {
     return directory.empty() ? "." : directory;
 }
 
-int runAgent() {
+/// The exit status of what may throw when memory is short.
+template <typename Work>
+int guarded(Work work) {
     try {
-        return Agent_Run();
+        return work();
     } catch (...) {
         DEBUG_LOG("Agent: Unexpected exception, exiting\n");
         return EXIT_FAILURE;
@@ -83,11 +85,11 @@ int main(int argc, char* argv[]) {
         return EXIT_FAILURE;
     }
     if (gEditConfig)
-        return Agent_EditConfig() ? EXIT_SUCCESS : EXIT_FAILURE;
+        return guarded([] { return Agent_EditConfig() ? EXIT_SUCCESS : EXIT_FAILURE; });
     if (gVersion) {
         Agent_DisplayVersion();
         return EXIT_SUCCESS;
     }
     dropSupplementaryGroups();
-    return runAgent();
+    return guarded(Agent_Run);
 }

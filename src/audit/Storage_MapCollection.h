@@ -11,9 +11,9 @@
 #include <utility>
 
 /// A collection whose members are known by their names: it owns them, a name exists once, and they come out
-/// sorted by name. The collections of the storage levels differ only in their `Shape`: the type `Member`, a class
-/// with getName(), of which the collection holds many; the texts `element` and `memberElement` of the form; and
-/// `allocate`, the factory of members, which may give null.
+/// sorted by name. The collections of the storage levels differ only in their `Shape`: the type `Member`, a
+/// class with getName(), of which the collection holds many; the texts `element` and `memberElement` of the
+/// form; and `allocate`, the factory of members, which may give null.
 ///
 /// Only the Thread_Terminatable side may be touched by another thread than the one that audits.
 template <typename CollectionShape>

@@ -39,7 +39,6 @@ constexpr Reason reasons[] = {
     {"signal condition", EFAULT, "cond is an invalid pointer"},
     {"create thread", EFAULT, "thread or attr is an invalid pointer"},
     {"create thread", EINVAL, "attr is not an initialized thread attribute object"},
-    {"create thread", EAGAIN, "system resources are unavailable or the limit of threads is reached"},
     {"wait for thread", EDEADLK, "a deadlock was detected or thread is the calling thread"},
     {"wait for thread", EINVAL, "thread does not refer to a joinable thread"},
     {"wait for thread", ESRCH, "thread does not specify a currently running thread in the process"},

@@ -60,7 +60,6 @@ public:
 private:
     void printContents();
     bool wantsToStart(bool fileExists);
-    void editAll();
     void editServer();
     void editProxy();
     void editProxyAuthentication();

@@ -36,8 +36,10 @@ protected:
             return true;
         } catch (const std::exception& failure) {
             lastError_ = failure.what();
-            return false;
+        } catch (...) {
+            lastError_ = "the XML library failed";
         }
+        return false;
     }
 
 private:

@@ -18,7 +18,7 @@ public:
     virtual bool modMinutes(unsigned minutes, bool add) = 0;
     virtual bool modSeconds(unsigned seconds, bool add) = 0;
 
-    /// Minutes of local time, without daylight saving, east of Greenwich at this moment.
+    /// Minutes of local time, daylight saving included, east of Greenwich at this moment.
     virtual bool rawGMTOffset(int& minutes) = 0;
 
     virtual ~System_Date() = default;
