@@ -29,7 +29,7 @@ using Owned = std::unique_ptr<Type, Release>;
 /// The anonymous suites come first, and among them those over elliptic curves, whose handshake costs a tenth.
 /// The others are for servers that have a certificate; as a server the agent has none and can only use the
 /// first. Anonymous suites are offered by nothing above security level 0.
-constexpr char cipherList[] = "AECDH+AES:ADH+AES:HIGH:MEDIUM:ADH:!eNULL:!PSK:!SRP:@SECLEVEL=0";
+constexpr char cipherList[] = "AECDH+AES128:AECDH+AES:ADH+AES:HIGH:MEDIUM:ADH:!eNULL:!PSK:!SRP:@SECLEVEL=0";
 
 /// RFC 7919, A.1: a group that need not be generated, large enough for the library to accept it.
 constexpr char diffieHellmanGroup[] = "ffdhe2048";

@@ -58,7 +58,7 @@ TEST(Script, HugeScriptsTakeTimeInProportion) {
     std::string pairs = emptyHeader;
     std::string ends = emptyHeader;
     for (std::size_t i = 0; i < many; ++i) {
-        pairs += object + std::to_string(i) + objectEnd;
+        pairs.append(object).append(std::to_string(i)).append(objectEnd);
         ends += objectEnd;
     }
     const auto start = std::chrono::steady_clock::now();
