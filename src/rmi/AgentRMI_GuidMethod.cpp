@@ -11,7 +11,7 @@ namespace {
 
 /// Anybody can give an agent identities for hosts that it has none for. These bounds keep that from filling
 /// its memory, and uuid.conf from growing beyond what can be read again.
-constexpr std::size_t longestText = 1024;
+constexpr std::size_t longestText = 65536;
 constexpr std::size_t mostIdentities = 1000;
 
 /// The caller holds gMutexGuidConfig, and there is no identity for that host.
