@@ -105,7 +105,8 @@ TEST_F(MethodCalls, OnlyASuccessfulReplyIsParsed) {
         EXPECT_EQ(call.parsed, "nothing") << reply;
     }
     for (const std::string& reply :
-         {envelope(success + failure), envelope("<x>" + success + "</x>" + failure)}) {
+         {envelope(success + failure),
+          envelope(std::string("<x>").append(success).append("</x>").append(failure))}) {
         ScriptedCall call;
         call.reply = reply;
         EXPECT_EQ(call.make(), 0) << reply;
