@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int labelWidth = 18;
-constexpr int minutesPerHour = 60;
+constexpr long minutesPerHour = 60;
 
 const Ctl_Node* findElement(const std::vector<Ctl_Node>& nodes, std::string_view name) {
     for (const Ctl_Node& node : nodes)
@@ -35,10 +35,10 @@ void addLine(std::string& text, const char* label, const std::string& value) {
 
 /// "UTC+05:30"; an offset that is absent is none.
 std::string timeZone(const Ctl_Node* machine) {
-    const int offset = std::atoi(attributeOf(machine, "gmtOffset").c_str());
-    const int minutes = std::abs(offset);
+    const long offset = std::strtol(attributeOf(machine, "gmtOffset").c_str(), nullptr, 10);
+    const long minutes = std::labs(offset);
     char text[32];
-    std::snprintf(text, sizeof text, "UTC%c%02d:%02d", offset < 0 ? '-' : '+', minutes / minutesPerHour,
+    std::snprintf(text, sizeof text, "UTC%c%02ld:%02ld", offset < 0 ? '-' : '+', minutes / minutesPerHour,
                   minutes % minutesPerHour);
     return std::string(text) + (attributeOf(machine, "daylight") == "true" ? ", daylight saving time" : "");
 }
