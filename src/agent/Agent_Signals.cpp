@@ -37,6 +37,8 @@ Agent_Signals::Agent_Signals() {
     // What the parent had ignored, nohup say, would never arrive.
     for (int signal : stopSignals)
         std::signal(signal, SIG_DFL);
+    // Nor would the end of a program that an action runs.
+    std::signal(SIGCHLD, SIG_DFL);
     thread_ = std::thread([this] { waitForSignals(); });
 }
 
