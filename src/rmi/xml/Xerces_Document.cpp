@@ -40,6 +40,18 @@ auto building(Build build) {
     }
 }
 
+/// A parser that cannot even be made is a document that cannot be parsed.
+template <typename Parse>
+Xerces_DocumentPtr parsing(std::string* reason, Parse parse) {
+    try {
+        return building(parse);
+    } catch (const std::bad_alloc&) {
+        if (reason != nullptr)
+            *reason = Xerces_OutOfMemory;
+        return nullptr;
+    }
+}
+
 bool isElement(const DOMNode& node) {
     return node.getNodeType() == DOMNode::ELEMENT_NODE;
 }
@@ -70,14 +82,6 @@ DOMNode* following(DOMNode* node, const DOMNode& top) {
     return nullptr;
 }
 
-} // namespace
-
-void Xerces_DocumentReleaser::operator()(xercesc::DOMDocument* document) const {
-    document->release();
-}
-
-namespace {
-
 /// Bytes that begin a code point above U+10FFFF. The library's reader takes such a one for a character.
 bool goesBeyondUnicode(std::string_view text) {
     for (std::size_t at = 0; at < text.size(); ++at) {
@@ -97,24 +101,30 @@ bool isReadAsUtf8(const xercesc::DOMDocument& document) {
 
 } // namespace
 
+void Xerces_DocumentReleaser::operator()(xercesc::DOMDocument* document) const {
+    document->release();
+}
+
 Xerces_DocumentPtr Xerces_Parse(std::string_view text, const char* bufferId, std::string* reason) {
-    std::unique_ptr<Xerces_Parser> parser = Xerces_Parsers().take();
-    const Xerces_XercesString id(bufferId);
-    const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
-                                            id.unicodeForm());
-    Xerces_DocumentPtr document = parser->run(source, reason);
-    if (document && goesBeyondUnicode(text) && isReadAsUtf8(*document)) {
-        document.reset();
-        if (reason != nullptr)
-            *reason = "the text is not UTF-8";
-    }
-    if (document && text.size() <= largestKept)
-        Xerces_Parsers().giveBack(std::move(parser));
-    return document;
+    return parsing(reason, [&] {
+        std::unique_ptr<Xerces_Parser> parser = Xerces_Parsers().take();
+        const Xerces_XercesString id(bufferId);
+        const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
+                                                id.unicodeForm());
+        Xerces_DocumentPtr document = parser->run(source, reason);
+        if (document && goesBeyondUnicode(text) && isReadAsUtf8(*document)) {
+            document.reset();
+            if (reason != nullptr)
+                *reason = "the text is not UTF-8";
+        }
+        if (document && text.size() <= largestKept)
+            Xerces_Parsers().giveBack(std::move(parser));
+        return document;
+    });
 }
 
 Xerces_DocumentPtr Xerces_Parse(const xercesc::InputSource& source, std::string* reason) {
-    return Xerces_Parser().run(source, reason);
+    return parsing(reason, [&] { return Xerces_Parser().run(source, reason); });
 }
 
 Xerces_DocumentPtr Xerces_CreateDocument(const char* rootName) {

@@ -1,9 +1,11 @@
 #include "rmi/xml/Xerces_Layer.h"
 
+#include "rmi/xml/Xerces_Memory.h"
 #include "rmi/xml/Xerces_ParserPool.h"
 
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLException.hpp>
+#include <xercesc/util/XMLUni.hpp>
 
 #include <cstdlib>
 #include <memory>
@@ -15,6 +17,7 @@ namespace {
 /// expansion and to external entities.
 constexpr const char* disableDtdVariable = "XERCES_DISABLE_DTD";
 
+Xerces_Memory memory;
 std::unique_ptr<Xerces_ParserPool> parsers;
 
 } // namespace
@@ -23,7 +26,8 @@ bool Xerces_LayerInit() {
     if (setenv(disableDtdVariable, "1", 1) != 0)
         return false;
     try {
-        xercesc::XMLPlatformUtils::Initialize();
+        xercesc::XMLPlatformUtils::Initialize(xercesc::XMLUni::fgXercescDefaultLocale, nullptr, nullptr,
+                                              &memory);
     } catch (const xercesc::XMLException&) {
         return false;
     }

@@ -1,5 +1,6 @@
 #include "rmi/xml/Xerces_Parser.h"
 
+#include "rmi/xml/Xerces_Memory.h"
 #include "rmi/xml/Xerces_Text.h"
 
 #include <xercesc/dom/DOMDocument.hpp>
@@ -17,9 +18,9 @@
 
 namespace {
 
-/// Elements, attributes, comments and the like in one document. A node takes some 200 bytes, the shortest
-/// element is 4: without this a body of the largest size would take the host's memory.
-constexpr std::size_t maximumNodes = 1'000'000;
+/// What the library may hold for one document. Text takes twice its size, but the shortest element, of 4
+/// bytes, takes 180, and the shortest attribute 300: the largest body would otherwise take the host's memory.
+constexpr std::size_t maximumMemory = 536'870'912;
 
 /// The library finds names in a table of fixed size, so each new one costs as much as there are already:
 /// 300,000 names in a text of 3 MB take half a minute.
@@ -66,9 +67,9 @@ Xerces_Parser::~Xerces_Parser() = default;
 Xerces_DocumentPtr Xerces_Parser::run(const xercesc::InputSource& source, std::string* reason) {
     std::string why;
     depth_ = 0;
-    nodes_ = 0;
     namesSeen_ = 0;
     names_.clear();
+    const Xerces_MemoryLimit limit(maximumMemory);
     try {
         parse(source);
         if (Xerces_DocumentPtr document{adoptDocument()})
@@ -83,9 +84,9 @@ Xerces_DocumentPtr Xerces_Parser::run(const xercesc::InputSource& source, std::s
     } catch (const xercesc::DOMException& problem) {
         why = Xerces_ToBytes(problem.getMessage());
     } catch (const xercesc::OutOfMemoryException&) {
-        why = "out of memory";
+        why = Xerces_OutOfMemory;
     } catch (const std::bad_alloc&) {
-        why = "out of memory";
+        why = Xerces_OutOfMemory;
     } catch (...) {
         why = "the parser failed";
     }
@@ -99,7 +100,6 @@ void Xerces_Parser::startElement(const xercesc::XMLElementDecl& declaration, uns
                                  bool isEmpty, bool isRoot) {
     if (++depth_ > Xerces_MaximumDepth)
         throw Refusal("elements are nested too deep");
-    countNodes(1 + attributeCount);
     namesSeen_ += 1 + attributeCount;
     if (namesSeen_ > uncountedNames) {
         countName(declaration.getFullName());
@@ -113,28 +113,6 @@ void Xerces_Parser::endElement(const xercesc::XMLElementDecl& declaration, unsig
                                const XMLCh* prefix) {
     --depth_;
     XercesDOMParser::endElement(declaration, urlId, isRoot, prefix);
-}
-
-void Xerces_Parser::docCharacters(const XMLCh* text, XMLSize_t length, bool cdataSection) {
-    if (cdataSection)
-        countNodes(1);
-    XercesDOMParser::docCharacters(text, length, cdataSection);
-}
-
-void Xerces_Parser::docComment(const XMLCh* comment) {
-    countNodes(1);
-    XercesDOMParser::docComment(comment);
-}
-
-void Xerces_Parser::docPI(const XMLCh* target, const XMLCh* data) {
-    countNodes(1);
-    XercesDOMParser::docPI(target, data);
-}
-
-void Xerces_Parser::countNodes(std::size_t more) {
-    nodes_ += more;
-    if (nodes_ > maximumNodes)
-        throw Refusal("too many nodes");
 }
 
 void Xerces_Parser::countName(const XMLCh* name) {

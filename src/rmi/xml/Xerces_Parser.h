@@ -8,9 +8,12 @@
 #include <string>
 #include <unordered_set>
 
-/// The parser for every text from outside. It refuses what would cost more than the text itself: a DOCTYPE
-/// (the layer sees to that for the whole process), depth, and the two things in which the library's DOM is
-/// not linear, the number of different names and the number of nodes.
+/// The reason for a refusal for want of memory, whether the limit of a document or the heap has ended.
+constexpr const char* Xerces_OutOfMemory = "the document takes too much memory";
+
+/// The parser for every text from outside. It refuses what would cost more than its size explains: a DOCTYPE
+/// (the layer sees to that for the whole process), depth, many different names, and more memory than any
+/// honest document takes.
 ///
 /// Can be used again after a document; after a failure it is thrown away. Used by one thread at a time.
 class Xerces_Parser final : private xercesc::XercesDOMParser {
@@ -34,15 +37,10 @@ private:
                       bool isRoot) override;
     void endElement(const xercesc::XMLElementDecl& declaration, unsigned int urlId, bool isRoot,
                     const XMLCh* prefix) override;
-    void docCharacters(const XMLCh* text, XMLSize_t length, bool cdataSection) override;
-    void docComment(const XMLCh* comment) override;
-    void docPI(const XMLCh* target, const XMLCh* data) override;
 
-    void countNodes(std::size_t more);
     void countName(const XMLCh* name);
 
     std::size_t depth_ = 0;
-    std::size_t nodes_ = 0;
     std::size_t namesSeen_ = 0;
     std::unordered_set<std::u16string> names_;
 };
