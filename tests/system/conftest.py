@@ -1,6 +1,7 @@
 """Fixtures of the tests from outside; harness/__init__.py tells how everything fits together."""
 
 import os
+import signal
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
@@ -17,6 +18,14 @@ def stage():
     if not (path / "bin" / "QDVAgent").is_file():
         pytest.exit(f"no staged agent at {path}: build and install it first, or set QDV_STAGE", returncode=2)
     return path
+
+
+def end_in_order(*unused):
+    """Lets the fixtures end their agents when the test run itself is told to end."""
+    raise KeyboardInterrupt
+
+
+signal.signal(signal.SIGTERM, end_in_order)
 
 
 class Ward:

@@ -109,44 +109,50 @@ def test_external_entities_are_not_opened(quiet_agent):
 def test_depth(quiet_agent):
     levels = 100_000
     refused_quickly(quiet_agent, envelope("Ping", "<a>" * levels + "</a>" * levels))
-    refused_quickly(quiet_agent, b"<a>" * 1_000_000)
+    refused_quickly(quiet_agent, b"<a>" * quiet_agent.tree.scaled(1_000_000))
     refused_quickly(quiet_agent, envelope("Ping", '<a x:y="z">' * levels))
     assert quiet_agent.call("Ping", "<a>" * 100 + "</a>" * 100).outcome == ("too many parameters", "")
 
 
 def test_width(quiet_agent):
     """Large, but nothing wrong with it: no part of a document may cost the square of its number."""
+    scaled = quiet_agent.tree.scaled
 
     def with_attributes(number):
         attributes = " ".join(f'a{n}="x"' for n in range(number))
         return envelope().replace(b"<Request", f"<Request {attributes}".encode())
 
     for body in (
-        envelope("Ping", "<a/>" * 100_000),
-        with_attributes(5_000),
-        envelope(request={"vsamName": "x" * (8 << 20)}),
-        envelope("Ping", "&amp;" * 1_000_000),
-        envelope("Ping", "<!-- x -->" * 100_000),
+        envelope("Ping", "<a/>" * scaled(100_000)),
+        with_attributes(scaled(5_000)),
+        envelope(request={"vsamName": "x" * scaled(8 << 20)}),
+        envelope("Ping", "&amp;" * scaled(1_000_000)),
+        envelope("Ping", "<!-- x -->" * scaled(100_000)),
     ):
         answered_quickly(quiet_agent, body, 200)
     # Beyond what any honest request holds there may be a limit.
     for body in (
-        with_attributes(100_000),
-        envelope("Ping", "".join(f"<a{n}/>" for n in range(200_000))),
-        envelope("Ping", "<a/>" * 2_000_000),
+        with_attributes(scaled(100_000)),
+        envelope("Ping", "".join(f"<a{n}/>" for n in range(scaled(200_000)))),
+        envelope("Ping", "<a/>" * scaled(2_000_000)),
     ):
         answered_quickly(quiet_agent, body, 200, 500)
-    for body in (b"<" + b"x" * (8 << 20), b"x" * (8 << 20)):
+    for body in (b"<" + b"x" * scaled(8 << 20), b"x" * scaled(8 << 20)):
         refused_quickly(quiet_agent, body)
 
 
 def test_bytes_that_are_no_text(quiet_agent):
     agent = quiet_agent
-    for junk in (b"\0", b"\xff", b"\xc0\x80", b"\xed\xa0\x80", b"\xf5\x80\x80\x80", b"\xef\xbf\xbe", b"\x1b", b"&#0;"):
-        body = envelope().replace(b'"Ping"', b'"Ping' + junk + b'"')
-        assert agent.post(body).status == 500, junk
+    invalid = [b"\x80", b"\xff", b"\xc0\x80", b"\xe0\x80\x80", b"\xed\xa0\x80", b"\xed\xa0\x80\xed\xb0\x80", b"\xf0\x80\x80\x80",
+               b"\xf4\x90\x80\x80", b"\xf5\x80\x80\x80", b"\xf7\xbf\xbf\xbf", b"\xf8\x88\x80\x80\x80"]  # fmt: skip
+    no_character = [b"\0", b"\x1b", b"\xef\xbf\xbe", b"&#0;", b"&#x1b;", b"&#xd800;", b"&#x110000;"]
+    accepted = []
+    for junk in invalid + no_character:
+        if agent.post(envelope().replace(b'"Ping"', b'"Ping' + junk + b'"')).status != 500:
+            accepted.append(junk)
         assert agent.exchange(b"GET /" + junk + b" HTTP/1.0\r\n\r\n").status == 404, junk
         assert agent.exchange(b"GET / HTTP/1.0\r\nX: " + junk + b"\r\n\r\n").status == 200, junk
+    assert not accepted, "bytes that are no XML text"
     assert agent.post(b"\0" * 1000).status == 500
     assert agent.post(b"\0" + envelope()).status == 500
 
@@ -154,7 +160,7 @@ def test_bytes_that_are_no_text(quiet_agent):
 def test_rubbish_at_random(agent):
     """Seeded, so that a failure comes again."""
     seed = random.Random(421)
-    for _ in range(150):
+    for _ in range(agent.tree.scaled(300)):
         data = seed.randbytes(seed.randrange(1, 2000))
         if seed.random() < 0.7:
             data = seed.choice([b"GET ", b"POST ", b"GET /", b"POST /nxCommand HTTP/1.1\r\n"]) + data
@@ -169,7 +175,7 @@ def test_mutated_requests(agent):
     body = envelope("SetVerboseLog", "<VerboseMode>on</VerboseMode>", request=request)
     valid = post_request(body, headers="Connection: Close\r\n")
     seen = set()
-    for _ in range(400):
+    for _ in range(agent.tree.scaled(1000)):
         data = bytearray(valid)
         for _ in range(seed.randrange(1, 5)):
             position = seed.randrange(len(data))
@@ -187,7 +193,7 @@ def test_mutated_requests(agent):
             reply = b""
         assert reply == b"" or reply.startswith(b"HTTP/"), reply[:100]
         seen.add(reply[9:12])
-    assert {b"", b"200", b"500"} <= seen <= {b"", b"200", b"400", b"404", b"500", b"501"}, seen
+    assert {b"", b"500"} <= seen <= {b"", b"200", b"400", b"404", b"500", b"501"}, seen
     assert agent.call().outcome == SUCCESS
 
 

@@ -307,7 +307,7 @@ def test_dropped_connections_leave_nothing_behind(start):
     before = len(agent.descriptors())
     cut_short = post_request(envelope())[:-7]
     manners = (b"", b"GE", GET[:-2], GET, cut_short, b"rubbish, more than enough of it", GET11 + GET11)
-    for number in range(500):
+    for number in range(agent.tree.scaled(500)):
         connection = agent.connect()
         connection.send(manners[number % len(manners)])
         if number % 3:

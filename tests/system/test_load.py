@@ -48,9 +48,10 @@ def test_memory_and_threads_stay_level(start):
             agent.raw(b"GET /\r\n", half_close=True)
             agent.raw(b"rubbish that is none", half_close=True)
 
-    work(1000)
+    times = agent.tree.scaled(1000)
+    work(times)
     memory, threads = agent.rss(), agent.threads()
-    work(3000)
+    work(3 * times)
     assert agent.threads() == threads
     if not agent.tree.is_sanitized():
         assert agent.rss() < memory + (1 << 20)

@@ -40,6 +40,7 @@ class Agent:
         self._held = [self._nobody, *(self.ports if ports is None else [])]
         self._killed = False
         self._end_is_expected = False
+        self._log_read = bytearray()
         if write_conf:
             numbers = (
                 {"port": str(server.plain_port), "sslPort": str(server.tls_port)}
@@ -62,6 +63,7 @@ class Agent:
                 stdout=out,
                 stderr=err,
                 umask=umask,
+                start_new_session=True,  # an interrupt at the terminal is for the tests, which then end the agents
             )
         self.pid = self.process.pid
 
@@ -78,7 +80,7 @@ class Agent:
             status = self.process.poll()
             assert status is None, f"the agent ended with {status} at its start\n{self.log()}{self.stderr()}"
             if self.verbose:
-                return STARTED in self.log()
+                return STARTED.encode() in self._log_bytes()
             return all(self._answers(port.number) for port in self.ports)
 
         wait_until(ready, 10, "the agent to be ready")
@@ -191,13 +193,20 @@ class Agent:
 
     def log(self):
         """Standard output, with its line ends as they are."""
-        return self._stdout.read_bytes().decode("utf-8", errors="replace")
+        return self._log_bytes().decode("utf-8", errors="replace")
+
+    def _log_bytes(self):
+        """The same as bytes; only what is new is read, since it may be large and asked for often."""
+        with open(self._stdout, "rb") as file:
+            file.seek(len(self._log_read))
+            self._log_read += file.read()
+        return self._log_read
 
     def stderr(self):
         return self._stderr.read_text(errors="replace")
 
     def wait_log(self, text, count=1, seconds=10):
-        wait_until(lambda: self.log().count(text) >= count, seconds, f"{text!r} in the log")
+        wait_until(lambda: self._log_bytes().count(text.encode()) >= count, seconds, f"{text!r} in the log")
 
     def descriptors(self):
         """Descriptor number -> open flags."""

@@ -68,6 +68,7 @@ class Tree:
         self.agent_conf = self.conf / "agent.conf"
         self.uuid_conf = self.conf / "uuid.conf"
         self.log_file = self.bin / "QDVAgent.log"
+        self._sanitized = None
         for leftover in (self.agent_conf, self.uuid_conf, self.log_file):
             leftover.unlink(missing_ok=True)
 
@@ -100,8 +101,15 @@ class Tree:
         assert not any(sign in run.stderr for sign in SANITIZER_SIGNS), run.stderr
         return run
 
+    def scaled(self, number):
+        """So many times for a release build, a tenth of it for a sanitizer build, which is that much slower."""
+        return max(number // 10, 1) if self.is_sanitized() else number
+
     def is_sanitized(self):
         """True for a sanitizer build, whose own threads and memory make some measurements meaningless."""
-        return any(sign in self.program.read_bytes() for sign in (b"__asan_init", b"__tsan_init"))
+        if self._sanitized is None:
+            program = self.program.read_bytes()
+            self._sanitized = b"__asan_init" in program or b"__tsan_init" in program
+        return self._sanitized
 
 
