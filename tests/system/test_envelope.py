@@ -7,7 +7,6 @@ import pytest
 
 from harness import envelope, form, wait_until
 from harness.envelope import FAILED, INVALID_UUID, SUCCESS, parse_answer
-from harness.features import needs
 
 XML = '<?xml version="1.0" encoding="UTF-8"?>'
 
@@ -264,15 +263,7 @@ def test_log_file_starts_again_when_it_is_full(set_log):
     assert b"x" * 1000 not in log.read_bytes()
 
 
-@pytest.mark.parametrize(
-    "name",
-    [
-        "SetCallServerWithSSL",
-        pytest.param("SubmitAction", marks=needs("actions")),
-        pytest.param("SaveAction", marks=needs("actions")),
-        pytest.param("GetActionScriptList", marks=needs("script_list")),
-    ],
-)
+@pytest.mark.parametrize("name", ["SetCallServerWithSSL", "SubmitAction", "SaveAction", "GetActionScriptList"])
 def test_methods_for_tls_only_are_refused_on_a_plain_connection(agent, name):
     """The protocol is looked at before the identity."""
     refusal = {"type": "method", "name": name, "response": "error", "reason": "invalid encryption protocol"}

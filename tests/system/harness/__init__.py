@@ -14,8 +14,6 @@ Environment:
                 sanitizer build to run the same tests under ASan, UBSan or TSan: a report on standard error
                 fails the test in which it appears.
     QDV_SLOW    factor by which every time limit is stretched (1 by default; 5 or so under sanitizers).
-    QDV_EXPECT  comma-separated names from harness/features.py that are to be tested although the file says
-                that they do not stand yet.
 
 The pieces:
 
@@ -25,7 +23,6 @@ The pieces:
     envelope.py  the XML request envelope and the parsed answer.
     server.py    ManagementServer: answers the agent's own calls, and can misbehave in every way.
     ports.py     loopback ports that nobody else is given while a test holds them.
-    features.py  which parts of the agent are expected to stand.
     limits.py    time limits and waiting.
 
 A test takes the fixtures of conftest.py: `new_tree` makes trees, `start` starts agents that are stopped and
