@@ -1,10 +1,10 @@
 /// What a large collection of storage objects costs: in memory, to be written and to be read back.
 
-#include "audit/System_Allocate.h"
-#include "rmi/xml/Xerces_Document.h"
-#include "rmi/xml/Xerces_Layer.h"
+#include "model/System_Allocate.h"
 #include "storage/Storage_DriveExtent.h"
 #include "storage/Storage_Factory.h"
+#include "xml/Xerces_Document.h"
+#include "xml/Xerces_Layer.h"
 
 #include <benchmark/benchmark.h>
 

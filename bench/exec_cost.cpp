@@ -1,8 +1,8 @@
 // What it costs to run a host tool and to start a program as a user, in an agent with 200 MiB resident. The
 // yard-stick is a bare posix_spawn of the same shell. Run it with
 // --benchmark_enable_random_interleaving=true, so that whatever else the machine does meets all alike.
-#include "actions/exec/Exec_Steps.h"
-#include "actions/exec/ShellCommand_Execute.h"
+#include "exec/Exec_Steps.h"
+#include "exec/ShellCommand_Execute.h"
 
 #include <benchmark/benchmark.h>
 

@@ -38,13 +38,13 @@ if(QDV_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# qdv_library(<name> SOURCES <file>... [DEPENDS <library>...] [PRIVATE <library>...])
-# One folder of src/. DEPENDS are the folders that this one may use; the link line carries nothing else.
+# qdv_library(<name> SOURCES <file>... [PUBLIC <library>...] [PRIVATE <library>...])
+# One folder of src/ with the folders and libraries that its headers (PUBLIC) or only its sources (PRIVATE) include.
 function(qdv_library name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;PRIVATE" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
     add_library(${name} STATIC ${ARG_SOURCES})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
-    target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE ${ARG_PRIVATE})
+    target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
 endfunction()
 
 # qdv_unit_test(<name> SOURCES <file>... LIBS <library>...)

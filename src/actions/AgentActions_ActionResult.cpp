@@ -1,8 +1,8 @@
 #include "actions/AgentActions_ActionResult.h"
 
-#include "agent/log/Debug_Printf.h"
-#include "rmi/xml/Xerces_Document.h"
+#include "log/Debug_Printf.h"
 #include "threads/MutexLock.h"
+#include "xml/Xerces_Document.h"
 
 #include <string_view>
 

@@ -1,9 +1,9 @@
 #include "actions/AgentActions_ScriptletExecutor.h"
 
-#include "actions/exec/Exec_Program.h"
-#include "agent/log/Debug_Printf.h"
 #include "base/File_Operations.h"
 #include "base/String_Functions.h"
+#include "exec/Exec_Program.h"
+#include "log/Debug_Printf.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "actions/exec/Exec_ExecResult.h"
+#include "exec/Exec_ExecResult.h"
 
 #include <string>
 #include <string_view>

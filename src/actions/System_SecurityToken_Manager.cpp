@@ -1,7 +1,7 @@
 #include "actions/System_SecurityToken_Manager.h"
 
-#include "agent/log/Debug_Printf.h"
-#include "base/date/System_Date.h"
+#include "date/System_Date.h"
+#include "log/Debug_Printf.h"
 #include "threads/MutexLock.h"
 
 #include <optional>

@@ -1,10 +1,10 @@
 #include "agent/AgentHTTP_RequestHandler.h"
 
 #include "base/String_Functions.h"
+#include "methods/AgentRMI_MethodFactory.h"
 #include "net/HTTP_File.h"
 #include "rmi/AgentHTTP_PeerVerifyHandler.h"
 #include "rmi/RMI_RequestHandler.h"
-#include "rmi/methods/AgentRMI_MethodFactory.h"
 
 #include <memory>
 #include <optional>

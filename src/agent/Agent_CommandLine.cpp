@@ -1,6 +1,6 @@
 #include "agent/Agent_CommandLine.h"
 
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 
 #include <cstdio>
 #include <cstring>

@@ -1,10 +1,10 @@
 #include "agent/Agent_EditConfig.h"
 
-#include "agent/config/AgentConfig_Configuration.h"
-#include "agent/config/AgentConfig_Globals.h"
-#include "agent/config/Config_File.h"
-#include "agent/log/Debug_Printf.h"
-#include "rmi/xml/Xerces_Layer.h"
+#include "config/AgentConfig_Configuration.h"
+#include "config/AgentConfig_Globals.h"
+#include "config/Config_File.h"
+#include "log/Debug_Printf.h"
+#include "xml/Xerces_Layer.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "agent/Agent_Signals.h"
 
 #include "agent/Agent_Run.h"
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 #include "threads/Thread_Primitives.h"
 
 #include <csignal>

@@ -12,13 +12,13 @@
 #include "agent/Agent_CommandLine.h"
 #include "agent/Agent_EditConfig.h"
 #include "agent/Agent_Run.h"
-#include "agent/config/AgentConfig_Configuration.h"
-#include "agent/config/AgentConfig_Globals.h"
-#include "agent/config/AgentConfig_Guid.h"
-#include "agent/config/Config_File.h"
-#include "agent/log/Debug_Printf.h"
 #include "base/File_Operations.h"
 #include "base/String_Functions.h"
+#include "config/AgentConfig_Configuration.h"
+#include "config/AgentConfig_Globals.h"
+#include "config/AgentConfig_Guid.h"
+#include "config/Config_File.h"
+#include "log/Debug_Printf.h"
 
 #include <cstdlib>
 #include <fcntl.h>

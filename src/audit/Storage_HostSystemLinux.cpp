@@ -1,7 +1,7 @@
 #include "audit/Storage_HostSystemLinux.h"
 
-#include "agent/log/Debug_Printf.h"
-#include "audit/System_Allocate.h"
+#include "log/Debug_Printf.h"
+#include "model/System_Allocate.h"
 
 namespace {
 

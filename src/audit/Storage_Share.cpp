@@ -1,6 +1,6 @@
 #include "audit/Storage_Share.h"
 
-#include "audit/System_Allocate.h"
+#include "model/System_Allocate.h"
 
 const XMLSerializable_Attribute<Storage_Share> Storage_Share::attributes_[] = {
     XMLSerializable_Text<&Storage_Share::name_>("name"),

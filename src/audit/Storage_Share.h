@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audit/System_Object.h"
+#include "model/System_Object.h"
 
 #include <memory>
 #include <string>

@@ -1,10 +1,10 @@
 #include "audit/System_MachineLinux.h"
 
-#include "agent/log/Debug_Printf.h"
-#include "audit/System_Allocate.h"
-#include "audit/System_Command.h"
 #include "audit/System_HostText.h"
-#include "base/date/System_Date.h"
+#include "date/System_Date.h"
+#include "host/System_Command.h"
+#include "log/Debug_Printf.h"
+#include "model/System_Allocate.h"
 
 #include <ctime>
 #include <optional>

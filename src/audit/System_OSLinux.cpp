@@ -1,10 +1,10 @@
 #include "audit/System_OSLinux.h"
 
-#include "actions/exec/ShellCommand_Quote.h"
-#include "agent/log/Debug_Printf.h"
-#include "audit/System_Allocate.h"
-#include "audit/System_Command.h"
 #include "audit/System_HostText.h"
+#include "exec/ShellCommand_Quote.h"
+#include "host/System_Command.h"
+#include "log/Debug_Printf.h"
+#include "model/System_Allocate.h"
 
 #include <optional>
 #include <string>

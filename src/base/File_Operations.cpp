@@ -1,8 +1,8 @@
 #include "base/File_Operations.h"
 
-#include "agent/log/Debug_Printf.h"
 #include "base/File_Descriptor.h"
 #include "base/String_Functions.h"
+#include "log/Debug_Printf.h"
 
 #include <cerrno>
 #include <cstdio>

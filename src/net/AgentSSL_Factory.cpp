@@ -1,6 +1,6 @@
 #include "net/AgentSSL_Factory.h"
 
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 
 #include <openssl/core_names.h>
 #include <openssl/err.h>

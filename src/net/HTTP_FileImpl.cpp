@@ -1,7 +1,7 @@
 #include "net/HTTP_FileImpl.h"
 
-#include "agent/log/Debug_Printf.h"
 #include "base/String_Functions.h"
+#include "log/Debug_Printf.h"
 #include "net/HTTP_BodyPassword.h"
 #include "net/HTTP_Exception.h"
 #include "net/HTTP_Text.h"

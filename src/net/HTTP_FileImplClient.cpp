@@ -1,7 +1,7 @@
 // The client operations of HTTP_FileImpl: one exchange over a connection of its own, with one more attempt if
 // authentication is asked for.
 
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 #include "net/HTTP_FileImpl.h"
 #include "net/HTTP_HeaderAuthenticate.h"
 #include "net/HTTP_HeaderAuthorization.h"

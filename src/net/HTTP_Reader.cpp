@@ -1,6 +1,6 @@
 #include "net/HTTP_Reader.h"
 
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 #include "net/HTTP_Text.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "net/HTTP_SecurityToken.h"
 
-#include "base/date/System_Date.h"
+#include "date/System_Date.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 #include "net/HTTP_ServerImpl.h"
 
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 #include "net/HTTP_AcceptRunnable.h"
 #include "threads/MutexLock.h"
 

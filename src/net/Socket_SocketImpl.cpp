@@ -1,6 +1,6 @@
 #include "net/Socket_SocketImpl.h"
 
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 #include "net/Socket_Address.h"
 
 #include <openssl/err.h>

@@ -1,9 +1,9 @@
 #include "rmi/AgentHTTP_SendRequest.h"
 
-#include "agent/config/AgentConfig_Configuration.h"
-#include "agent/config/AgentConfig_Globals.h"
-#include "agent/config/Config_File.h"
 #include "base/String_Functions.h"
+#include "config/AgentConfig_Configuration.h"
+#include "config/AgentConfig_Globals.h"
+#include "config/Config_File.h"
 #include "net/AgentSSL_Factory.h"
 #include "net/HTTP_AddressPortPair.h"
 #include "net/HTTP_Session.h"

@@ -1,11 +1,11 @@
 #include "rmi/AgentRMI_GuidMethod.h"
 
-#include "agent/config/AgentConfig_Globals.h"
-#include "agent/config/AgentConfig_Guid.h"
-#include "agent/config/Config_File.h"
-#include "agent/log/Debug_Printf.h"
-#include "rmi/xml/Xerces_Document.h"
+#include "config/AgentConfig_Globals.h"
+#include "config/AgentConfig_Guid.h"
+#include "config/Config_File.h"
+#include "log/Debug_Printf.h"
 #include "threads/MutexLock.h"
+#include "xml/Xerces_Document.h"
 
 namespace {
 

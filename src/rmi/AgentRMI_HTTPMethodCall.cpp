@@ -1,8 +1,8 @@
 #include "rmi/AgentRMI_HTTPMethodCall.h"
 
-#include "agent/config/AgentConfig_Globals.h"
-#include "agent/config/AgentConfig_Guid.h"
-#include "agent/config/Config_File.h"
+#include "config/AgentConfig_Globals.h"
+#include "config/AgentConfig_Guid.h"
+#include "config/Config_File.h"
 #include "rmi/AgentHTTP_SendRequest.h"
 #include "rmi/RMI_MethodCallException.h"
 #include "threads/MutexLock.h"

@@ -1,9 +1,9 @@
 #include "rmi/RMI_MethodCall.h"
 
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 #include "rmi/RMI_MethodCallException.h"
 #include "rmi/RMI_Protocol.h"
-#include "rmi/xml/Xerces_Document.h"
+#include "xml/Xerces_Document.h"
 
 #include <climits>
 #include <stdexcept>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rmi/xml/Xerces_Document.h"
+#include "xml/Xerces_Document.h"
 
 #include <string>
 #include <string_view>

@@ -1,15 +1,15 @@
 #include "rmi/RMI_RequestHandler.h"
 
-#include "agent/log/Debug_Printf.h"
 #include "base/String_Functions.h"
+#include "log/Debug_Printf.h"
 #include "rmi/RMI_Method.h"
 #include "rmi/RMI_MethodException.h"
 #include "rmi/RMI_MethodFactory.h"
 #include "rmi/RMI_PeerVerifyHandler.h"
 #include "rmi/RMI_Protocol.h"
 #include "rmi/RMI_Reply.h"
-#include "rmi/xml/Xerces_Document.h"
-#include "rmi/xml/Xerces_XercesString.h"
+#include "xml/Xerces_Document.h"
+#include "xml/Xerces_XercesString.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audit/Auditable_Auditable.h"
+#include "model/Auditable_Auditable.h"
 #include "threads/Thread_Runnable.h"
 
 class RMI_Method;

@@ -1,8 +1,8 @@
 #include "storage/Storage_CheckVersion.h"
 
-#include "agent/log/Debug_Printf.h"
-#include "audit/System_Command.h"
 #include "base/String_Functions.h"
+#include "host/System_Command.h"
+#include "log/Debug_Printf.h"
 
 #include <optional>
 #include <vector>

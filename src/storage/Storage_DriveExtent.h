@@ -1,7 +1,7 @@
 #pragma once
 
-#include "audit/Storage_MapCollection.h"
-#include "audit/System_Object.h"
+#include "model/Storage_MapCollection.h"
+#include "model/System_Object.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audit/NX_ObjectCollection.h"
+#include "model/NX_ObjectCollection.h"
 #include "threads/Thread_Terminatable.h"
 
 /// The links between the objects of the levels, which every level adds to.

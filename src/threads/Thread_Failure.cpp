@@ -1,6 +1,6 @@
 #include "threads/Thread_Failure.h"
 
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 
 #include <cerrno>
 #include <string_view>

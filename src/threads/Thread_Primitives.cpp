@@ -1,6 +1,6 @@
 #include "threads/Thread_Primitives.h"
 
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 #include "threads/Thread_Failure.h"
 #include "threads/Thread_Semaphore.h"
 #include "threads/Thread_ThreadHandleTracker.h"

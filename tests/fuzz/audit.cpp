@@ -1,11 +1,11 @@
 #include "audit/Storage_HostSystem.h"
-#include "audit/System_Allocate.h"
 #include "audit/System_HostText.h"
-#include "rmi/xml/Xerces_Document.h"
-#include "rmi/xml/Xerces_Layer.h"
+#include "model/System_Allocate.h"
 #include "storage/Storage_CheckVersion.h"
 #include "storage/Storage_DriveExtent.h"
 #include "storage/Storage_Factory.h"
+#include "xml/Xerces_Document.h"
+#include "xml/Xerces_Layer.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,6 +1,6 @@
-#include "agent/config/AgentConfig_Configuration.h"
-#include "agent/config/AgentConfig_Guid.h"
-#include "rmi/xml/Xerces_Layer.h"
+#include "config/AgentConfig_Configuration.h"
+#include "config/AgentConfig_Guid.h"
+#include "xml/Xerces_Layer.h"
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 

@@ -1,4 +1,4 @@
-#include "base/date/System_Date.h"
+#include "date/System_Date.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -6,9 +6,9 @@
 #include "rmi/RMI_PeerVerifyHandler.h"
 #include "rmi/RMI_Protocol.h"
 #include "rmi/RMI_RequestHandler.h"
-#include "rmi/xml/Xerces_Document.h"
-#include "rmi/xml/Xerces_Layer.h"
-#include "rmi/xml/Xerces_Text.h"
+#include "xml/Xerces_Document.h"
+#include "xml/Xerces_Layer.h"
+#include "xml/Xerces_Text.h"
 
 #include <xercesc/dom/DOMDocument.hpp>
 

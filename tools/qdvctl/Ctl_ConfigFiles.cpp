@@ -1,12 +1,12 @@
 #include "qdvctl/Ctl_ConfigFiles.h"
 
-#include "agent/config/AgentConfig_Configuration.h"
-#include "agent/config/AgentConfig_Guid.h"
-#include "agent/config/Config_File.h"
 #include "base/File_Operations.h"
 #include "base/String_Functions.h"
+#include "config/AgentConfig_Configuration.h"
+#include "config/AgentConfig_Guid.h"
+#include "config/Config_File.h"
 #include "net/HTTP_AddressPortPair.h"
-#include "rmi/xml/Xerces_Document.h"
+#include "xml/Xerces_Document.h"
 
 #include <cstring>
 #include <memory>

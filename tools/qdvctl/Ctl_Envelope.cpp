@@ -2,7 +2,7 @@
 
 #include "qdvctl/Ctl_Failure.h"
 #include "rmi/RMI_Protocol.h"
-#include "rmi/xml/Xerces_Document.h"
+#include "xml/Xerces_Document.h"
 
 #include <algorithm>
 #include <array>

@@ -3,7 +3,7 @@
 #include "net/AgentSSL_Factory.h"
 #include "net/HTTP_Server.h"
 #include "qdvctl/Ctl_Failure.h"
-#include "rmi/xml/Xerces_Layer.h"
+#include "xml/Xerces_Layer.h"
 
 Ctl_Layers::Ctl_Layers(Extent extent) {
     xml_ = Xerces_LayerInit();

@@ -1,7 +1,7 @@
 #include "qdvctl/Ctl_Node.h"
 
-#include "rmi/xml/Xerces_Document.h"
-#include "rmi/xml/Xerces_Text.h"
+#include "xml/Xerces_Document.h"
+#include "xml/Xerces_Text.h"
 
 #include <xercesc/dom/DOM.hpp>
 

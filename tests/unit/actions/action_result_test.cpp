@@ -1,6 +1,6 @@
 #include "actions/AgentActions_ActionResult.h"
-#include "rmi/xml/Xerces_Document.h"
-#include "rmi/xml/Xerces_Layer.h"
+#include "xml/Xerces_Document.h"
+#include "xml/Xerces_Layer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "actions/System_SecurityToken_Manager.h"
-#include "base/date/System_Date.h"
+#include "date/System_Date.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
-#include "audit/Audit_Log.h"
-#include "audit/Audit_XML.h"
 #include "audit/Storage_HostSystem.h"
 #include "audit/Storage_Share.h"
-#include "audit/System_Command.h"
 #include "audit/System_Layer.h"
 #include "audit/System_Machine.h"
 #include "audit/System_OS.h"
+#include "host/System_Command.h"
+#include "model/Audit_Log.h"
+#include "model/Audit_XML.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "TestServer.h"
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 #include "net/HTTP_Digest.h"
 #include "net/HTTP_Exception.h"
 #include "net/HTTP_Session.h"

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "agent/config/AgentConfig_Globals.h"
-#include "agent/config/AgentConfig_Guid.h"
-#include "agent/config/Config_File.h"
+#include "config/AgentConfig_Globals.h"
+#include "config/AgentConfig_Guid.h"
+#include "config/Config_File.h"
 
 #include <gtest/gtest.h>
 

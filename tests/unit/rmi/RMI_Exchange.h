@@ -3,7 +3,7 @@
 #include "rmi/RMI_MethodFactory.h"
 #include "rmi/RMI_PeerVerifyHandler.h"
 #include "rmi/RMI_RequestHandler.h"
-#include "rmi/xml/Xerces_Document.h"
+#include "xml/Xerces_Document.h"
 
 #include <memory>
 #include <string>

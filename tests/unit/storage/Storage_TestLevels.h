@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audit/System_Allocate.h"
+#include "model/System_Allocate.h"
 #include "storage/Storage_DriveExtent.h"
 #include "storage/Storage_ExtentPool.h"
 #include "storage/Storage_Factory.h"

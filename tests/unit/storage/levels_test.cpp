@@ -1,4 +1,4 @@
-#include "audit/Audit_XML.h"
+#include "model/Audit_XML.h"
 #include "storage/Storage_TestLevels.h"
 
 #include <gtest/gtest.h>

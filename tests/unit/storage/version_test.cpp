@@ -1,5 +1,5 @@
-#include "audit/Audit_Log.h"
-#include "audit/System_Command.h"
+#include "host/System_Command.h"
+#include "model/Audit_Log.h"
 #include "storage/Storage_CheckVersion.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "agent/log/Debug_Printf.h"
+#include "log/Debug_Printf.h"
 #include "threads/MutexLock.h"
 #include "threads/Thread_Failure.h"
 #include "threads/Thread_Runnable.h"

@@ -1,6 +1,6 @@
 // What qdvctl says about configuration files.
 
-#include "agent/config/AgentConfig_Configuration.h"
+#include "config/AgentConfig_Configuration.h"
 #include "qdvctl/Ctl_ConfigFiles.h"
 #include "qdvctl/Ctl_Layers.h"
 #include "qdvctl/Ctl_Render.h"

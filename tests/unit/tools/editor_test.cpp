@@ -1,7 +1,7 @@
 // The dialog that makes agent.conf, held with answers from a string.
 
-#include "agent/config/AgentConfig_Configuration.h"
-#include "agent/config/AgentConfig_Editor.h"
+#include "config/AgentConfig_Configuration.h"
+#include "config/AgentConfig_Editor.h"
 #include "net/HTTP_AddressPortPair.h"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,0 @@
-#include "audit/System_ObjectTypePair.h"
-
-#include "audit/Storage_Tables.h"
-
-const char* System_ObjectTypePair::getStorageTypeString() const {
-    return Storage_TableRow(Storage_Type_Strings, type_);
-}

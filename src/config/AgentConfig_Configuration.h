@@ -1,0 +1,77 @@
+#pragma once
+
+#include "config/Config_Configuration.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class HTTP_AddressPortPair;
+
+/// The content of agent.conf: how to reach the server, directly or through an HTTP proxy, from which ports
+/// and address to call it, and where to listen. Read-only while the agent runs; who reads it on another
+/// thread than the main one holds gMutexAgentConfig.
+class AgentConfig_Configuration : public Config_Configuration {
+public:
+    AgentConfig_Configuration();
+    ~AgentConfig_Configuration() override;
+
+    /// Fields read before a failure stay as read; of the bind list nothing stays.
+    bool parse(xercesc::InputSource& source) override;
+    bool serialize(char*& buffer, unsigned& length) override;
+
+    /// The dialog of -editConfig. False if standard input ends at a prompt; `changed` tells whether to save.
+    bool editFromStdin(bool fileExists, bool& changed);
+
+    const std::string& getServerHostname() const { return serverHostname_; }
+    void setServerHostname(const std::string& hostname) { serverHostname_ = hostname; }
+    unsigned getServerPort() const { return serverPort_; }
+    void setServerPort(unsigned port) { serverPort_ = port; }
+    unsigned getServerSSLPort() const { return serverSSLPort_; }
+    void setServerSSLPort(unsigned port) { serverSSLPort_ = port; }
+    const std::string& getServerURI() const { return serverURI_; }
+    void setServerURI(const std::string& uri) { serverURI_ = uri; }
+
+    /// Empty for no proxy.
+    const std::string& getProxyHostname() const { return proxyHostname_; }
+    void setProxyHostname(const std::string& hostname) { proxyHostname_ = hostname; }
+    unsigned getProxyPort() const { return proxyPort_; }
+    void setProxyPort(unsigned port) { proxyPort_ = port; }
+    /// For the proxy; empty for no authentication there.
+    const std::string& getUsername() const { return username_; }
+    void setUsername(const std::string& username) { username_ = username; }
+    const std::string& getPassword() const { return password_; }
+    void setPassword(const std::string& password);
+
+    /// Source ports of outgoing connections; 0 leaves them to the system.
+    unsigned getReturnPortMin() const { return returnPortMin_; }
+    void setReturnPortMin(unsigned port) { returnPortMin_ = port; }
+    unsigned getReturnPortMax() const { return returnPortMax_; }
+    void setReturnPortMax(unsigned port) { returnPortMax_ = port; }
+    /// Source address of outgoing connections; empty leaves it to the system.
+    const std::string& getReturnAddress() const { return returnAddress_; }
+    void setReturnAddress(const std::string& address) { returnAddress_ = address; }
+
+    /// Where to listen. The pairs stay this object's, until deallocateBindList.
+    std::vector<HTTP_AddressPortPair*> getBindList() const;
+    void addBindPair(const std::string& address, int port);
+    void deallocateBindList();
+
+private:
+    struct Format;
+
+    void read(const xercesc::InputSource& source);
+
+    std::string serverHostname_;
+    unsigned serverPort_ = 80;
+    unsigned serverSSLPort_ = 443;
+    std::string serverURI_ = "/BrindlexServer";
+    std::string proxyHostname_;
+    unsigned proxyPort_ = 0;
+    std::string username_;
+    std::string password_;
+    unsigned returnPortMin_ = 0;
+    unsigned returnPortMax_ = 0;
+    std::string returnAddress_;
+    std::vector<std::unique_ptr<HTTP_AddressPortPair>> bindList_;
+};

@@ -1,0 +1,115 @@
+#include "config/Config_File.h"
+
+#include "base/File_Contents.h"
+#include "base/File_Descriptor.h"
+#include "base/File_Operations.h"
+#include "base/String_Functions.h"
+#include "log/Debug_Printf.h"
+
+#include <xercesc/framework/MemBufInputSource.hpp>
+
+#include <cstring>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+constexpr const char* TemporarySuffix = ".tmp";
+constexpr mode_t NewFileMode = 0660;
+
+/// Far beyond any honest configuration; keeps a wrong file from filling the memory.
+constexpr std::size_t MaximumFileSize = std::size_t(16) << 20;
+
+/// Text that may hold a password, overwritten when it goes.
+class SecretText {
+public:
+    SecretText() = default;
+    SecretText(const SecretText&) = delete;
+    SecretText& operator=(const SecretText&) = delete;
+    ~SecretText() { nxWipeText(text); }
+
+    std::string text;
+};
+
+class SecretBufferDeleter {
+public:
+    explicit SecretBufferDeleter(unsigned length) : length_(length) {}
+    void operator()(char* buffer) const {
+        explicit_bzero(buffer, length_);
+        std::default_delete<char[]>()(buffer);
+    }
+
+private:
+    unsigned length_;
+};
+
+} // namespace
+
+std::string _Base_Config_File::getFilePathname() const {
+    return pathname_ + '/' + filename_;
+}
+
+void _Base_Config_File::setFilename(std::string filename) {
+    filename_ = std::move(filename);
+}
+
+void _Base_Config_File::setPathname(std::string pathname) {
+    pathname_ = std::move(pathname);
+}
+
+bool _Base_Config_File::findFile() {
+    const File_Descriptor file(File_Open(getFilePathname().c_str(), File_AccessRead, 0));
+    return file ? succeed() : failOnPath("open");
+}
+
+bool _Base_Config_File::readFile() {
+    SecretText contents;
+    if (!File_ReadWhole(getFilePathname().c_str(), contents.text, MaximumFileSize))
+        return failOnPath("read");
+    xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(contents.text.data()),
+                                      contents.text.size(), "");
+    return configParse(source) && succeed();
+}
+
+bool _Base_Config_File::writeFile() {
+    char* serialized = nullptr;
+    unsigned length = 0;
+    const bool done = configSerialize(serialized, length);
+    const std::unique_ptr<char[], SecretBufferDeleter> buffer(serialized, SecretBufferDeleter(length));
+    if (!done)
+        return false;
+    if (!buffer)
+        return fail("there is nothing to write");
+    // It could not be read again.
+    if (length > MaximumFileSize)
+        return fail("it has grown too large");
+    if (!File_WriteAtomically(getFilePathname().c_str(), TemporarySuffix,
+                              std::string_view(buffer.get(), length), NewFileMode))
+        return failOnPath("write");
+    return succeed();
+}
+
+bool _Base_Config_File::deleteFile() {
+    return File_Delete(getFilePathname().c_str()) ? succeed() : failOnPath("delete");
+}
+
+bool _Base_Config_File::fail(const std::string& reason) {
+    lastError_ = filename_ + ": " + reason;
+    DEBUG_LOG("Config: %s\n", lastError_.c_str());
+    return false;
+}
+
+bool _Base_Config_File::succeed() {
+    lastError_.clear();
+    return true;
+}
+
+bool _Base_Config_File::failOnPath(const char* action) {
+    const std::string cause = nxGetLastErrorMessage();
+    return fail(std::string("cannot ") + action + ' ' + getFilePathname() + ": " + cause);
+}
+
+xercesc::InputSource& _Base_Config_File::asInputSource(xercesc::MemBufInputSource& source) {
+    return source;
+}

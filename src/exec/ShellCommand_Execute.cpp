@@ -1,0 +1,208 @@
+#include "exec/ShellCommand_Execute.h"
+
+#include "base/File_Descriptor.h"
+#include "base/File_Operations.h"
+#include "base/MD5.h"
+#include "exec/Exec_ChildProcess.h"
+#include "log/Debug_Printf.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <memory>
+#include <new>
+#include <optional>
+#include <spawn.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using Clock = Exec_ChildProcess::Clock;
+
+constexpr char shell[] = "/bin/sh";
+constexpr int nameAttempts = 10;
+constexpr mode_t onlyForTheAgent = 0600;
+/// The unit in which zero bytes cut the output short.
+constexpr std::size_t pieceSize = 1024;
+/// A write that a full disk cuts short ends at a multiple of this.
+constexpr off_t smallestDiskBlock = 512;
+/// How often the size of the output is looked at while the command runs.
+constexpr std::chrono::milliseconds sizeCheckInterval{250};
+
+std::string makeFileName() {
+    const int number = rand(); // NOLINT(cert-msc30-c,cert-msc50-cpp): the name need not be hard to guess
+    const std::string seed = std::to_string(static_cast<int>(time(nullptr))) + "-" + std::to_string(number);
+    MD5 digest;
+    digest.update(reinterpret_cast<const unsigned char*>(seed.data()), static_cast<unsigned>(seed.size()));
+    digest.finalize();
+    const std::unique_ptr<char[]> digits(digest.hex_digest());
+    return std::string(digits.get()) + ".tmp";
+}
+
+/// The file that a command writes to. It is made before the shell opens it, so that nobody else can take its
+/// name.
+class OutputFile {
+public:
+    OutputFile() = default;
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+    ~OutputFile() {
+        if (descriptor_)
+            File_Delete(name_.c_str());
+    }
+
+    bool create() {
+        for (int attempt = 0; attempt < nameAttempts && !descriptor_; ++attempt) {
+            name_ = makeFileName();
+            descriptor_.reset(open(name_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, onlyForTheAgent));
+            if (!descriptor_ && errno != EEXIST)
+                return false;
+        }
+        // Opening it with truncation, as the shell does, stamps a file even if it is empty.
+        const timespec never[2] = {};
+        return descriptor_ && futimens(descriptor_.get(), never) == 0;
+    }
+
+    const std::string& name() const { return name_; }
+
+    std::size_t size() const {
+        struct stat attributes {};
+        return fstat(descriptor_.get(), &attributes) == 0 ? static_cast<std::size_t>(attributes.st_size) : 0;
+    }
+
+    /// The size of the output; none if the shell never opened the file, if it has been removed meanwhile, or
+    /// if the disk is full, so that some of the output may be missing.
+    std::optional<std::size_t> completeSize() const {
+        struct stat attributes {};
+        if (fstat(descriptor_.get(), &attributes) != 0)
+            return std::nullopt;
+        if (attributes.st_nlink == 0 || (attributes.st_mtim.tv_sec == 0 && attributes.st_mtim.tv_nsec == 0))
+            return std::nullopt;
+        if (attributes.st_size % smallestDiskBlock == 0 &&
+            pwrite(descriptor_.get(), "", 1, attributes.st_size) != 1)
+            return std::nullopt;
+        return static_cast<std::size_t>(attributes.st_size);
+    }
+
+    /// Fills the buffer from the start of the file. False if a read fails.
+    bool read(char* buffer, std::size_t wanted, std::size_t& got) const {
+        for (got = 0; got < wanted;) {
+            std::size_t count = 0;
+            if (!File_Read(descriptor_.get(), buffer + got, wanted - got, count))
+                return false;
+            if (count == 0)
+                break;
+            got += count;
+        }
+        return true;
+    }
+
+private:
+    std::string name_;
+    File_Descriptor descriptor_;
+};
+
+/// A new shell in its own process group, with no signal blocked or ignored. The memory of the agent is shared
+/// until the shell has started, so its size does not matter.
+class ShellAttributes {
+public:
+    ShellAttributes() {
+        sigset_t none;
+        sigset_t all;
+        sigemptyset(&none);
+        sigfillset(&all);
+        posix_spawnattr_init(&attributes_);
+        posix_spawnattr_setsigmask(&attributes_, &none);
+        posix_spawnattr_setsigdefault(&attributes_, &all);
+        posix_spawnattr_setpgroup(&attributes_, 0);
+        posix_spawnattr_setflags(&attributes_,
+                                 POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+    }
+    ShellAttributes(const ShellAttributes&) = delete;
+    ShellAttributes& operator=(const ShellAttributes&) = delete;
+    ~ShellAttributes() { posix_spawnattr_destroy(&attributes_); }
+
+    const posix_spawnattr_t* get() const { return &attributes_; }
+
+private:
+    posix_spawnattr_t attributes_;
+};
+
+bool startShell(std::string commandLine, pid_t& pid) {
+    char name[] = "sh";
+    char option[] = "-c";
+    char* const arguments[] = {name, option, commandLine.data(), nullptr};
+    const ShellAttributes attributes;
+    return posix_spawn(&pid, shell, nullptr, attributes.get(), arguments, environ) == 0;
+}
+
+/// False if the command could not be started or had to be ended, which it then has been.
+bool run(const char* command, const OutputFile& file, const ShellCommand_Limits& limits) {
+    pid_t pid = 0;
+    if (!startShell(std::string(command) + " > " + file.name(), pid))
+        return false;
+    Exec_ChildProcess child(pid);
+    const Clock::time_point until = Clock::now() + limits.runTime;
+    for (;;) {
+        const Clock::time_point next = std::min(until, Clock::now() + sizeCheckInterval);
+        if (child.wait(File_Descriptor::None, next) == Exec_ChildProcess::Wake::Ended) {
+            int ignored = 0;
+            child.reap(ignored);
+            return true;
+        }
+        if (Clock::now() >= until || file.size() > limits.outputBytes) {
+            DEBUG_LOG("EXEC: ending a command that takes too long or writes too much: %s\n", command);
+            return false;
+        }
+    }
+}
+
+/// Leaves of each piece what comes before its first zero byte. Returns the new length.
+std::size_t cutAtZeroBytes(char* text, std::size_t length) {
+    if (std::memchr(text, '\0', length) == nullptr)
+        return length;
+    std::size_t kept = 0;
+    for (std::size_t at = 0; at < length; at += pieceSize) {
+        const std::size_t piece = strnlen(text + at, std::min(pieceSize, length - at));
+        std::memmove(text + kept, text + at, piece);
+        kept += piece;
+    }
+    return kept;
+}
+
+} // namespace
+
+bool ShellCommand_Execute(const char* command, char*& output, unsigned int& length) {
+    return ShellCommand_Execute(command, ShellCommand_Limits(), output, length);
+}
+
+bool ShellCommand_Execute(const char* command, const ShellCommand_Limits& limits, char*& output,
+                          unsigned int& length) {
+    output = nullptr;
+    length = 0;
+    if (command == nullptr)
+        return false;
+
+    OutputFile file;
+    if (!file.create() || !run(command, file, limits))
+        return false;
+    const std::optional<std::size_t> size = file.completeSize();
+    if (!size || *size > limits.outputBytes)
+        return false;
+
+    std::unique_ptr<char[]> text(new (std::nothrow) char[*size + 1]);
+    std::size_t got = 0;
+    if (!text || !file.read(text.get(), *size, got))
+        return false;
+    got = cutAtZeroBytes(text.get(), got);
+    text[got] = '\0';
+    length = static_cast<unsigned int>(got);
+    output = text.release();
+    return true;
+}

@@ -1,0 +1,56 @@
+#include "methods/AgentRMI_MethodFactory.h"
+
+#include "log/Debug_Printf.h"
+#include "methods/AgentRMI_MethodActions.h"
+#include "methods/AgentRMI_MethodAudits.h"
+#include "methods/AgentRMI_MethodPing.h"
+#include "methods/AgentRMI_MethodPingServer.h"
+#include "methods/AgentRMI_MethodSetCallServerWithSSL.h"
+#include "methods/AgentRMI_MethodSetVerboseLog.h"
+
+#include <string_view>
+
+namespace {
+
+template <typename Method>
+std::unique_ptr<RMI_Method> make(const AgentRMI_MethodRules& rules, const char* guid) {
+    return std::make_unique<Method>(rules, guid);
+}
+
+struct Row {
+    AgentRMI_MethodRules rules;
+    std::unique_ptr<RMI_Method> (*make)(const AgentRMI_MethodRules& rules, const char* guid);
+};
+
+using enum AgentRMI_Identity;
+using enum AgentRMI_Protocols;
+using enum AgentRMI_UserAuthentication;
+
+constexpr Row methods[] = {
+    {{"Ping", NotNeeded, PlainAndSSL, No}, make<AgentRMI_MethodPing>},
+    {{"PingServer", NotNeeded, PlainAndSSL, No}, make<AgentRMI_MethodPingServer>},
+    {{"SetVerboseLog", Required, PlainAndSSL, No}, make<AgentRMI_MethodSetVerboseLog>},
+    {{"GetHostSummary", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetHostSummary>},
+    {{"GetStorageAssociations", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetStorageAssociations>},
+    {{"GetDriveExtents", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetDriveExtents>},
+    {{"GetExtentPools", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetExtentPools>},
+    {{"GetPhysicalDrives", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetPhysicalDrives>},
+    {{"GetPlexes", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetPlexes>},
+    {{"GetStorageVolumes", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetStorageVolumes>},
+    {{"GetStorageSystem", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetStorageSystem>},
+    {{"SubmitAction", Required, SSLOnly, Yes}, make<AgentRMI_MethodSubmitAction>},
+    {{"SaveAction", Required, SSLOnly, No}, make<AgentRMI_MethodSaveAction>},
+    {{"GetActionScriptList", Required, SSLOnly, Yes}, make<AgentRMI_MethodGetActionScriptList>},
+    {{"SetCallServerWithSSL", Required, SSLOnly, No}, make<AgentRMI_MethodSetCallServerWithSSL>},
+};
+
+} // namespace
+
+std::unique_ptr<RMI_Method> AgentRMI_MethodFactory::createMethod(const char* name, const char* guid) {
+    DEBUG_LOG("methodName == [%s]\n", name);
+    for (const Row& row : methods) {
+        if (std::string_view(row.rules.name) == name)
+            return row.make(row.rules, guid);
+    }
+    return nullptr;
+}

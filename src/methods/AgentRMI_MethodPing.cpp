@@ -1,0 +1,11 @@
+#include "methods/AgentRMI_MethodPing.h"
+
+#include "methods/AgentRMI_MethodSupport.h"
+
+void AgentRMI_MethodPing::invoke(xercesc::DOMElement* method, xercesc::DOMDocument*,
+                                 xercesc::DOMElement* response) {
+    AgentRMI_Perform([&] {
+        AgentRMI_RequireNoParameters(*method);
+        AgentRMI_AppendAgent(*response);
+    });
+}

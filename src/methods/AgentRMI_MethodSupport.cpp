@@ -1,0 +1,16 @@
+#include "methods/AgentRMI_MethodSupport.h"
+
+#include "xml/Xerces_Document.h"
+
+void AgentRMI_RequireNoParameters(const xercesc::DOMElement& method) {
+    if (Xerces_FirstDescendant(method, "*") != nullptr)
+        throw RMI_MethodException(RMI_MethodException::TooManyParameters);
+}
+
+void AgentRMI_AppendAgent(xercesc::DOMElement& response) {
+    xercesc::DOMElement& agent = Xerces_AppendElement(response, "Agent");
+    Xerces_SetAttribute(agent, "product", "VRK");
+    Xerces_SetAttribute(agent, "version", "2.1.1");
+    Xerces_SetAttribute(agent, "build", "421");
+    Xerces_SetAttribute(agent, "type", "Linux");
+}

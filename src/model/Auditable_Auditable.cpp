@@ -1,0 +1,36 @@
+#include "model/Auditable_Auditable.h"
+
+#include <cstring>
+
+Auditable_Auditable::~Auditable_Auditable() {
+    if (!parameters_)
+        return;
+    for (auto& parameter : *parameters_)
+        explicit_bzero(parameter.second.data(), parameter.second.size());
+}
+
+const char* Auditable_Auditable::getAuditParameterValue(const char* key) const {
+    if (key == nullptr || !parameters_)
+        return nullptr;
+    const auto found = parameters_->find(key);
+    return found == parameters_->end() ? nullptr : found->second.c_str();
+}
+
+bool Auditable_Auditable::setAuditParameterValue(const char* key, const char* value) {
+    if (key == nullptr || value == nullptr)
+        return false;
+    if (!parameters_)
+        parameters_ = std::make_unique<Parameters>();
+    parameters_->try_emplace(key, value);
+    return true;
+}
+
+bool Auditable_Auditable::copyAuditParameters(const Auditable_Auditable* from) {
+    if (from == nullptr)
+        return false;
+    if (from == this || !from->parameters_)
+        return true;
+    for (const auto& [key, value] : *from->parameters_)
+        setAuditParameterValue(key.c_str(), value.c_str());
+    return true;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "model/System_ObjectTypePair.h"
+
+#include <xercesc/util/XercesDefs.hpp>
+
+#include <map>
+#include <string>
+
+XERCES_CPP_NAMESPACE_BEGIN
+class DOMDocument;
+class DOMElement;
+XERCES_CPP_NAMESPACE_END
+
+/// The items that an audit could not finish, which travel beside its result. Bounded, so that a host on which
+/// everything fails cannot fill the memory. Used by one thread at a time; nothing throws.
+class System_AuditFailures {
+public:
+    System_AuditFailures() = default;
+    System_AuditFailures(const System_AuditFailures&) = delete;
+    System_AuditFailures& operator=(const System_AuditFailures&) = delete;
+    virtual ~System_AuditFailures() = default;
+
+    /// `type` is a System_Object::StorageType. A name that was recorded before keeps its first type. False if
+    /// `name` is null or the list is full.
+    virtual bool record(const char* name, int type);
+    /// Writes the items in the order of their names below "AuditFailedItems" and appends that to `parent`;
+    /// nothing if there are none.
+    virtual bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
+                           xercesc::DOMElement* element);
+    void deallocateFailures() { failures_.clear(); }
+
+private:
+    std::map<std::string, System_ObjectTypePair, std::less<>> failures_;
+};

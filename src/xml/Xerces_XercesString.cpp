@@ -1,0 +1,37 @@
+#include "xml/Xerces_XercesString.h"
+
+#include "xml/Xerces_Text.h"
+
+#include <algorithm>
+
+Xerces_XercesString::Xerces_XercesString(const char* text) {
+    if (text != nullptr)
+        transcode(text);
+}
+
+Xerces_XercesString::Xerces_XercesString(std::string_view text) {
+    transcode(text);
+}
+
+void Xerces_XercesString::transcode(std::string_view text) {
+    const std::size_t units = Xerces_MaximumUnits(text.size());
+    if (units > shortLength)
+        long_ = std::make_unique_for_overwrite<char16_t[]>(units + 1);
+    form_ = long_ ? long_.get() : short_.data();
+    Xerces_ToUnits(text, form_);
+}
+
+char* nxNewText(std::string_view text) {
+    auto copy = std::make_unique_for_overwrite<char[]>(text.size() + 1);
+    std::copy(text.begin(), text.end(), copy.get());
+    copy[text.size()] = '\0';
+    return copy.release();
+}
+
+char* nxTranscode(const char16_t* units) {
+    return units == nullptr ? nullptr : nxNewText(Xerces_ToBytes(units));
+}
+
+void nxDeleteTranscode(char* text) {
+    delete[] text;
+}

@@ -1,0 +1,159 @@
+#include "model/Audit_Log.h"
+#include "rmi/AgentRMI_AsynchManager.h"
+#include "rmi/AgentRMI_HTTPMethodCall.h"
+#include "rmi/AgentRMI_Identities.h"
+#include "rmi/RMI_Exchange.h"
+#include "rmi/RMI_MethodCallException.h"
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+const std::string good =
+    R"(<NorvalithRMI version="1.2" schema="2.1"><Response response="success"/></NorvalithRMI>)";
+
+/// A call whose exchange is written down beforehand.
+class ScriptedCall : public AgentRMI_HTTPMethodCall {
+public:
+    ScriptedCall() : AgentRMI_HTTPMethodCall("Thing") {}
+
+    /// 0 for success, else the code of the failure.
+    int make() {
+        try {
+            RMI_MethodCall::invoke();
+            return 0;
+        } catch (const RMI_MethodCallException& failure) {
+            return failure.getExceptionCode();
+        }
+    }
+
+    void appendParameters(xercesc::DOMDocument*, xercesc::DOMElement* method) override {
+        Xerces_AppendElement(*method, "Parameter");
+        onAppend();
+    }
+    using AgentRMI_HTTPMethodCall::makeRequest;
+    void makeRequest(const char* request, int length, std::string* answer) override {
+        sent.assign(request, static_cast<std::size_t>(length));
+        *answer = reply;
+        onExchange();
+    }
+    void parseResponse(xercesc::DOMElement* response) override {
+        parsed = Xerces_GetAttribute(*response, "n");
+        onParse();
+    }
+
+    std::string reply = good;
+    std::function<void()> onAppend = [] {};
+    std::function<void()> onExchange = [] {};
+    std::function<void()> onParse = [] {};
+    std::string sent;
+    std::string parsed = "nothing";
+};
+
+class MethodCalls : public WithIdentities {};
+
+TEST_F(MethodCalls, TheRequestCarriesTheIdentityOfItsHost) {
+    const auto sentFor = [](const char* host) {
+        ScriptedCall call;
+        call.setHostTarget(host);
+        EXPECT_EQ(call.make(), 0);
+        return call.sent;
+    };
+    const auto request = [](const std::string& uuid) {
+        return R"(<?xml version="1.0" encoding="UTF-8" standalone="no" ?><NorvalithRMI schema="2.1" version="1.2">)"
+               "<Request uuid=\"" +
+               uuid + R"("><Method name="Thing"><Parameter/></Method></Request></NorvalithRMI>)";
+    };
+    EXPECT_EQ(sentFor(nullptr), request(""));
+    gGuidConfig->getConfig()->setGuid("own");
+    gGuidConfig->getConfig()->setGuid("other", "alpha");
+    EXPECT_EQ(sentFor(nullptr), request("own"));
+    EXPECT_EQ(sentFor(""), request("own"));
+    EXPECT_EQ(sentFor("alpha"), request("other"));
+    EXPECT_EQ(sentFor("beta"), request(""));
+}
+
+TEST_F(MethodCalls, OnlyASuccessfulReplyIsParsed) {
+    const auto root = [](const std::string& attributes, const std::string& inside) {
+        return "<NorvalithRMI " + attributes + ">" + inside + "</NorvalithRMI>";
+    };
+    const std::string success = "<Response n='1' response='success'/>";
+    const std::string failure = "<Response n='2' response='error'/>";
+    const std::string refused[] = {
+        "",
+        "no document",
+        "<NorvalithRMI version='1.2' schema='2.1'>" + success,
+        "<Other version='1.2' schema='2.1'>" + success + "</Other>",
+        root("version='1.1' schema='2.1'", success),
+        root("version='1.2' schema='2.0'", success),
+        root("schema='2.1'", success),
+        root("version='1.2'", success),
+        envelope(""),
+        envelope("<response response='success'/>"),
+        envelope(failure),
+        envelope("<Response/>"),
+        envelope("<Response response='Success'/>"),
+        envelope("<Response response='success '/>"),
+        envelope(failure + success),
+    };
+    for (const std::string& reply : refused) {
+        ScriptedCall call;
+        call.reply = reply;
+        EXPECT_EQ(call.make(), RMI_MethodCallException::CallFailed) << reply;
+        EXPECT_EQ(call.parsed, "nothing") << reply;
+    }
+    for (const std::string& reply :
+         {envelope(success + failure),
+          envelope(std::string("<x>").append(success).append("</x>").append(failure))}) {
+        ScriptedCall call;
+        call.reply = reply;
+        EXPECT_EQ(call.make(), 0) << reply;
+        EXPECT_EQ(call.parsed, "1") << reply;
+    }
+}
+
+TEST_F(MethodCalls, WhateverFailsLeavesAsOneCode) {
+    const std::function<void()> failures[] = {
+        [] { throw RMI_MethodCallException(RMI_MethodCallException::ExchangeFailed); },
+        [] { throw RMI_MethodCallException(RMI_MethodCallException::ParametersFailed); },
+        [] { throw std::runtime_error("down"); },
+        [] { throw 1; },
+    };
+    for (const auto& failure : failures) {
+        for (const auto step : {&ScriptedCall::onAppend, &ScriptedCall::onExchange, &ScriptedCall::onParse}) {
+            ScriptedCall call;
+            call.*step = failure;
+            EXPECT_EQ(call.make(), RMI_MethodCallException::CallFailed);
+            EXPECT_EQ(call.sent.empty(), step == &ScriptedCall::onAppend);
+        }
+    }
+}
+
+TEST(AsynchManager, TellsWhatBecomesOfIt) {
+    const Audit_Log log;
+    gDebugPrintf.setEnabled(true);
+    const auto manager = AgentRMI_FactoryAllocateAsynchManager();
+    manager->setName("Some");
+    bool stillRunning = true;
+    EXPECT_FALSE(manager->shutdown(stillRunning, 0, false));
+    EXPECT_FALSE(stillRunning);
+    EXPECT_TRUE(manager->init(1, 0, 0));
+    EXPECT_TRUE(manager->start());
+    EXPECT_FALSE(manager->init(2, 0, 0));
+    EXPECT_FALSE(manager->start());
+    EXPECT_TRUE(manager->shutdown(stillRunning, 0, false));
+    EXPECT_FALSE(stillRunning);
+    gDebugPrintf.setEnabled(false);
+    EXPECT_EQ(log.messages(), "AsynchManager: Some: attempting shutdown\n"
+                              "AsynchManager: Some: shutdown failed: not running\n"
+                              "AsynchManager: Some: attempting startup\n"
+                              "AsynchManager: Some: startup successful\n"
+                              "AsynchManager: Some: attempting startup\n"
+                              "AsynchManager: Some: startup failed: currently running\n"
+                              "AsynchManager: Some: attempting shutdown\n"
+                              "AsynchManager: Some: shutdown successful\n");
+}
+
+} // namespace
