@@ -1,0 +1,75 @@
+#include "base/Secret_Text.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+/// Grown to its capacity first: bytes beyond the end may be left of a longer text. That takes no memory.
+void wipe(std::string& text) noexcept {
+    text.resize(text.capacity());
+    explicit_bzero(text.data(), text.size());
+    text.clear();
+}
+
+bool liesInItsObject(const std::string& text) {
+    static const std::size_t ownCapacity = std::string().capacity();
+    return text.capacity() <= ownCapacity;
+}
+
+} // namespace
+
+Secret_Text& Secret_Text::operator=(Secret_Text&& other) noexcept {
+    if (this != &other) {
+        clear();
+        text_.swap(other.text_);
+    }
+    return *this;
+}
+
+Secret_Text Secret_Text::take(std::string&& text) {
+    Secret_Text taken;
+    if (liesInItsObject(text))
+        taken.append(text);
+    else
+        taken.text_.swap(text);
+    wipe(text);
+    return taken;
+}
+
+Secret_Text Secret_Text::take(std::unique_ptr<char[]> text, std::size_t length) {
+    if (text == nullptr)
+        return Secret_Text();
+    Secret_Text taken(std::string_view(text.get(), length));
+    explicit_bzero(text.get(), length);
+    return taken;
+}
+
+void Secret_Text::append(std::string_view text) {
+    reserve(text_.size() + text.size());
+    text_.append(text);
+}
+
+void Secret_Text::resize(std::size_t size) {
+    reserve(size);
+    if (size < text_.size())
+        explicit_bzero(text_.data() + size, text_.size() - size);
+    text_.resize(size);
+}
+
+void Secret_Text::reserve(std::size_t size) {
+    if (size == 0 || (size <= text_.capacity() && !liesInItsObject(text_)))
+        return;
+    // A string that grows by itself leaves its old memory as it was.
+    std::string larger;
+    larger.reserve(std::max(size, 2 * text_.capacity()));
+    larger.append(text_);
+    text_.swap(larger);
+    wipe(larger);
+}
+
+void Secret_Text::clear() noexcept {
+    wipe(text_);
+    std::string().swap(text_);
+}
