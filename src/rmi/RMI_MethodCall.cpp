@@ -1,9 +1,8 @@
 #include "rmi/RMI_MethodCall.h"
 
 #include "log/Debug_Printf.h"
+#include "rmi/RMI_Envelope.h"
 #include "rmi/RMI_MethodCallException.h"
-#include "rmi/RMI_Protocol.h"
-#include "xml/Xerces_Document.h"
 
 #include <climits>
 #include <stdexcept>
@@ -11,22 +10,6 @@
 namespace {
 
 constexpr const char* bufferId = "RMI_MethodCall::invoke";
-
-/// The Response element of a reply that reports success. Throws if it is any other.
-xercesc::DOMElement& successfulResponse(const xercesc::DOMDocument& document) {
-    const xercesc::DOMElement* root = Xerces_Root(document);
-    if (root == nullptr || Xerces_TagName(*root) != RMI_RootName ||
-        Xerces_GetAttribute(*root, "version") != RMI_Version ||
-        Xerces_GetAttribute(*root, "schema") != RMI_Schema)
-        throw std::runtime_error("the reply is in another protocol");
-    xercesc::DOMElement* response = Xerces_FirstDescendant(*root, "Response");
-    if (response == nullptr)
-        throw std::runtime_error("the reply has no response");
-    const std::string outcome = Xerces_GetAttribute(*response, "response");
-    if (outcome != "success")
-        throw std::runtime_error("the server answered \"" + outcome + "\"");
-    return *response;
-}
 
 } // namespace
 
@@ -48,26 +31,22 @@ void RMI_MethodCall::invoke() {
 }
 
 std::string RMI_MethodCall::createRequest() {
-    const Xerces_DocumentPtr document = Xerces_CreateDocument(RMI_RootName);
-    xercesc::DOMElement& root = *Xerces_Root(*document);
-    Xerces_SetAttribute(root, "version", RMI_Version);
-    Xerces_SetAttribute(root, "schema", RMI_Schema);
     if (hostTarget_.empty())
         setGuidMember();
     else
         setGuidMember(hostTarget_);
-    xercesc::DOMElement& request = Xerces_AppendElement(root, "Request");
-    Xerces_SetAttribute(request, "uuid", guid_);
-    xercesc::DOMElement& method = Xerces_AppendElement(request, "Method");
-    Xerces_SetAttribute(method, "name", methodName_);
-    appendParameters(document.get(), &method);
-    return Xerces_Serialize(*document);
+    RMI_Request request(methodName_);
+    Xerces_SetAttribute(request.request(), "uuid", guid_);
+    appendParameters(&request.document(), &request.method());
+    return request.serialize();
 }
 
 void RMI_MethodCall::judge(const std::string& reply) {
-    std::string reason;
-    const Xerces_DocumentPtr document = Xerces_Parse(reply, bufferId, &reason);
-    if (!document)
-        throw std::runtime_error("the reply is no XML: " + reason);
-    parseResponse(&successfulResponse(*document));
+    const RMI_Envelope envelope = RMI_OpenEnvelope(reply, RMI_ResponseName, bufferId);
+    if (envelope.flaw != RMI_Flaw::None)
+        throw std::runtime_error("the reply: " + envelope.complaint);
+    const std::string outcome = Xerces_GetAttribute(*envelope.content, "response");
+    if (outcome != RMI_Success.response)
+        throw std::runtime_error("the server answered \"" + outcome + "\"");
+    parseResponse(envelope.content);
 }

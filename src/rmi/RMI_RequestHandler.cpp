@@ -2,13 +2,11 @@
 
 #include "base/String_Functions.h"
 #include "log/Debug_Printf.h"
+#include "rmi/RMI_Envelope.h"
 #include "rmi/RMI_Method.h"
 #include "rmi/RMI_MethodException.h"
 #include "rmi/RMI_MethodFactory.h"
 #include "rmi/RMI_PeerVerifyHandler.h"
-#include "rmi/RMI_Protocol.h"
-#include "rmi/RMI_Reply.h"
-#include "xml/Xerces_Document.h"
 #include "xml/Xerces_XercesString.h"
 
 #include <algorithm>
@@ -33,11 +31,15 @@ struct Refusal {
     RMI_Outcome outcome;
 };
 
-constexpr Refusal parseError{RMI_Stage::Envelope, nullptr, {"parseerror", nullptr}};
-constexpr Refusal wrongRoot{RMI_Stage::Envelope, nullptr, {"unknown rmi", nullptr}};
-constexpr Refusal wrongVersion{RMI_Stage::Envelope, nullptr, {"version not supported", nullptr}};
-constexpr Refusal wrongSchema{RMI_Stage::Envelope, nullptr, {"schema not supported", nullptr}};
-constexpr Refusal noRequest{RMI_Stage::Request, nullptr, {"not a request", nullptr}};
+/// By RMI_Flaw, of which the first is none.
+constexpr Refusal flawedEnvelope[] = {
+    {},
+    {RMI_Stage::Envelope, nullptr, {"parseerror", nullptr}},
+    {RMI_Stage::Envelope, nullptr, {"unknown rmi", nullptr}},
+    {RMI_Stage::Envelope, nullptr, {"version not supported", nullptr}},
+    {RMI_Stage::Envelope, nullptr, {"schema not supported", nullptr}},
+    {RMI_Stage::Request, nullptr, {"not a request", nullptr}},
+};
 constexpr Refusal noStage{RMI_Stage::Method, "unknown", {"unknown method", "unknown"}};
 constexpr Refusal noMethod{RMI_Stage::Method, nullptr, {"no method", "missing method element"}};
 constexpr Refusal noName{
@@ -48,7 +50,6 @@ constexpr Refusal unverifiedPeer{RMI_Stage::Method, nullptr, {"error", "failed p
 constexpr Refusal wrongGuid{RMI_Stage::Method, nullptr, {"error", "invalid uuid"}};
 constexpr Refusal wrongUser{RMI_Stage::Method, nullptr, {"error", nullptr}};
 
-constexpr RMI_Outcome success{"success", "success"};
 constexpr RMI_Outcome unexplainedError{"error", nullptr};
 
 /// The words for what a method throws; any other code is an error.
@@ -142,13 +143,6 @@ private:
     std::array<std::string, AttributeCount> values_;
 };
 
-std::string_view isolateXml(std::string_view body) {
-    const std::size_t field = body.find(RMI_FormPrefix);
-    if (field != std::string_view::npos)
-        body.remove_prefix(field + std::string_view(RMI_FormPrefix).size());
-    return body.substr(0, body.find('\0'));
-}
-
 /// One request on its way through the checks. Each step returns the refusal that ends the way, or null.
 class Exchange {
 public:
@@ -174,12 +168,14 @@ private:
     const Refusal* check(std::string_view xml) {
         using Step = const Refusal* (Exchange::*)();
         static constexpr Step steps[] = {
-            &Exchange::checkEnvelope,   &Exchange::findRequest, &Exchange::findMethod,
-            &Exchange::checkConnection, &Exchange::checkCaller,
+            &Exchange::readRequest,
+            &Exchange::findMethod,
+            &Exchange::checkConnection,
+            &Exchange::checkCaller,
         };
-        document_ = Xerces_Parse(xml, bufferId);
-        if (!document_)
-            return &parseError;
+        envelope_ = RMI_OpenEnvelope(xml, RMI_RequestName, bufferId);
+        if (envelope_.flaw != RMI_Flaw::None)
+            return &flawedEnvelope[static_cast<std::size_t>(envelope_.flaw)];
         for (const Step step : steps) {
             if (const Refusal* refusal = (this->*step)())
                 return refusal;
@@ -187,23 +183,9 @@ private:
         return nullptr;
     }
 
-    const Refusal* checkEnvelope() {
-        root_ = Xerces_Root(*document_);
-        if (root_ == nullptr || Xerces_TagName(*root_) != RMI_RootName)
-            return &wrongRoot;
-        if (Xerces_GetAttribute(*root_, "version") != RMI_Version)
-            return &wrongVersion;
-        if (Xerces_GetAttribute(*root_, "schema") != RMI_Schema)
-            return &wrongSchema;
-        return nullptr;
-    }
-
-    const Refusal* findRequest() {
-        request_ = Xerces_FirstDescendant(*root_, "Request");
-        if (request_ == nullptr)
-            return &noRequest;
+    const Refusal* readRequest() {
         DEBUG_LOG("RMI: is request\n");
-        values_.read(*request_);
+        values_.read(*envelope_.content);
         try {
             reply_.setStage(RMI_Stage::Method);
         } catch (...) {
@@ -213,11 +195,11 @@ private:
     }
 
     const Refusal* findMethod() {
-        methodElement_ = Xerces_FirstDescendant(*request_, "Method");
+        methodElement_ = RMI_FindMethod(*envelope_.content);
         if (methodElement_ == nullptr)
             return &noMethod;
         DEBUG_LOG("RMI: is method\n");
-        const std::string name = Xerces_GetAttribute(*methodElement_, "name");
+        const std::string name = RMI_MethodName(*methodElement_);
         if (name.empty())
             return &noName;
         reply_.setMethodName(name);
@@ -249,7 +231,7 @@ private:
         values_.hand(*method_, particulars);
         try {
             method_->invoke(methodElement_, &reply_.document(), &reply_.response());
-            reply_.setOutcome(success);
+            reply_.setOutcome(RMI_Success);
         } catch (const RMI_MethodException& failure) {
             translate(failure);
         } catch (...) {
@@ -260,7 +242,7 @@ private:
     void translate(const RMI_MethodException& failure) {
         const auto code = failure.getExceptionCode();
         if (code == RMI_MethodException::Success) {
-            reply_.setOutcome(success);
+            reply_.setOutcome(RMI_Success);
             return;
         }
         const auto* word = std::find_if(std::begin(exceptionWords), std::end(exceptionWords),
@@ -287,9 +269,7 @@ private:
     RMI_MethodFactory* const factory_;
     Values values_;
     RMI_Reply reply_;
-    Xerces_DocumentPtr document_;
-    DOMElement* root_ = nullptr;
-    DOMElement* request_ = nullptr;
+    RMI_Envelope envelope_;
     DOMElement* methodElement_ = nullptr;
     std::unique_ptr<RMI_Method> method_;
 };
@@ -304,7 +284,7 @@ std::optional<Answer> answer(Socket_Socket::EncryptionProtocol protocol, RMI_Pee
                              RMI_MethodFactory* factory, std::string_view body) {
     try {
         Exchange exchange(protocol, peer, factory);
-        const bool deliver = exchange.run(isolateXml(body));
+        const bool deliver = exchange.run(RMI_XmlInBody(body));
         std::string text = exchange.reply();
         if (!text.empty())
             return Answer{std::move(text), deliver};

@@ -1,12 +1,11 @@
 // Bodies of a remote method call, and the text mapping and the writer behind them.
 
+#include "rmi/RMI_Envelope.h"
 #include "rmi/RMI_Method.h"
 #include "rmi/RMI_MethodException.h"
 #include "rmi/RMI_MethodFactory.h"
 #include "rmi/RMI_PeerVerifyHandler.h"
-#include "rmi/RMI_Protocol.h"
 #include "rmi/RMI_RequestHandler.h"
-#include "xml/Xerces_Document.h"
 #include "xml/Xerces_Layer.h"
 #include "xml/Xerces_Text.h"
 

@@ -1,17 +1,13 @@
 #include "qdvctl/Ctl_Envelope.h"
 
 #include "qdvctl/Ctl_Failure.h"
-#include "rmi/RMI_Protocol.h"
-#include "xml/Xerces_Document.h"
+#include "rmi/RMI_Envelope.h"
 
 #include <algorithm>
 #include <array>
 #include <iterator>
 
 namespace {
-
-constexpr const char* nameAttribute = "name";
-constexpr std::string_view formField = RMI_FormPrefix;
 
 struct RequestAttribute {
     const char* name;
@@ -28,47 +24,17 @@ constexpr std::array<RequestAttribute, 4> requestAttributes{{
     throw Ctl_Failure(Ctl_Unanswered, what + ": " + why);
 }
 
-Xerces_DocumentPtr createEnvelope() {
-    Xerces_DocumentPtr document = Xerces_CreateDocument(RMI_RootName);
-    xercesc::DOMElement& root = *Xerces_Root(*document);
-    Xerces_SetAttribute(root, "version", RMI_Version);
-    Xerces_SetAttribute(root, "schema", RMI_Schema);
-    return document;
-}
-
-std::string serialised(const xercesc::DOMDocument& document) {
-    std::string text = Xerces_Serialize(document);
+std::string checkWritten(std::string text) {
     if (text.empty())
         refuse("envelope", "cannot be written as XML");
     return text;
 }
 
-void checkAttribute(const xercesc::DOMElement& root, const char* name, const char* expected,
-                    const std::string& what) {
-    const std::string value = Xerces_GetAttribute(root, name);
-    if (value != expected)
-        refuse(what, std::string("attribute ") + name + " is \"" + value + "\", not \"" + expected + "\"");
-}
-
-Xerces_DocumentPtr parseEnvelope(std::string_view text, const std::string& what) {
-    std::string reason;
-    Xerces_DocumentPtr document = Xerces_Parse(text, what.c_str(), &reason);
-    if (!document)
-        refuse(what, "not XML: " + reason);
-    const xercesc::DOMElement* root = Xerces_Root(*document);
-    if (root == nullptr || Xerces_TagName(*root) != RMI_RootName)
-        refuse(what, std::string("the root element is not ") + RMI_RootName);
-    checkAttribute(*root, "version", RMI_Version, what);
-    checkAttribute(*root, "schema", RMI_Schema, what);
-    return document;
-}
-
-const xercesc::DOMElement& firstBelow(const xercesc::DOMElement& parent, const char* name,
-                                      const std::string& what) {
-    const xercesc::DOMElement* found = Xerces_FirstDescendant(parent, name);
-    if (found == nullptr)
-        refuse(what, std::string("it has no element ") + name);
-    return *found;
+RMI_Envelope open(std::string_view text, const char* content, const std::string& what) {
+    RMI_Envelope envelope = RMI_OpenEnvelope(text, content, what.c_str());
+    if (envelope.flaw != RMI_Flaw::None)
+        refuse(what, envelope.complaint);
+    return envelope;
 }
 
 std::string_view withoutDeclaration(std::string_view text) {
@@ -120,56 +86,47 @@ std::vector<Ctl_Node> Ctl_ParseParameters(std::string_view text, const std::stri
 }
 
 std::string Ctl_BuildRequest(const Ctl_Request& request) {
-    const Xerces_DocumentPtr document = createEnvelope();
-    xercesc::DOMElement& element = Xerces_AppendElement(*Xerces_Root(*document), "Request");
+    RMI_Request document(request.method);
     for (const RequestAttribute& attribute : requestAttributes)
         if (const std::string& value = request.*attribute.member; !value.empty())
-            Xerces_SetAttribute(element, attribute.name, value);
-    xercesc::DOMElement& method = Xerces_AppendElement(element, "Method");
-    Xerces_SetAttribute(method, nameAttribute, request.method);
+            Xerces_SetAttribute(document.request(), attribute.name, value);
     for (const auto& [name, value] : request.methodAttributes)
-        Xerces_SetAttribute(method, name.c_str(), value);
+        Xerces_SetAttribute(document.method(), name.c_str(), value);
     for (const Ctl_Node& parameter : request.parameters)
-        Ctl_WriteNode(method, parameter);
-    return serialised(*document);
+        Ctl_WriteNode(document.method(), parameter);
+    return checkWritten(document.serialize());
 }
 
 Ctl_Node Ctl_ParseReply(std::string_view body) {
-    const std::string what = "the reply";
-    const Xerces_DocumentPtr document = parseEnvelope(body, what);
-    return Ctl_ReadElement(firstBelow(*Xerces_Root(*document), "Response", what));
+    return Ctl_ReadElement(*open(body, RMI_ResponseName, "the reply").content);
 }
 
 Ctl_Request Ctl_ParseCall(std::string_view body) {
     const std::string what = "the call";
-    const std::size_t field = body.find(formField);
-    if (field != std::string_view::npos)
-        body.remove_prefix(field + formField.size());
-    const Xerces_DocumentPtr document = parseEnvelope(body, what);
-    const xercesc::DOMElement& request = firstBelow(*Xerces_Root(*document), "Request", what);
-    const xercesc::DOMElement& method = firstBelow(request, "Method", what);
+    const RMI_Envelope envelope = open(RMI_XmlInBody(body), RMI_RequestName, what);
+    const xercesc::DOMElement* method = RMI_FindMethod(*envelope.content);
+    if (method == nullptr)
+        refuse(what, "it has no element Method");
     Ctl_Request call;
     for (const RequestAttribute& attribute : requestAttributes)
-        call.*attribute.member = Xerces_GetAttribute(request, attribute.name);
-    call.method = Xerces_GetAttribute(method, nameAttribute);
+        call.*attribute.member = Xerces_GetAttribute(*envelope.content, attribute.name);
+    call.method = RMI_MethodName(*method);
     if (call.method.empty())
         refuse(what, "its method has no name");
-    Ctl_Node element = Ctl_ReadElement(method);
+    Ctl_Node element = Ctl_ReadElement(*method);
     std::copy_if(element.attributes.begin(), element.attributes.end(),
                  std::back_inserter(call.methodAttributes),
-                 [](const auto& attribute) { return attribute.first != nameAttribute; });
+                 [](const auto& attribute) { return attribute.first != RMI_NameAttribute; });
     call.parameters = std::move(element.children);
     return call;
 }
 
 std::string Ctl_BuildReply(const std::string& method, const std::optional<Ctl_Node>& result) {
-    const Xerces_DocumentPtr document = createEnvelope();
-    xercesc::DOMElement& response = Xerces_AppendElement(*Xerces_Root(*document), "Response");
-    Xerces_SetAttribute(response, "type", "method");
-    Xerces_SetAttribute(response, nameAttribute, method);
-    Xerces_SetAttribute(response, "response", "success");
-    Xerces_SetAttribute(response, "reason", "success");
+    RMI_Reply reply;
+    reply.setStage(RMI_Stage::Method);
+    reply.setMethodName(method);
+    reply.setOutcome(RMI_Success);
     if (result)
-        Ctl_WriteNode(response, *result);
-    return serialised(*document);
+        Ctl_WriteNode(reply.response(), *result);
+    return checkWritten(reply.serialize());
 }
