@@ -1,8 +1,6 @@
 /// What a large collection of storage objects costs: in memory, to be written and to be read back.
 
-#include "model/System_Allocate.h"
-#include "storage/Storage_DriveExtent.h"
-#include "storage/Storage_Factory.h"
+#include "storage/Storage_DriveExtentLinux.h"
 #include "xml/Xerces_Document.h"
 #include "xml/Xerces_Layer.h"
 
@@ -17,17 +15,6 @@
 namespace {
 
 constexpr int objectCount = 10000;
-
-class Extent : public Storage_DriveExtent {
-public:
-    using Storage_DriveExtent::operator=;
-    bool audit() override { return true; }
-};
-
-class Extents : public Storage_DriveExtents {
-public:
-    bool audit() override { return true; }
-};
 
 /// The attributes that a partition in an array of a well-filled host has.
 void fill(Storage_DriveExtents& extents) {
@@ -63,7 +50,7 @@ void reportPerObject(benchmark::State& state) {
 
 void writeCollection(benchmark::State& state) {
     const std::size_t before = heapInUse();
-    Extents extents;
+    Storage_DriveExtentsLinux extents;
     fill(extents);
     state.counters["heap_bytes_per_object"] = perObject(heapInUse() - before);
     std::size_t documentBytes = 0;
@@ -89,7 +76,7 @@ BENCHMARK(writeCollection)->Unit(benchmark::kMillisecond);
 void readCollection(benchmark::State& state) {
     std::string text;
     {
-        Extents extents;
+        Storage_DriveExtentsLinux extents;
         fill(extents);
         const Xerces_DocumentPtr document = Xerces_CreateDocument("Response");
         if (extents.serialize(document.get(), Xerces_Root(*document), nullptr))
@@ -97,7 +84,7 @@ void readCollection(benchmark::State& state) {
     }
     for ([[maybe_unused]] auto iteration : state) {
         const Xerces_DocumentPtr document = Xerces_Parse(text, "benchmark");
-        Extents extents;
+        Storage_DriveExtentsLinux extents;
         if (!document || !extents.parse(Xerces_FirstDescendant(*Xerces_Root(*document), "DriveExtents")) ||
             extents.getMap().size() != objectCount) {
             state.SkipWithError("parse failed");
@@ -113,7 +100,6 @@ BENCHMARK(readCollection)->Unit(benchmark::kMillisecond);
 int main(int argc, char** argv) {
     if (!Xerces_LayerInit())
         return EXIT_FAILURE;
-    gStorageLevels.driveExtent = System_Allocate<Storage_DriveExtent, Extent>;
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

@@ -1,60 +1,8 @@
 #include "methods/AgentRMI_AuditRunnable.h"
 
 #include "log/Debug_Printf.h"
+#include "model/Auditable_TryAudit.h"
 #include "storage/Storage_Container.h"
-#include "storage/Storage_DriveExtent.h"
-#include "storage/Storage_ExtentPool.h"
-#include "storage/Storage_Factory.h"
-#include "storage/Storage_PhysicalDrive.h"
-#include "storage/Storage_Plex.h"
-#include "storage/Storage_StorageAssociations.h"
-#include "storage/Storage_StorageVolume.h"
-
-namespace {
-
-/// A collection under both of its faces; both null if there is none.
-struct Collection {
-    NX_ObjectCollection* audited = nullptr;
-    Thread_Terminatable* terminatable = nullptr;
-};
-
-struct Layer {
-    const char* method;
-    /// Makes the collection anew, stores it in the container and gives it back.
-    Collection (*allocate)(Storage_Container& container);
-};
-
-template <auto factory, auto set, auto get>
-Collection allocateIn(Storage_Container& container) {
-    (container.*set)(factory());
-    auto* collection = (container.*get)();
-    return {collection, collection};
-}
-
-/// By AgentRMI_Layer.
-constexpr Layer layers[] = {
-    {"GetPhysicalDrives",
-     allocateIn<Storage_FactoryAllocatePhysicalDrives, &Storage_Container::setPhysicalDrives,
-                &Storage_Container::getPhysicalDrives>},
-    {"GetDriveExtents", allocateIn<Storage_FactoryAllocateDriveExtents, &Storage_Container::setDriveExtents,
-                                   &Storage_Container::getDriveExtents>},
-    {"GetExtentPools", allocateIn<Storage_FactoryAllocateExtentPools, &Storage_Container::setExtentPools,
-                                  &Storage_Container::getExtentPools>},
-    {"GetPlexes",
-     allocateIn<Storage_FactoryAllocatePlexes, &Storage_Container::setPlexes, &Storage_Container::getPlexes>},
-    {"GetStorageVolumes",
-     allocateIn<Storage_FactoryAllocateStorageVolumes, &Storage_Container::setStorageVolumes,
-                &Storage_Container::getStorageVolumes>},
-    {"GetStorageAssociations",
-     allocateIn<Storage_FactoryAllocateStorageAssociations, &Storage_Container::setStorageAssociations,
-                &Storage_Container::getStorageAssociations>},
-};
-
-bool prepareAndAudit(Auditable_Auditable& audited) {
-    return audited.prepareForAudit() && audited.audit();
-}
-
-} // namespace
 
 void AgentRMI_AuditRunnable::run() {
     AgentRMI_MethodCallResults call(getName());
@@ -96,28 +44,24 @@ void AgentRMI_ContainerHold::release() {
     held_ = false;
 }
 
-AgentRMI_GetLayerRunnable::AgentRMI_GetLayerRunnable(AgentRMI_Layer layer)
-    : AgentRMI_AuditRunnable(layers[layer].method), layer_(layer) {
+AgentRMI_GetLevelRunnable::AgentRMI_GetLevelRunnable(const Storage_Level& level)
+    : AgentRMI_AuditRunnable(level.method), level_(level) {
     hold_.take();
 }
 
-bool AgentRMI_GetLayerRunnable::init() {
-    const Collection collection = layers[layer_].allocate(*gStorageContainer);
-    if (collection.audited == nullptr)
-        return false;
-    collection_ = collection.audited;
-    terminatable_ = collection.terminatable;
-    if (!collection_->copyAuditParameters(this))
+bool AgentRMI_GetLevelRunnable::init() {
+    collection_ = gStorageContainer->allocate(level_.type);
+    if (collection_ == nullptr || !collection_->copyAuditParameters(this))
         return false;
     collection_->registerAuditFailureHandler(&failures_);
     return true;
 }
 
-bool AgentRMI_GetLayerRunnable::invoke() {
+bool AgentRMI_GetLevelRunnable::invoke() {
     log("invoke");
     if (collection_ == nullptr)
         return fail();
-    if (!prepareAndAudit(*collection_)) {
+    if (!Auditable_TryAudit(*collection_)) {
         collection_->cleanupAfterAudit();
         log("audit failed");
         return fail();
@@ -128,7 +72,7 @@ bool AgentRMI_GetLayerRunnable::invoke() {
     return true;
 }
 
-bool AgentRMI_GetLayerRunnable::serializeResult(xercesc::DOMDocument* document, xercesc::DOMElement* parent) {
+bool AgentRMI_GetLevelRunnable::serializeResult(xercesc::DOMDocument* document, xercesc::DOMElement* parent) {
     if (collection_ == nullptr)
         return false;
     if (!collection_->serialize(document, parent, nullptr)) {
@@ -139,10 +83,9 @@ bool AgentRMI_GetLayerRunnable::serializeResult(xercesc::DOMDocument* document, 
     return collection_->cleanupAfterAudit();
 }
 
-bool AgentRMI_GetLayerRunnable::setToTerminate() {
+bool AgentRMI_GetLevelRunnable::setToTerminate() {
     const bool told = AgentRMI_AuditRunnable::setToTerminate();
-    Thread_Terminatable* collection = terminatable_;
-    return (collection == nullptr || collection->setToTerminate()) && told;
+    return (collection_ == nullptr || collection_->setToTerminate()) && told;
 }
 
 AgentRMI_GetStorageSystemRunnable::AgentRMI_GetStorageSystemRunnable()
@@ -165,25 +108,35 @@ bool AgentRMI_GetStorageSystemRunnable::auditAll() {
         log("invoke could not init the storage container object");
         return false;
     }
+    bool anyAudited = false;
     for (std::size_t item = 0; item < collections_.size(); ++item) {
-        if (!prepareAndAudit(*collections_[item]))
+        Storage_Collection& collection = *collections_[item];
+        // The audit of another level may have needed this one.
+        if (collection.hasAudited() || Auditable_TryAudit(collection))
+            anyAudited = true;
+        else
             DEBUG_LOG("AgentRMI_GetStorageSystemRunnable::audit failed for item %d\n",
                       static_cast<int>(item));
         if (isToldToTerminate())
             return false;
+    }
+    // A server would take it for a host without any storage.
+    if (!anyAudited) {
+        log("invoke could not audit any level");
+        return false;
     }
     log("invoke success");
     return true;
 }
 
 bool AgentRMI_GetStorageSystemRunnable::preInvokeInit() {
-    for (const Layer& layer : layers) {
-        NX_ObjectCollection* collection = layer.allocate(*gStorageContainer).audited;
+    for (const Storage_Level& level : Storage_Levels) {
+        Storage_Collection* collection = gStorageContainer->allocate(level.type);
         if (collection == nullptr)
             return false;
         collections_.push_back(collection);
     }
-    for (NX_ObjectCollection* collection : collections_) {
+    for (Storage_Collection* collection : collections_) {
         if (!collection->copyAuditParameters(this))
             return false;
         collection->registerAuditFailureHandler(&failures_);
@@ -199,7 +152,7 @@ bool AgentRMI_GetStorageSystemRunnable::serializeResult(xercesc::DOMDocument* do
                       static_cast<int>(item));
     }
     failures_.serialize(document, parent, nullptr);
-    for (NX_ObjectCollection* collection : collections_)
+    for (Storage_Collection* collection : collections_)
         collection->cleanupAfterAudit();
     return true;
 }
@@ -215,7 +168,7 @@ bool AgentRMI_GetHostSummaryRunnable::init() {
 bool AgentRMI_GetHostSummaryRunnable::invoke() {
     if (hostSystem_ == nullptr)
         return fail();
-    if (!prepareAndAudit(*hostSystem_)) {
+    if (!Auditable_TryAudit(*hostSystem_)) {
         hostSystem_->cleanupAfterAudit();
         log("host system audit failed");
         return fail();

@@ -9,8 +9,8 @@
 #include <memory>
 #include <vector>
 
-class NX_ObjectCollection;
-class Storage_Container;
+class Storage_Collection;
+struct Storage_Level;
 
 /// The work of an audit method. Inline: init, invoke, serializeResult into the reply. Queued: run does the
 /// same on a pool thread and delivers the result by a call of the method's name and "Results".
@@ -47,21 +47,12 @@ private:
     bool held_ = false;
 };
 
-/// The layers of the storage stack, in the order in which they are audited together.
-enum AgentRMI_Layer {
-    Layer_PhysicalDrives,
-    Layer_DriveExtents,
-    Layer_ExtentPools,
-    Layer_Plexes,
-    Layer_StorageVolumes,
-    Layer_StorageAssociations
-};
-
-/// Audits one layer and what it needs of those below. Holds the container from its construction to its end,
-/// so the lock covers the audit and the writing of its result.
-class AgentRMI_GetLayerRunnable : public AgentRMI_AuditRunnable {
+/// Audits one level of the storage stack and what it needs of the others. Holds the container from its
+/// construction to its end, so the lock covers the audit and the writing of its result.
+class AgentRMI_GetLevelRunnable : public AgentRMI_AuditRunnable {
 public:
-    explicit AgentRMI_GetLayerRunnable(AgentRMI_Layer layer);
+    /// `level` is a row of Storage_Levels.
+    explicit AgentRMI_GetLevelRunnable(const Storage_Level& level);
 
     bool init() override;
     bool invoke() override;
@@ -72,18 +63,19 @@ public:
 private:
     AgentRMI_ContainerHold hold_;
     System_AuditFailures failures_;
-    const AgentRMI_Layer layer_;
-    NX_ObjectCollection* collection_ = nullptr;
-    std::atomic<Thread_Terminatable*> terminatable_ = nullptr;
+    const Storage_Level& level_;
+    /// Set before the runnable is known to any other thread than the one that made it.
+    Storage_Collection* collection_ = nullptr;
 };
 
-/// Audits all layers. Takes the container only when it runs, and holds it until the result has been
+/// Audits all levels. Takes the container only when it runs, and holds it until the result has been
 /// delivered.
 class AgentRMI_GetStorageSystemRunnable : public AgentRMI_AuditRunnable {
 public:
     AgentRMI_GetStorageSystemRunnable();
 
     bool init() override { return true; }
+    /// A level that fails is delivered as far as it came, unless all fail.
     bool invoke() override;
     bool serializeResult(xercesc::DOMDocument* document, xercesc::DOMElement* parent) override;
 
@@ -93,7 +85,7 @@ private:
 
     AgentRMI_ContainerHold hold_;
     System_AuditFailures failures_;
-    std::vector<NX_ObjectCollection*> collections_;
+    std::vector<Storage_Collection*> collections_;
 };
 
 /// Audits host, operating system and machine. Does not use the container and so never waits for another

@@ -5,9 +5,9 @@
 
 #include <memory>
 
-/// The audit methods: one for the host and one for each layer of the storage stack, which answer with what
-/// they have found, and one for all layers, which is queued and delivers its result by a call. None takes
-/// parameters. Without a class for a layer, or if the audit fails, the method is a general failure.
+/// The audit methods: one for the host and one for each level of the storage stack, which answer with what
+/// they have found, and one for all levels, which is queued and delivers its result by a call. None takes
+/// parameters. An audit that fails is a general failure of its method.
 class AgentRMI_MethodAudit : public AgentRMI_GuidMethod {
 public:
     using AgentRMI_GuidMethod::AgentRMI_GuidMethod;
@@ -22,23 +22,19 @@ private:
     virtual std::unique_ptr<AgentRMI_AuditRunnable> allocateRunnable() const = 0;
 };
 
-template <AgentRMI_Layer layer>
-class AgentRMI_MethodGetLayer : public AgentRMI_MethodAudit {
+class AgentRMI_MethodGetLevel : public AgentRMI_MethodAudit {
 public:
-    using AgentRMI_MethodAudit::AgentRMI_MethodAudit;
+    /// `level` is a row of Storage_Levels.
+    AgentRMI_MethodGetLevel(const AgentRMI_MethodRules& rules, const char* guid, const Storage_Level& level)
+        : AgentRMI_MethodAudit(rules, guid), level_(level) {}
 
 private:
     std::unique_ptr<AgentRMI_AuditRunnable> allocateRunnable() const override {
-        return std::make_unique<AgentRMI_GetLayerRunnable>(layer);
+        return std::make_unique<AgentRMI_GetLevelRunnable>(level_);
     }
-};
 
-using AgentRMI_MethodGetPhysicalDrives = AgentRMI_MethodGetLayer<Layer_PhysicalDrives>;
-using AgentRMI_MethodGetDriveExtents = AgentRMI_MethodGetLayer<Layer_DriveExtents>;
-using AgentRMI_MethodGetExtentPools = AgentRMI_MethodGetLayer<Layer_ExtentPools>;
-using AgentRMI_MethodGetPlexes = AgentRMI_MethodGetLayer<Layer_Plexes>;
-using AgentRMI_MethodGetStorageVolumes = AgentRMI_MethodGetLayer<Layer_StorageVolumes>;
-using AgentRMI_MethodGetStorageAssociations = AgentRMI_MethodGetLayer<Layer_StorageAssociations>;
+    const Storage_Level& level_;
+};
 
 class AgentRMI_MethodGetStorageSystem : public AgentRMI_MethodAudit {
 public:

@@ -7,6 +7,7 @@
 #include "methods/AgentRMI_MethodPingServer.h"
 #include "methods/AgentRMI_MethodSetCallServerWithSSL.h"
 #include "methods/AgentRMI_MethodSetVerboseLog.h"
+#include "storage/Storage_Levels.h"
 
 #include <string_view>
 
@@ -26,23 +27,22 @@ using enum AgentRMI_Identity;
 using enum AgentRMI_Protocols;
 using enum AgentRMI_UserAuthentication;
 
+/// One method for each level of the storage stack stands beside these.
 constexpr Row methods[] = {
     {{"Ping", NotNeeded, PlainAndSSL, No}, make<AgentRMI_MethodPing>},
     {{"PingServer", NotNeeded, PlainAndSSL, No}, make<AgentRMI_MethodPingServer>},
     {{"SetVerboseLog", Required, PlainAndSSL, No}, make<AgentRMI_MethodSetVerboseLog>},
     {{"GetHostSummary", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetHostSummary>},
-    {{"GetStorageAssociations", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetStorageAssociations>},
-    {{"GetDriveExtents", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetDriveExtents>},
-    {{"GetExtentPools", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetExtentPools>},
-    {{"GetPhysicalDrives", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetPhysicalDrives>},
-    {{"GetPlexes", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetPlexes>},
-    {{"GetStorageVolumes", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetStorageVolumes>},
     {{"GetStorageSystem", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetStorageSystem>},
     {{"SubmitAction", Required, SSLOnly, Yes}, make<AgentRMI_MethodSubmitAction>},
     {{"SaveAction", Required, SSLOnly, No}, make<AgentRMI_MethodSaveAction>},
     {{"GetActionScriptList", Required, SSLOnly, Yes}, make<AgentRMI_MethodGetActionScriptList>},
     {{"SetCallServerWithSSL", Required, SSLOnly, No}, make<AgentRMI_MethodSetCallServerWithSSL>},
 };
+
+AgentRMI_MethodRules rulesOf(const Storage_Level& level) {
+    return {level.method, Required, PlainAndSSL, No};
+}
 
 } // namespace
 
@@ -51,6 +51,10 @@ std::unique_ptr<RMI_Method> AgentRMI_MethodFactory::createMethod(const char* nam
     for (const Row& row : methods) {
         if (std::string_view(row.rules.name) == name)
             return row.make(row.rules, guid);
+    }
+    for (const Storage_Level& level : Storage_Levels) {
+        if (std::string_view(level.method) == name)
+            return std::make_unique<AgentRMI_MethodGetLevel>(rulesOf(level), guid, level);
     }
     return nullptr;
 }

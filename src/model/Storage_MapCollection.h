@@ -1,8 +1,10 @@
 #pragma once
 
-#include "model/NX_ObjectCollection.h"
+#include "model/Auditable_TryAudit.h"
+#include "model/Storage_Collection.h"
+#include "model/Storage_Tables.h"
+#include "model/System_Object.h"
 #include "model/XMLSerializable_Element.h"
-#include "threads/Thread_Terminatable.h"
 #include "xml/Xerces_Document.h"
 
 #include <map>
@@ -10,18 +12,22 @@
 #include <string>
 #include <utility>
 
-/// A collection whose members are known by their names: it owns them, a name exists once, and they come out
-/// sorted by name. The collections of the storage levels differ only in their `Shape`: the type `Member`, a
-/// class with getName(), of which the collection holds many; the texts `element` and `memberElement` of the
-/// form; and `allocate`, the factory of members, which may give null.
+/// What became of a member that was to be audited and taken in.
+enum class Storage_Admission { Inserted, AlreadyThere, Failed };
+
+/// The objects of one level by their names: the collection owns them, a name exists once, and they come out
+/// sorted by name.
 ///
-/// Only the Thread_Terminatable side may be touched by another thread than the one that audits.
-template <typename CollectionShape>
-class Storage_MapCollection : public Thread_Terminatable, public NX_ObjectCollection {
+/// The collections differ only in the class of their members, which has a constant `storageType`, in their
+/// own type, and in the factory of members, which gives null when memory is short. The elements of the form
+/// are the rows of Storage_Type_Strings for the two types.
+template <typename MemberClass, System_Object::StorageType collectionType,
+          std::unique_ptr<MemberClass> (*allocateMember)()>
+class Storage_MapCollection : public Storage_Collection {
 public:
-    using Shape = CollectionShape;
-    using Member = typename Shape::Member;
+    using Member = MemberClass;
     using Map = std::map<std::string, std::unique_ptr<Member>, std::less<>>;
+    static constexpr System_Object::StorageType storageType = collectionType;
 
     Map& getMap() { return members_; }
     const Map& getMap() const { return members_; }
@@ -32,6 +38,42 @@ public:
         std::string name = member->getName();
         return members_.try_emplace(std::move(name), std::move(member)).second;
     }
+
+    /// Audits the member and takes it in. One whose name is there already is not audited and goes; one that
+    /// cannot be audited is cleaned up and goes.
+    Storage_Admission auditAndInsert(std::unique_ptr<Member> member) {
+        if (members_.contains(member->getName()))
+            return Storage_Admission::AlreadyThere;
+        if (!Auditable_TryAudit(*member)) {
+            member->cleanupAfterAudit();
+            return Storage_Admission::Failed;
+        }
+        return insert(std::move(member)) ? Storage_Admission::Inserted : Storage_Admission::AlreadyThere;
+    }
+
+    /// The name under which this level, being absent, is present for the object of that name:
+    /// "NULLPlex_/dev/sda1".
+    static std::string placeholderName(const std::string& name) {
+        return std::string("NULL") + Storage_Type_Strings[Member::storageType] + '_' + name;
+    }
+
+    /// A member that stands for this level where `object` has none. It starts as a copy of what the two have
+    /// in common, sizes included. Null when memory is short.
+    static std::unique_ptr<Member> makePlaceholder(const System_Object& object) {
+        std::unique_ptr<Member> placeholder = allocateMember();
+        if (placeholder) {
+            placeholder->System_Object::operator=(object);
+            placeholder->setName(placeholderName(object.getName()).c_str());
+            placeholder->setExistence(Existence_False);
+            placeholder->setPhysicality(Physicality_Logical);
+        }
+        return placeholder;
+    }
+
+    /// Deletes the members. Each collection has a name of its own for this.
+    virtual void deallocateMap() { members_.clear(); }
+
+    bool prepareForAudit() override { return true; }
 
     /// Leaves the collection empty.
     bool cleanupAfterAudit() override {
@@ -53,7 +95,7 @@ public:
     bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
                    xercesc::DOMElement* element) override {
         return XMLSerializable_Attempt([&] {
-            XMLSerializable_Element form(document, element, Shape::element);
+            XMLSerializable_Element form(document, element, Storage_Type_Strings[storageType]);
             for (const auto& entry : members_)
                 if (!entry.second->serialize(document, form.get(), nullptr))
                     return false;
@@ -62,15 +104,13 @@ public:
         });
     }
 
-protected:
-    void deallocateMap() { members_.clear(); }
-
 private:
     bool parseMembers(const xercesc::DOMElement& element) {
-        if (Xerces_TagName(element) != Shape::element)
+        if (Xerces_TagName(element) != Storage_Type_Strings[storageType])
             return false;
-        for (xercesc::DOMElement* child : Xerces_ChildElements(element, Shape::memberElement)) {
-            std::unique_ptr<Member> member = Shape::allocate();
+        for (xercesc::DOMElement* child :
+             Xerces_ChildElements(element, Storage_Type_Strings[Member::storageType])) {
+            std::unique_ptr<Member> member = allocateMember();
             if (!member || !member->parse(child))
                 return false;
             insert(std::move(member));

@@ -29,5 +29,5 @@ public:
     bool validateEncryptionProtocol(Socket_Socket::EncryptionProtocol protocol) override;
 
 private:
-    const AgentRMI_MethodRules& rules_;
+    const AgentRMI_MethodRules rules_;
 };

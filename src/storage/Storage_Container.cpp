@@ -1,5 +1,7 @@
 #include "storage/Storage_Container.h"
 
+#include "log/Debug_Printf.h"
+#include "model/Auditable_TryAudit.h"
 #include "storage/Storage_DriveExtent.h"
 #include "storage/Storage_ExtentPool.h"
 #include "storage/Storage_PhysicalDrive.h"
@@ -11,7 +13,7 @@
 
 std::unique_ptr<Storage_Container> gStorageContainer;
 
-Storage_Container::Storage_Container() = default;
+Storage_Container::Storage_Container(const Storage_LevelList& levels) : levels_(levels) {}
 
 Storage_Container::~Storage_Container() {
     clear();
@@ -31,34 +33,80 @@ void Storage_Container::unlock() {
 }
 
 void Storage_Container::clear() {
-    physicalDrives_.reset();
-    driveExtents_.reset();
-    extentPools_.reset();
-    plexes_.reset();
-    storageVolumes_.reset();
-    storageAssociations_.reset();
+    for (std::unique_ptr<Storage_Collection>& collection : collections_)
+        collection.reset();
+}
+
+Storage_Collection* Storage_Container::get(System_Object::StorageType type) const {
+    return collections_[Storage_LevelIndex(type)].get();
+}
+
+void Storage_Container::set(System_Object::StorageType type, std::unique_ptr<Storage_Collection> collection) {
+    collections_[Storage_LevelIndex(type)] = std::move(collection);
+}
+
+Storage_Collection* Storage_Container::allocate(System_Object::StorageType type) {
+    set(type, levels_[Storage_LevelIndex(type)].allocate());
+    return get(type);
+}
+
+Storage_Collection* Storage_Container::ensure(System_Object::StorageType type) {
+    Storage_Collection* collection = get(type);
+    return collection != nullptr ? collection : allocate(type);
+}
+
+Storage_Collection* Storage_Container::ensureAudited(System_Object::StorageType type, const char* failure) {
+    Storage_Collection* collection = ensure(type);
+    if (collection != nullptr && (collection->hasAudited() || Auditable_TryAudit(*collection)))
+        return collection;
+    DEBUG_LOG("%s", failure);
+    return nullptr;
+}
+
+Storage_PhysicalDrives* Storage_Container::getPhysicalDrives() const {
+    return get<Storage_PhysicalDrives>();
+}
+
+Storage_DriveExtents* Storage_Container::getDriveExtents() const {
+    return get<Storage_DriveExtents>();
+}
+
+Storage_ExtentPools* Storage_Container::getExtentPools() const {
+    return get<Storage_ExtentPools>();
+}
+
+Storage_Plexes* Storage_Container::getPlexes() const {
+    return get<Storage_Plexes>();
+}
+
+Storage_StorageVolumes* Storage_Container::getStorageVolumes() const {
+    return get<Storage_StorageVolumes>();
+}
+
+Storage_StorageAssociations* Storage_Container::getStorageAssociations() const {
+    return get<Storage_StorageAssociations>();
 }
 
 void Storage_Container::setPhysicalDrives(std::unique_ptr<Storage_PhysicalDrives> drives) {
-    physicalDrives_ = std::move(drives);
+    set(Storage_PhysicalDrives::storageType, std::move(drives));
 }
 
 void Storage_Container::setDriveExtents(std::unique_ptr<Storage_DriveExtents> extents) {
-    driveExtents_ = std::move(extents);
+    set(Storage_DriveExtents::storageType, std::move(extents));
 }
 
 void Storage_Container::setExtentPools(std::unique_ptr<Storage_ExtentPools> pools) {
-    extentPools_ = std::move(pools);
+    set(Storage_ExtentPools::storageType, std::move(pools));
 }
 
 void Storage_Container::setPlexes(std::unique_ptr<Storage_Plexes> plexes) {
-    plexes_ = std::move(plexes);
+    set(Storage_Plexes::storageType, std::move(plexes));
 }
 
 void Storage_Container::setStorageVolumes(std::unique_ptr<Storage_StorageVolumes> volumes) {
-    storageVolumes_ = std::move(volumes);
+    set(Storage_StorageVolumes::storageType, std::move(volumes));
 }
 
 void Storage_Container::setStorageAssociations(std::unique_ptr<Storage_StorageAssociations> associations) {
-    storageAssociations_ = std::move(associations);
+    set(Storage_StorageAssociations::storageType, std::move(associations));
 }

@@ -2,63 +2,72 @@
 
 #include "storage/Storage_DriveExtent.h"
 #include "storage/Storage_ExtentPool.h"
+#include "storage/Storage_Levels.h"
 #include "storage/Storage_PhysicalDrive.h"
 #include "storage/Storage_Plex.h"
 #include "storage/Storage_StorageAssociations.h"
 #include "storage/Storage_StorageVolume.h"
 
-/// Entries are System_Allocate<Storage_Plex, Storage_PlexLinux> and the like.
-Storage_Levels gStorageLevels = {};
-
 namespace {
 
-template <typename Object>
-std::unique_ptr<Object> allocate(Storage_Allocator<Object> allocator) {
-    return allocator != nullptr ? allocator() : nullptr;
+template <typename Object, typename Base>
+std::unique_ptr<Object> as(std::unique_ptr<Base> object) {
+    return std::unique_ptr<Object>(static_cast<Object*>(object.release()));
+}
+
+template <typename Collection>
+std::unique_ptr<Collection> collection() {
+    return as<Collection>(Storage_Levels[Storage_LevelIndex(Collection::storageType)].allocate());
+}
+
+template <typename Collection>
+std::unique_ptr<typename Collection::Member> memberOf() {
+    return as<typename Collection::Member>(
+        Storage_Levels[Storage_LevelIndex(Collection::storageType)].allocateMember());
 }
 
 } // namespace
 
 std::unique_ptr<Storage_PhysicalDrives> Storage_FactoryAllocatePhysicalDrives() {
-    return allocate(gStorageLevels.physicalDrives);
+    return collection<Storage_PhysicalDrives>();
 }
 
 std::unique_ptr<Storage_PhysicalDrive> Storage_FactoryAllocatePhysicalDrive() {
-    return allocate(gStorageLevels.physicalDrive);
+    return memberOf<Storage_PhysicalDrives>();
 }
 
 std::unique_ptr<Storage_DriveExtents> Storage_FactoryAllocateDriveExtents() {
-    return allocate(gStorageLevels.driveExtents);
+    return collection<Storage_DriveExtents>();
 }
 
 std::unique_ptr<Storage_DriveExtent> Storage_FactoryAllocateDriveExtent() {
-    return allocate(gStorageLevels.driveExtent);
+    return memberOf<Storage_DriveExtents>();
 }
 
 std::unique_ptr<Storage_ExtentPools> Storage_FactoryAllocateExtentPools() {
-    return allocate(gStorageLevels.extentPools);
+    return collection<Storage_ExtentPools>();
 }
 
 std::unique_ptr<Storage_ExtentPool> Storage_FactoryAllocateExtentPool() {
-    return allocate(gStorageLevels.extentPool);
+    return memberOf<Storage_ExtentPools>();
 }
 
 std::unique_ptr<Storage_Plexes> Storage_FactoryAllocatePlexes() {
-    return allocate(gStorageLevels.plexes);
+    return collection<Storage_Plexes>();
 }
 
 std::unique_ptr<Storage_Plex> Storage_FactoryAllocatePlex() {
-    return allocate(gStorageLevels.plex);
+    return memberOf<Storage_Plexes>();
 }
 
 std::unique_ptr<Storage_StorageVolumes> Storage_FactoryAllocateStorageVolumes() {
-    return allocate(gStorageLevels.storageVolumes);
+    return collection<Storage_StorageVolumes>();
 }
 
 std::unique_ptr<Storage_StorageVolume> Storage_FactoryAllocateStorageVolume() {
-    return allocate(gStorageLevels.storageVolume);
+    return memberOf<Storage_StorageVolumes>();
 }
 
 std::unique_ptr<Storage_StorageAssociations> Storage_FactoryAllocateStorageAssociations() {
-    return allocate(gStorageLevels.storageAssociations);
+    return collection<Storage_StorageAssociations>();
 }

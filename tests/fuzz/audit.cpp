@@ -1,9 +1,7 @@
 #include "audit/Storage_HostSystem.h"
 #include "audit/System_HostText.h"
-#include "model/System_Allocate.h"
 #include "storage/Storage_CheckVersion.h"
-#include "storage/Storage_DriveExtent.h"
-#include "storage/Storage_Factory.h"
+#include "storage/Storage_Levels.h"
 #include "xml/Xerces_Document.h"
 #include "xml/Xerces_Layer.h"
 
@@ -13,17 +11,6 @@
 #include <string>
 
 namespace {
-
-class Extent : public Storage_DriveExtent {
-public:
-    using Storage_DriveExtent::operator=;
-    bool audit() override { return false; }
-};
-
-class Extents : public Storage_DriveExtents {
-public:
-    bool audit() override { return false; }
-};
 
 void require(bool holds) {
     if (!holds)
@@ -55,9 +42,8 @@ void checkForms(const std::string& text) {
     xercesc::DOMElement* root = Xerces_Root(*document);
     checkRoundTrip(*Storage_FactoryAllocateHostSystem(), *Storage_FactoryAllocateHostSystem(), root);
     checkRoundTrip(*Storage_FactoryAllocateShare(), *Storage_FactoryAllocateShare(), root);
-    Extents first;
-    Extents second;
-    checkRoundTrip(first, second, root);
+    for (const Storage_Level& level : Storage_Levels)
+        checkRoundTrip(*level.allocate(), *level.allocate(), root);
     Storage_FactoryAllocateShare()->parseElements(root);
 }
 
@@ -75,7 +61,6 @@ void checkHostText(const std::string& text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const bool initialized = Xerces_LayerInit();
     require(initialized);
-    gStorageLevels.driveExtent = System_Allocate<Storage_DriveExtent, Extent>;
     const std::string text(reinterpret_cast<const char*>(data), size);
     checkForms(text);
     checkHostText(text);

@@ -14,7 +14,7 @@ from harness import agent as agent_module
 from harness.envelope import FAILED, INVALID_UUID, SUCCESS
 from harness.tree import environment
 
-LAYERS = (
+LEVELS = (
     "GetPhysicalDrives",
     "GetDriveExtents",
     "GetExtentPools",
@@ -133,23 +133,24 @@ def test_time_zone(start, monkeypatch):
 
 def test_audits_need_the_identity_and_no_parameters(agent):
     summary(agent)
-    for method in ("GetHostSummary", "GetStorageSystem", *LAYERS):
+    for method in ("GetHostSummary", "GetStorageSystem", *LEVELS):
         assert agent.call(method, uuid="other").outcome == INVALID_UUID
         answer = agent.call(method, "<a/>", uuid="id")
         assert answer.outcome == TOO_MANY and not answer.children
 
 
-def test_without_a_class_for_its_layer_an_audit_fails(start, server):
+def test_a_level_that_cannot_be_audited_fails(start, server):
     """And leaves the container to the next one; what is queued is accepted, and delivers nothing."""
     agent = start(server=server)
     for _ in range(2):
-        for method in LAYERS:
+        for method in LEVELS:
             answer = agent.call(method, uuid="id")
             assert answer.outcome == FAILED and not answer.children, method
         answer = agent.call("GetStorageSystem", uuid="id")
         assert answer.outcome == SUCCESS and not answer.children
     agent.wait_log("AgentRMI_GetStorageSystemRunnable::invoke failure\n", 2)
-    assert agent.log().count("AgentRMI_GetStorageSystemRunnable::invoke could not init the storage container object\n") == 2
+    for line in ("invoke could not audit any level", "audit failed for item 5"):
+        assert agent.log().count(f"AgentRMI_GetStorageSystemRunnable::{line}\n") == 2
     assert agent.stop() == 0
     assert [call.method for call in server.calls] == ["GetSSLState"]
 
@@ -177,7 +178,7 @@ def test_a_host_whose_tools_are_slow_holds_up_only_who_asked(start, tools):
     assert agent.stop() == 0
 
 
-def test_qdvctl_shows_the_host_and_asks_for_layers(stage, agent):
+def test_qdvctl_shows_the_host_and_asks_for_levels(stage, agent):
     def ctl(*arguments):
         command = [str(stage / "bin" / "qdvctl"), *arguments, "--agent", f"127.0.0.1:{agent.port}", "--uuid", "id"]
         done = subprocess.run(command, capture_output=True, env=environment(), timeout=limit(30), text=True)

@@ -1,4 +1,5 @@
 #include "qdvctl/Ctl_AgentCommand.h"
+#include "storage/Storage_Levels.h"
 
 #include <CLI/CLI.hpp>
 
@@ -8,24 +9,30 @@
 
 namespace {
 
-const std::map<std::string, std::string> methodsByLayer = {
-    {"drives", "GetPhysicalDrives"},  {"extents", "GetDriveExtents"},
-    {"pools", "GetExtentPools"},      {"plexes", "GetPlexes"},
-    {"volumes", "GetStorageVolumes"}, {"associations", "GetStorageAssociations"},
-    {"all", "GetStorageSystem"},
-};
+/// What can be audited, with the method for it.
+std::map<std::string, std::string> audits() {
+    std::map<std::string, std::string> methods = {{"all", "GetStorageSystem"}};
+    for (const Storage_Level& level : Storage_Levels)
+        methods.emplace(level.word, level.method);
+    return methods;
+}
+
+std::string words() {
+    std::string text;
+    for (const Storage_Level& level : Storage_Levels)
+        text += level.word + std::string(", ");
+    return text + "or all";
+}
 
 } // namespace
 
 void Ctl_AddAudit(CLI::App& app, Ctl_Action& chosen) {
     CLI::App* command = app.add_subcommand(
-        "audit", "Have the agent audit a layer of its storage; all layers together go to its server");
-    const auto layer = std::make_shared<std::string>();
-    command->add_option("layer", *layer, "drives, extents, pools, plexes, volumes, associations, or all")
-        ->type_name("")
-        ->required()
-        ->check(CLI::IsMember(&methodsByLayer));
+        "audit", "Have the agent audit a level of its storage; all levels together go to its server");
+    const auto methods = audits();
+    const auto word = std::make_shared<std::string>();
+    command->add_option("level", *word, words())->type_name("")->required()->check(CLI::IsMember(methods));
     Ctl_MakeAgentCommand(
         *command, std::make_shared<Ctl_AgentOptions>(),
-        [layer] { return Ctl_RequestFor(methodsByLayer.at(*layer)); }, chosen);
+        [methods, word] { return Ctl_RequestFor(methods.at(*word)); }, chosen);
 }

@@ -1,5 +1,4 @@
 #include "config/AgentConfig_Configuration.h"
-#include "host/System_Command.h"
 #include "methods/AgentRMI_AuditRunnable.h"
 #include "methods/AgentRMI_HandOver.h"
 #include "methods/AgentRMI_MethodFactory.h"
@@ -10,16 +9,16 @@
 #include "rmi/RMI_Exchange.h"
 #include "rmi/RMI_MethodException.h"
 #include "storage/Storage_Container.h"
-#include "storage/Storage_TestLevels.h"
+#include "storage/Storage_Played.h"
 #include "threads/Thread_Pool.h"
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <future>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -72,39 +71,6 @@ private:
     std::atomic<bool> opened_ = false;
 };
 
-/// What the collections of a test do. Set before work is handed over; the container's lock keeps audits
-/// apart.
-struct Play {
-    Events events;
-    std::function<bool(const std::string& layer, NX_ObjectCollection& collection)> audit =
-        [](const std::string&, NX_ObjectCollection&) { return true; };
-    std::function<bool(const std::string& layer)> serialize = [](const std::string&) { return true; };
-};
-Play* play = nullptr;
-
-/// Finds one item, and one that fails.
-template <typename Base>
-class PlayedCollection : public TestCollection<Base> {
-public:
-    bool audit() override {
-        const std::string layer = Base::Shape::element;
-        play->events.note("audit " + layer);
-        auto member = std::make_unique<TestObject<typename Base::Member>>();
-        member->setName("item");
-        this->insert(std::move(member));
-        this->recordFailure("bad " + layer, System_Object::Plex);
-        return play->audit(layer, *this);
-    }
-    bool cleanupAfterAudit() override {
-        play->events.note(std::string("cleanup ") + Base::Shape::element);
-        return TestCollection<Base>::cleanupAfterAudit();
-    }
-    bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                   xercesc::DOMElement* element) override {
-        return play->serialize(Base::Shape::element) && Base::serialize(document, parent, element);
-    }
-};
-
 const std::string good = envelope("<Response response='success'/>");
 
 /// A form's body as the text that was put in.
@@ -150,16 +116,11 @@ protected:
     void SetUp() override {
         WithIdentities::SetUp();
         play = &play_;
-        gStorageLevels.physicalDrives =
-            System_Allocate<Storage_PhysicalDrives, PlayedCollection<Storage_PhysicalDrives>>;
-        gStorageLevels.driveExtents =
-            System_Allocate<Storage_DriveExtents, PlayedCollection<Storage_DriveExtents>>;
-        gStorageLevels.extentPools =
-            System_Allocate<Storage_ExtentPools, PlayedCollection<Storage_ExtentPools>>;
-        gStorageLevels.plexes = System_Allocate<Storage_Plexes, PlayedCollection<Storage_Plexes>>;
-        gStorageLevels.storageVolumes =
-            System_Allocate<Storage_StorageVolumes, PlayedCollection<Storage_StorageVolumes>>;
-        gStorageContainer = std::make_unique<Storage_Container>();
+        play_.note = [this](const std::string& event) {
+            if (!event.starts_with("delete"))
+                events_.note(event);
+        };
+        gStorageContainer = std::make_unique<Storage_Container>(Storage_PlayedLevels);
         gAgentConfig = std::make_unique<Config_File<AgentConfig_Configuration>>();
         gCallServerWithSSL = false;
         startManager();
@@ -168,6 +129,7 @@ protected:
         stopManager();
         gGenericRMIAsynchMgr.reset();
         gStorageContainer.reset();
+        play = nullptr;
         gAgentConfig.reset();
         gCallServerWithSSL = true;
         WithIdentities::TearDown();
@@ -194,15 +156,15 @@ protected:
         gAgentConfig->getConfig()->setServerURI("/here");
     }
 
-    Play play_;
-    TestLevels levels_;
+    Events events_;
+    Storage_Play play_;
 };
 
-TEST_F(Audits, ALayerAnswersWithItsCollectionAndThenItsFailures) {
+TEST_F(Audits, ALevelAnswersWithItsCollectionAndThenItsFailures) {
     ASSERT_EQ(send("GetPhysicalDrives").outcome(), "success|success");
     ASSERT_NE(gStorageContainer->getPhysicalDrives(), nullptr);
     std::string parameters;
-    play_.audit = [&](const std::string&, NX_ObjectCollection& collection) {
+    play_.audit = [&](const std::string&, Storage_Collection& collection) {
         for (const char* key : {"hostTarget", "snmpCommunity", "snmpPort", "serviceUid", "serviceGid",
                                 "fsType", "userName", "userPassword", "vsamName"}) {
             const char* value = collection.getAuditParameterValue(key);
@@ -225,69 +187,50 @@ TEST_F(Audits, ALayerAnswersWithItsCollectionAndThenItsFailures) {
     EXPECT_TRUE(gStorageContainer->getPlexes()->getMap().empty());
 }
 
-TEST_F(Audits, AFailedLayerIsAGeneralFailureAndLeavesTheContainerFree) {
-    play_.audit = [](const std::string& layer, NX_ObjectCollection&) { return layer == "ExtentPools"; };
+TEST_F(Audits, AFailedLevelIsAGeneralFailureAndLeavesTheContainerFree) {
+    play_.audit = [](const std::string& level, Storage_Collection&) { return level == "ExtentPools"; };
     play_.serialize = [](const std::string&) { return false; };
     for (const char* method : {"GetStorageVolumes", "GetExtentPools", "GetStorageAssociations"}) {
         const Reply reply = send(method);
         EXPECT_EQ(reply.outcome(), "error|") << method;
         EXPECT_EQ(namesBelow(reply.text, "Response"), "") << method;
     }
-    const std::vector<std::string> expected{"audit StorageVolumes", "cleanup StorageVolumes",
-                                            "audit ExtentPools", "cleanup ExtentPools"};
-    EXPECT_EQ(play_.events.all(), expected);
-
-    gStorageLevels = {};
-    for (const char* method : {"GetPhysicalDrives", "GetDriveExtents", "GetExtentPools", "GetPlexes",
-                               "GetStorageVolumes", "GetStorageAssociations"})
-        EXPECT_EQ(send(method).outcome(), "error|") << method;
-    EXPECT_EQ(play_.events.all(), expected);
+    const std::vector<std::string> expected{"audit StorageVolumes",      "cleanup StorageVolumes",
+                                            "audit ExtentPools",         "cleanup ExtentPools",
+                                            "audit StorageAssociations", "cleanup StorageAssociations"};
+    EXPECT_EQ(events_.all(), expected);
 }
 
-TEST_F(Audits, ParametersAreRefusedBeforeAnythingIsTouched) {
-    ASSERT_EQ(send("GetDriveExtents").outcome(), "success|success");
-    const std::vector<std::string> before = play_.events.all();
-    for (const char* method :
-         {"GetPhysicalDrives", "GetDriveExtents", "GetExtentPools", "GetPlexes", "GetStorageVolumes",
-          "GetStorageAssociations", "GetStorageSystem", "GetHostSummary"})
-        EXPECT_EQ(send(method, "<a/>").outcome(), "too many parameters|") << method;
-    stopManager();
-    EXPECT_EQ(play_.events.all(), before);
-    EXPECT_NE(gStorageContainer->getDriveExtents(), nullptr);
-}
-
-TEST_F(Audits, ALayerToldToTerminateStopsItsCollection) {
-    AgentRMI_GetLayerRunnable runnable(Layer_Plexes);
+TEST_F(Audits, ALevelToldToTerminateStopsItsCollection) {
+    AgentRMI_GetLevelRunnable runnable(Storage_Levels[Storage_LevelIndex(System_Object::Plexes)]);
     EXPECT_FALSE(runnable.invoke()) << "there is no collection before init";
     ASSERT_TRUE(runnable.init());
-    bool terminate = true;
-    EXPECT_TRUE(gStorageContainer->getPlexes()->isTerminateSet(terminate));
-    EXPECT_FALSE(terminate);
     EXPECT_TRUE(runnable.setToTerminate());
+    bool terminate = false;
     EXPECT_TRUE(gStorageContainer->getPlexes()->isTerminateSet(terminate));
     EXPECT_TRUE(terminate);
     EXPECT_FALSE(runnable.invoke());
-    EXPECT_EQ(play_.events.all(), std::vector<std::string>{"audit Plexes"}) << "and nothing is cleaned up";
+    EXPECT_EQ(events_.all(), std::vector<std::string>{"audit Plexes"}) << "and nothing is cleaned up";
 }
 
 TEST_F(Audits, TheContainerIsHeldUntilTheResultIsWritten) {
     std::future<std::string> second;
-    play_.audit = [&](const std::string& layer, NX_ObjectCollection&) {
-        if (layer == "Plexes")
+    play_.audit = [&](const std::string& level, Storage_Collection&) {
+        if (level == "Plexes")
             second = sendInBackground("GetExtentPools");
         return true;
     };
-    play_.serialize = [&](const std::string& layer) {
-        EXPECT_EQ(layer == "Plexes" && play_.events.await("audit ExtentPools", aMoment), false);
+    play_.serialize = [&](const std::string& level) {
+        EXPECT_EQ(level == "Plexes" && events_.await("audit ExtentPools", aMoment), false);
         return true;
     };
     EXPECT_EQ(send("GetPlexes").outcome(), "success|success");
     EXPECT_EQ(second.get(), "success|success");
-    EXPECT_EQ(play_.events.all(), (std::vector<std::string>{"audit Plexes", "cleanup Plexes",
-                                                            "audit ExtentPools", "cleanup ExtentPools"}));
+    EXPECT_EQ(events_.all(), (std::vector<std::string>{"audit Plexes", "cleanup Plexes", "audit ExtentPools",
+                                                       "cleanup ExtentPools"}));
 }
 
-TEST_F(Audits, AllLayersAreDeliveredByOneCallThatHoldsTheContainer) {
+TEST_F(Audits, AllLevelsAreDeliveredByOneCallThatHoldsTheContainer) {
     // The server takes the result; refuses it; fails. Nothing but its own log tells them apart on the agent.
     const std::string replies[] = {good, envelope("<Response response='error'/>"), ""};
     for (const std::string& reply : replies) {
@@ -303,7 +246,13 @@ TEST_F(Audits, AllLayersAreDeliveredByOneCallThatHoldsTheContainer) {
                                   HTTP_CONTENT_TYPE_TEXT_XML, reply.c_str(), static_cast<int>(reply.size()));
         });
         callServerAt(server);
-        play_.audit = [](const std::string& layer, NX_ObjectCollection&) { return layer != "DriveExtents"; };
+        play_.audit = [](const std::string& level, Storage_Collection&) {
+            if (level == "DriveExtents")
+                throw std::runtime_error("a fault");
+            if (level == "PhysicalDrives")
+                gStorageContainer->getStorageVolumes()->setAudited();
+            return level != "ExtentPools";
+        };
         send("Ping", "", "uuid='alphas' hostTarget='alpha'");
         const Reply accepted = send("GetStorageSystem", "", "uuid='alphas' hostTarget='alpha'");
         EXPECT_EQ(accepted.outcome(), "success|success");
@@ -316,7 +265,8 @@ TEST_F(Audits, AllLayersAreDeliveredByOneCallThatHoldsTheContainer) {
                   std::string::npos)
             << request;
         EXPECT_EQ(namesBelow(request, "Method"),
-                  "PhysicalDrives1 DriveExtents1 ExtentPools1 Plexes1 StorageVolumes1 AuditFailedItems5 ");
+                  "PhysicalDrives1 DriveExtents1 ExtentPools1 Plexes1 StorageVolumes0 StorageAssociations6 "
+                  "AuditFailedItems5 ");
 
         std::future<std::string> next = sendInBackground("GetPlexes");
         EXPECT_EQ(next.wait_for(aMoment), std::future_status::timeout) << "the call is not over yet";
@@ -324,11 +274,10 @@ TEST_F(Audits, AllLayersAreDeliveredByOneCallThatHoldsTheContainer) {
         ASSERT_EQ(next.wait_for(patience), std::future_status::ready);
         EXPECT_EQ(next.get(), "success|success");
     }
-    const std::vector<std::string> events = play_.events.all();
-    EXPECT_EQ(std::count(events.begin(), events.end(), "audit StorageVolumes"), 3);
+    EXPECT_FALSE(events_.await("audit StorageVolumes", 0ms)) << "another level has seen to it";
 }
 
-TEST_F(Audits, AStopEndsTheAuditBetweenTwoLayersAndRunsNothingThatWaits) {
+TEST_F(Audits, AStopEndsTheAuditBetweenTwoLevelsAndRunsNothingThatWaits) {
     std::atomic<int> posts = 0;
     const TestServer server([&](HTTP_File& file) {
         ++posts;
@@ -337,18 +286,17 @@ TEST_F(Audits, AStopEndsTheAuditBetweenTwoLayersAndRunsNothingThatWaits) {
     });
     callServerAt(server);
     Gate goOn;
-    play_.audit = [&](const std::string& layer, NX_ObjectCollection&) {
-        if (layer == "DriveExtents")
+    play_.audit = [&](const std::string& level, Storage_Collection&) {
+        if (level == "DriveExtents")
             goOn.pass();
         return true;
     };
     // One at work, one that waits for the container, two in the queue.
     for (int job = 0; job < 4; ++job)
         ASSERT_EQ(send("GetStorageSystem").outcome(), "success|success");
-    ASSERT_TRUE(play_.events.await("audit DriveExtents"));
-    EXPECT_FALSE(play_.events.await("audit PhysicalDrives", aMoment, 2)) << "storage requests take turns";
+    ASSERT_TRUE(events_.await("audit DriveExtents"));
+    EXPECT_FALSE(events_.await("audit PhysicalDrives", aMoment, 2)) << "storage requests take turns";
 
-    const System_CommandRunnerScope host([](const std::string&) { return std::string("said\n"); });
     std::future<std::string> summary = sendInBackground("GetHostSummary");
     ASSERT_EQ(summary.wait_for(patience), std::future_status::ready) << "a host summary waits for nobody";
     EXPECT_EQ(summary.get(), "success|success");
@@ -359,8 +307,8 @@ TEST_F(Audits, AStopEndsTheAuditBetweenTwoLayersAndRunsNothingThatWaits) {
     EXPECT_EQ(send("GetStorageSystem").outcome(), "error|");
     goOn.open();
     stopManager();
-    std::vector<std::string> events = play_.events.all();
-    // The second job may have come to the container before the stop; if so its first layer is its last.
+    std::vector<std::string> events = events_.all();
+    // The second job may have come to the container before the stop; if so its first level is its last.
     if (events.size() == 3) {
         EXPECT_EQ(events.back(), "audit PhysicalDrives");
         events.pop_back();
@@ -426,29 +374,6 @@ TEST(HandOver, WorkThatIsNotTakenIsDeletedAndTheReasonTold) {
         manager->shutdown(stillRunning, attempt, false);
     }
     EXPECT_EQ(alive, 0);
-}
-
-TEST_F(Audits, TheSSLSettingIsChangedOnlyByAWellFormedCall) {
-    struct Case {
-        const char* parameters;
-        bool accepted;
-        bool becomes;
-    };
-    const std::string refused = "error|Malformed SetCallServerWithSSL RMI";
-    for (const bool before : {false, true}) {
-        for (const Case& one :
-             {Case{"<x>true</x>", true, true}, Case{"t<!-- c --><any>false</any>", true, false},
-              Case{"<x>true</x><y>false</y>", true, false}, Case{"", false, before},
-              Case{"text", false, before}, Case{"<x/>", false, before}, Case{"<x>TRUE</x>", false, before},
-              Case{"<x> true</x>", false, before}, Case{"<x><y>true</y></x>", false, before},
-              Case{"<x>true</x><x>1</x>", false, before}, Case{"<x>false</x><x/>", false, before}}) {
-            gCallServerWithSSL = before;
-            EXPECT_EQ(send("SetCallServerWithSSL", one.parameters).outcome(),
-                      one.accepted ? "success|success" : refused)
-                << one.parameters;
-            EXPECT_EQ(gCallServerWithSSL, one.becomes) << one.parameters;
-        }
-    }
 }
 
 } // namespace

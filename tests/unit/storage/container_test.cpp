@@ -1,88 +1,77 @@
+#include "model/Audit_Log.h"
 #include "storage/Storage_Container.h"
-#include "storage/Storage_TestLevels.h"
+#include "storage/Storage_Played.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
+#include <stdexcept>
+#include <vector>
 
 namespace {
 
-using Names = std::vector<std::string>;
-
-void fill(Storage_Container& container) {
-    container.setStorageAssociations(Storage_FactoryAllocateStorageAssociations());
-    container.setStorageVolumes(Storage_FactoryAllocateStorageVolumes());
-    container.setPlexes(Storage_FactoryAllocatePlexes());
-    container.setExtentPools(Storage_FactoryAllocateExtentPools());
-    container.setDriveExtents(Storage_FactoryAllocateDriveExtents());
-    container.setPhysicalDrives(Storage_FactoryAllocatePhysicalDrives());
-}
-
 class Container : public testing::Test {
 protected:
-    void SetUp() override { deletedCollections.clear(); }
-    const Names all{"PhysicalDrives", "DriveExtents",   "ExtentPools",
-                    "Plexes",         "StorageVolumes", "StorageAssociations"};
-    TestLevels levels;
+    void SetUp() override {
+        play = &play_;
+        play_.note = [this](const std::string& event) { events_.push_back(event); };
+    }
+    void TearDown() override { play = nullptr; }
+
+    std::vector<std::string> events_;
+    Storage_Play play_;
 };
 
-TEST_F(Container, ClearsFromTheDrivesUp) {
-    Storage_Container container;
-    container.clear();
-    fill(container);
-    EXPECT_NE(nullptr, container.getPhysicalDrives());
-    EXPECT_NE(nullptr, container.getDriveExtents());
-    EXPECT_NE(nullptr, container.getExtentPools());
-    EXPECT_NE(nullptr, container.getPlexes());
-    EXPECT_NE(nullptr, container.getStorageVolumes());
-    EXPECT_NE(nullptr, container.getStorageAssociations());
-    container.clear();
-    EXPECT_EQ(all, deletedCollections);
-    EXPECT_EQ(nullptr, container.getPhysicalDrives());
-    EXPECT_EQ(nullptr, container.getDriveExtents());
-    EXPECT_EQ(nullptr, container.getExtentPools());
-    EXPECT_EQ(nullptr, container.getPlexes());
-    EXPECT_EQ(nullptr, container.getStorageVolumes());
-    EXPECT_EQ(nullptr, container.getStorageAssociations());
-    container.clear();
-    EXPECT_EQ(all.size(), deletedCollections.size());
-}
-
-TEST_F(Container, ClearsWhenItGoesEvenLocked) {
-    {
-        Storage_Container container;
-        fill(container);
-        ASSERT_TRUE(container.lock());
+TEST_F(Container, ClearsFromTheDrivesUpEvenWhenItGoesLocked) {
+    std::vector<std::string> all;
+    for (const char* level :
+         {"PhysicalDrives", "DriveExtents", "ExtentPools", "Plexes", "StorageVolumes", "StorageAssociations"})
+        all.push_back(std::string("delete ") + level);
+    for (const bool goes : {false, true}) {
+        events_.clear();
+        auto container = std::make_unique<Storage_Container>(Storage_PlayedLevels);
+        container->clear();
+        for (auto level = Storage_Levels.rbegin(); level != Storage_Levels.rend(); ++level)
+            EXPECT_NE(container->allocate(level->type), nullptr);
+        ASSERT_TRUE(container->lock());
+        if (goes)
+            container.reset();
+        else
+            container->clear();
+        EXPECT_EQ(events_, all);
     }
-    EXPECT_EQ(all, deletedCollections);
 }
 
-TEST_F(Container, StoresWhatTheFactoryGivesEvenNothing) {
-    gStorageLevels.plexes = nullptr;
-    Storage_Container container;
-    container.setPlexes(Storage_FactoryAllocatePlexes());
-    EXPECT_EQ(nullptr, container.getPlexes());
-}
+TEST_F(Container, AuditsALevelThatIsNeededUntilItIsAudited) {
+    const char* const message = "Some_Level::audit: failed to audit plexes\n";
+    Storage_Container container(Storage_PlayedLevels);
+    const Audit_Log log;
+    play_.audit = [](const std::string&, Storage_Collection&) -> bool {
+        throw std::runtime_error("a fault");
+    };
+    EXPECT_EQ(container.ensureAudited<Storage_Plexes>(message), nullptr);
+    Storage_Plexes* plexes = container.getPlexes();
+    ASSERT_NE(plexes, nullptr) << "made, and kept with what was found";
+    EXPECT_EQ(plexes->getMap().size(), 1u);
+    play_.audit = [](const std::string&, Storage_Collection&) { return false; };
+    EXPECT_EQ(container.ensureAudited<Storage_Plexes>(message), nullptr);
+    EXPECT_EQ(log.messages(), std::string(message) + message);
+    play_.audit = [](const std::string&, Storage_Collection& collection) {
+        collection.setAudited();
+        return true;
+    };
+    for (int round = 0; round < 2; ++round)
+        EXPECT_EQ(container.ensureAudited<Storage_Plexes>(message), plexes);
+    EXPECT_EQ(events_, std::vector<std::string>(3, "audit Plexes"));
+    const auto* links = container.ensure<Storage_StorageAssociations>();
+    EXPECT_NE(links, nullptr);
+    EXPECT_EQ(container.getStorageAssociations(), links);
+    EXPECT_EQ(events_.size(), 3u) << "links are made without an audit";
 
-TEST_F(Container, MakesRequestsTakeTurns) {
-    Storage_Container container;
-    container.unlock();
-    ASSERT_TRUE(container.lock());
-    std::atomic<bool> second = false;
-    std::thread request([&] {
-        EXPECT_TRUE(container.lock());
-        second = true;
-        EXPECT_EQ(nullptr, container.getPlexes());
-        container.unlock();
-    });
-    fill(container);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(second);
-    container.clear();
-    container.unlock();
-    request.join();
-    EXPECT_TRUE(second);
+    Storage_LevelList none = Storage_Levels;
+    none[Storage_LevelIndex(System_Object::Plexes)].allocate = []() noexcept {
+        return std::unique_ptr<Storage_Collection>();
+    };
+    EXPECT_EQ(Storage_Container(none).ensureAudited<Storage_Plexes>(message), nullptr);
 }
 
 } // namespace
