@@ -1,5 +1,6 @@
 #include "agent/Agent_CommandLine.h"
 
+#include "base/Agent_Version.h"
 #include "log/Debug_Printf.h"
 
 #include <cstdio>
@@ -11,11 +12,7 @@ bool gDisplayHelp = false;
 bool gDisplayHelpUnrecognized = false;
 bool gDeleteConfig = false;
 
-const char* const Agent_BuildNumber = "421";
-
 namespace {
-
-constexpr const char* versionNumber = "2.1.1";
 
 struct Flag {
     const char* name;
@@ -63,5 +60,5 @@ void Agent_DisplayHelp(bool unrecognized) {
 }
 
 void Agent_DisplayVersion() {
-    std::printf("\nQDVAgent, version %s build x%s\n%s", versionNumber, Agent_BuildNumber, "");
+    std::printf("\nQDVAgent, version %s build x%s\n%s", Agent_Version, Agent_BuildNumber, "");
 }

@@ -15,5 +15,3 @@ bool Agent_ParseCommandLine(int argc, char* argv[]);
 void Agent_DisplayHelp(bool unrecognized);
 /// Prints version and build number to standard output.
 void Agent_DisplayVersion();
-
-extern const char* const Agent_BuildNumber;

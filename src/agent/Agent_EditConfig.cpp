@@ -1,5 +1,6 @@
 #include "agent/Agent_EditConfig.h"
 
+#include "base/Layer_Guard.h"
 #include "config/AgentConfig_Configuration.h"
 #include "config/AgentConfig_Globals.h"
 #include "config/Config_File.h"
@@ -11,13 +12,6 @@ namespace {
 constexpr const char* cannotFind = "Agent: Fatal error trying to find the agent configuration file\n";
 constexpr const char* cannotRead = "Agent: Fatal error trying to parse the agent configuration file\n";
 constexpr const char* cannotWrite = "Agent: Fatal error writting agent configuration file\n";
-
-struct LayerGuard {
-    LayerGuard() = default;
-    ~LayerGuard() { Xerces_LayerCleanup(); }
-    LayerGuard(const LayerGuard&) = delete;
-    LayerGuard& operator=(const LayerGuard&) = delete;
-};
 
 /// False if the operation threw, which is logged.
 template <typename Operation>
@@ -59,11 +53,11 @@ bool editFile(Config_File<AgentConfig_Configuration>& file) {
 } // namespace
 
 bool Agent_EditConfig() {
-    if (!Xerces_LayerInit()) {
+    Layer_Guard layer;
+    if (!layer.bringUp(Xerces_LayerInit, Xerces_LayerCleanup)) {
         DEBUG_LOG("Agent: XML layer initialization failed\n");
         return false;
     }
-    const LayerGuard layer;
     gAgentConfig->setFilename("agent.conf");
     gAgentConfig->setPathname(gPathToExec + "/../conf");
     return editFile(*gAgentConfig);

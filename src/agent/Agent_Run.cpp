@@ -4,6 +4,7 @@
 #include "agent/Agent_CommandLine.h"
 #include "agent/Agent_Signals.h"
 #include "audit/System_Layer.h"
+#include "base/Layer_Guard.h"
 #include "calls/AgentRMI_MethodCallServer.h"
 #include "config/AgentConfig_Configuration.h"
 #include "config/AgentConfig_Globals.h"
@@ -32,18 +33,6 @@ Thread_Semaphore gShutdownSemaphore;
 namespace {
 
 constexpr unsigned httpWorkers = 5;
-
-/// Takes a layer down when it goes, if it came up.
-class LayerGuard {
-public:
-    explicit LayerGuard(void (*cleanup)()) : cleanup_(cleanup) {}
-    ~LayerGuard() { cleanup_(); }
-    LayerGuard(const LayerGuard&) = delete;
-    LayerGuard& operator=(const LayerGuard&) = delete;
-
-private:
-    void (*cleanup_)();
-};
 
 /// One of the managers of queued work.
 struct ManagerPlan {
@@ -108,10 +97,10 @@ private:
     bool startServices();
     bool askForSSLState();
 
-    std::optional<LayerGuard> xmlLayer_;
-    std::optional<LayerGuard> tlsLayer_;
-    std::optional<LayerGuard> httpLayer_;
-    std::optional<LayerGuard> systemLayer_;
+    Layer_Guard xmlLayer_;
+    Layer_Guard tlsLayer_;
+    Layer_Guard httpLayer_;
+    Layer_Guard systemLayer_;
     AgentHTTP_RequestHandlerFactory requestHandlerFactory_;
     std::vector<HTTP_AddressPortPair*> bindList_;
     std::optional<Agent_Signals> signals_;
@@ -156,30 +145,20 @@ bool succeeds(Operation operation) {
 }
 
 bool AgentLife::bringXmlUp() {
-    if (!Xerces_LayerInit())
-        return false;
-    xmlLayer_.emplace(Xerces_LayerCleanup);
-    return true;
+    return xmlLayer_.bringUp(Xerces_LayerInit, Xerces_LayerCleanup);
 }
 
 bool AgentLife::bringTlsUp() {
-    if (!AgentSSL_LayerInit())
-        return false;
-    tlsLayer_.emplace(AgentSSL_LayerCleanup);
-    return true;
+    return tlsLayer_.bringUp(AgentSSL_LayerInit, AgentSSL_LayerCleanup);
 }
 
 bool AgentLife::bringHttpUp() {
-    if (!HTTP_LayerInit())
-        return false;
-    httpLayer_.emplace(HTTP_LayerCleanup);
-    return true;
+    return httpLayer_.bringUp(HTTP_LayerInit, HTTP_LayerCleanup);
 }
 
 bool AgentLife::bringSystemUp() {
-    if (!System_LayerInit())
+    if (!systemLayer_.bringUp(System_LayerInit, System_LayerCleanup))
         return false;
-    systemLayer_.emplace(System_LayerCleanup);
     DEBUG_LOG("Agent: starting server\n");
     return true;
 }

@@ -6,12 +6,11 @@
 //   Agent_Run                  all stages of start and stop, in their order
 //   Agent_Signals              the thread that turns stop signals into a request to shut down
 //   AgentHTTP_RequestHandler   what GET and POST mean on the agent's port
-//   config/                    agent.conf and uuid.conf
-//   log/                       the log
 
 #include "agent/Agent_CommandLine.h"
 #include "agent/Agent_EditConfig.h"
 #include "agent/Agent_Run.h"
+#include "base/Agent_Version.h"
 #include "base/File_Operations.h"
 #include "base/String_Functions.h"
 #include "config/AgentConfig_Configuration.h"

@@ -2,63 +2,20 @@
 
 #include "base/File_Descriptor.h"
 #include "base/String_Functions.h"
+#include "base/User_Account.h"
 #include "log/Debug_Printf.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
-#include <optional>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 
 constexpr mode_t NewFileMode = 0660;
 constexpr mode_t NewDirectoryMode = 0770;
 constexpr int MaximumFailedWrites = 10;
-
-constexpr std::size_t FirstUserBuffer = 1024;
-constexpr std::size_t MaximumUserBuffer = std::size_t(1) << 20;
-
-struct User {
-    std::string name;
-    uid_t uid;
-    gid_t gid;
-};
-
-/// Asks the user database by one of its re-entrant functions, `ask(record, buffer, size, result)`.
-template <class Ask>
-std::optional<User> findUser(Ask ask) {
-    for (std::size_t size = FirstUserBuffer; size <= MaximumUserBuffer; size *= 2) {
-        std::vector<char> buffer(size);
-        passwd record{};
-        passwd* found = nullptr;
-        const int error = ask(&record, buffer.data(), buffer.size(), &found);
-        if (error == ERANGE)
-            continue;
-        if (found == nullptr) {
-            errno = error;
-            return std::nullopt;
-        }
-        return User{record.pw_name, record.pw_uid, record.pw_gid};
-    }
-    errno = ERANGE;
-    return std::nullopt;
-}
-
-std::optional<User> userByName(const char* name) {
-    return findUser([name](passwd* record, char* buffer, std::size_t size, passwd** found) {
-        return getpwnam_r(name, record, buffer, size, found);
-    });
-}
-
-std::optional<User> userById(uid_t uid) {
-    return findUser([uid](passwd* record, char* buffer, std::size_t size, passwd** found) {
-        return getpwuid_r(uid, record, buffer, size, found);
-    });
-}
 
 mode_t ownerMode(unsigned permissions) {
     return ((permissions & File_PermissionRead) != 0 ? S_IRUSR : 0U) |
@@ -70,7 +27,7 @@ mode_t ownerMode(unsigned permissions) {
 template <class ChangeOwner, class ChangeMode>
 bool secure(const char* path, const char* userName, unsigned permissions, ChangeOwner changeOwner,
             ChangeMode changeMode) {
-    const auto user = userByName(userName);
+    const auto user = User_FindByName(userName);
     if (!user) {
         DEBUG_LOG("NXFILE: SetFileSecurity: Could not find user %s\n", userName);
         return false;
@@ -219,7 +176,5 @@ std::string File_Get_File_Owner(const char* path) {
         DEBUG_LOG("FILE: Error stating file %s %s\n", path, nxGetLastErrorMessage().c_str());
         return FILE_OWNER_UNKNOWN;
     }
-    if (const auto user = userById(status.st_uid))
-        return user->name;
-    return std::to_string(static_cast<unsigned short>(status.st_uid));
+    return User_NameOrNumber(status.st_uid);
 }

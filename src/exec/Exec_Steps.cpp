@@ -19,13 +19,6 @@ namespace {
 constexpr int firstOwnDescriptor = STDERR_FILENO + 1;
 constexpr int couldNotStart = 255;
 
-/// The marks of waitpid's status, in which its low byte tells how the child changed.
-constexpr int signalMask = 0x7f;
-constexpr int coreFlag = 0x80;
-constexpr int lowByte = 0xff;
-constexpr int stopped = 0x7f;
-constexpr int exitStatusShift = 8;
-
 /// Holds all signals back, so that no handler of the agent runs in the child.
 class SignalsHeldBack {
 public:
@@ -73,7 +66,7 @@ bool leaveSupplementaryGroups() noexcept {
 
 // In the agent:
 
-void logReport(const Exec_ChildReport& failure, const Exec_Account& account, const char* program) {
+void logReport(const Exec_ChildReport& failure, const User_Account& account, const char* program) {
     switch (failure.step) {
     case EXEC_STEP_STDERR:
         DEBUG_LOG("EXEC: Failed to close child's STDERR\n");
@@ -91,7 +84,7 @@ void logReport(const Exec_ChildReport& failure, const Exec_Account& account, con
     }
 }
 
-void logReports(const Exec_Pipe& reports, const Exec_Account& account, const char* program) {
+void logReports(const Exec_Pipe& reports, const User_Account& account, const char* program) {
     Exec_ChildReport failure;
     while (reports.exists() && read(reports.readEnd(), &failure, sizeof failure) == sizeof failure)
         logReport(failure, account, program);
@@ -177,19 +170,14 @@ void plumb_setid_and_exec(const Exec_ChildPlan& plan) noexcept {
 
 bool analyze_child_termination(int status, bool pipeResult, Exec_ErrorCapture& pipe, ExecResultCode& code,
                                std::string& text) {
-    if (status == 0) {
-        code = EXEC_SUCCESS;
-        text = "success";
-        return true;
-    }
-    if ((status & signalMask) == 0)
+    if (WIFEXITED(status))
         return analyze_normal_termination(status, pipeResult, pipe, code, text);
     return analyze_abnormal_termination(status, code, text);
 }
 
 bool analyze_normal_termination(int status, bool pipeResult, Exec_ErrorCapture& pipe, ExecResultCode& code,
                                 std::string& text) {
-    const int exitStatus = (status >> exitStatusShift) & lowByte;
+    const int exitStatus = WEXITSTATUS(status);
     if (exitStatus == 0) {
         code = EXEC_SUCCESS;
         text = "success";
@@ -212,19 +200,18 @@ bool analyze_normal_termination(int status, bool pipeResult, Exec_ErrorCapture& 
 
 bool analyze_abnormal_termination(int status, ExecResultCode& code, std::string& text) {
     code = EXEC_ERROR;
-    if ((status & lowByte) == stopped) {
-        text = "Child process was stopped due to signal: " +
-               std::to_string((status >> exitStatusShift) & lowByte);
+    if (WIFSTOPPED(status)) {
+        text = "Child process was stopped due to signal: " + std::to_string(WSTOPSIG(status));
         return false;
     }
-    if ((status & coreFlag) != 0)
+    if (WCOREDUMP(status))
         text = "Child process dumped core";
     else
-        text = "Child process was terminated due to signal: " + std::to_string(status & signalMask);
+        text = "Child process was terminated due to signal: " + std::to_string(WTERMSIG(status));
     return true;
 }
 
-Exec_ExecResult Exec_RunAs(const Exec_Account& account, const Exec_ArgumentVector& arguments,
+Exec_ExecResult Exec_RunAs(const User_Account& account, const Exec_ArgumentVector& arguments,
                            std::chrono::milliseconds runTime) {
     Exec_ErrorCapture errors;
     if (!errors.exists())

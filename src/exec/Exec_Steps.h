@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/User_Account.h"
 #include "exec/Exec_ExecResult.h"
 #include "exec/Exec_Pipe.h"
 
@@ -16,13 +17,6 @@
 /// The program, its arguments and a null pointer at the end.
 constexpr std::size_t Exec_VectorEntries = 15;
 using Exec_ArgumentVector = std::array<char*, Exec_VectorEntries>;
-
-/// As whom a program runs.
-struct Exec_Account {
-    std::string name;
-    uid_t uid = 0;
-    gid_t gid = 0;
-};
 
 /// All that the child needs, made before the fork. Descriptors are -1 if there is no such pipe.
 struct Exec_ChildPlan {
@@ -60,5 +54,5 @@ bool analyze_normal_termination(int status, bool pipeResult, Exec_ErrorCapture& 
 bool analyze_abnormal_termination(int status, ExecResultCode& code, std::string& text);
 
 /// Starts the program and waits for it, but no longer than `runTime`.
-Exec_ExecResult Exec_RunAs(const Exec_Account& account, const Exec_ArgumentVector& arguments,
+Exec_ExecResult Exec_RunAs(const User_Account& account, const Exec_ArgumentVector& arguments,
                            std::chrono::milliseconds runTime);

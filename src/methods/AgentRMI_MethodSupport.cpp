@@ -1,5 +1,6 @@
 #include "methods/AgentRMI_MethodSupport.h"
 
+#include "base/Agent_Version.h"
 #include "xml/Xerces_Document.h"
 
 void AgentRMI_RequireNoParameters(const xercesc::DOMElement& method) {
@@ -10,7 +11,7 @@ void AgentRMI_RequireNoParameters(const xercesc::DOMElement& method) {
 void AgentRMI_AppendAgent(xercesc::DOMElement& response) {
     xercesc::DOMElement& agent = Xerces_AppendElement(response, "Agent");
     Xerces_SetAttribute(agent, "product", "VRK");
-    Xerces_SetAttribute(agent, "version", "2.1.1");
-    Xerces_SetAttribute(agent, "build", "421");
+    Xerces_SetAttribute(agent, "version", Agent_Version);
+    Xerces_SetAttribute(agent, "build", Agent_BuildNumber);
     Xerces_SetAttribute(agent, "type", "Linux");
 }

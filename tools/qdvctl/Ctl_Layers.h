@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Layer_Guard.h"
+
 /// The layers of the agent's libraries that a command works on, up for as long as the object lives. Made
 /// once, by the command, before any thread runs. Throws Ctl_Failure if a layer cannot come up.
 class Ctl_Layers {
@@ -7,14 +9,9 @@ public:
     enum Extent { XmlOnly, Network, NetworkWithTLS };
 
     explicit Ctl_Layers(Extent extent);
-    ~Ctl_Layers();
-    Ctl_Layers(const Ctl_Layers&) = delete;
-    Ctl_Layers& operator=(const Ctl_Layers&) = delete;
 
 private:
-    void bringDown();
-
-    bool xml_ = false;
-    bool tls_ = false;
-    bool http_ = false;
+    Layer_Guard xml_;
+    Layer_Guard tls_;
+    Layer_Guard http_;
 };

@@ -1,5 +1,6 @@
 #include "qdvctl/Ctl_ServeHandler.h"
 
+#include "base/Agent_Version.h"
 #include "net/HTTP_File.h"
 #include "qdvctl/Ctl_Failure.h"
 #include "qdvctl/Ctl_Render.h"
@@ -98,7 +99,7 @@ std::vector<Ctl_Node> Ctl_SummariseAction(const Ctl_Request& call) {
 
 std::optional<Ctl_Node> Ctl_ResultOf(const std::string& method, const std::string& sslState) {
     if (method == "Ping")
-        return Ctl_Node{"Server", {}, {{"version", QDV_VERSION}}, {}};
+        return Ctl_Node{"Server", {}, {{"version", Agent_Version}}, {}};
     if (method == "GetSSLState")
         return Ctl_Node{"Server", {}, {{"sslState", sslState}}, {}};
     return std::nullopt;

@@ -20,6 +20,7 @@
 //   Ctl_Switch          the argument "on" or "off"
 //   Ctl_Failure         errors that end a command, and the exit statuses
 
+#include "base/Agent_Version.h"
 #include "qdvctl/Ctl_Command.h"
 #include "qdvctl/Ctl_Failure.h"
 #include "qdvctl/Ctl_Text.h"
@@ -51,7 +52,7 @@ std::string describe(const CLI::App& app, const CLI::ParseError& error, int argc
 
 int run(int argc, char* argv[]) {
     CLI::App app("Operates a QDVAgent, stands in for its server, checks its configuration.", "qdvctl");
-    app.set_version_flag("--version", "qdvctl " QDV_VERSION, "Print the version and exit");
+    app.set_version_flag("--version", std::string("qdvctl ") + Agent_Version, "Print the version and exit");
     app.get_help_ptr()->description("Print this help and exit");
     app.require_subcommand(1);
     app.footer(exitStatuses);
