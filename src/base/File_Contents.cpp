@@ -8,16 +8,12 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <optional>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr std::size_t FirstBlock = 4096;
-
-/// What is given up on, if others make and remove the temporary file faster than it can be taken.
-constexpr int MaximumAttempts = 1000;
 
 /// Of a temporary file until it has the owner of the file that it replaces.
 constexpr mode_t PrivateMode = 0600;
@@ -30,60 +26,17 @@ std::optional<struct stat> statusOf(const char* path) {
     return status;
 }
 
-std::optional<struct stat> statusOf(const File_Descriptor& file) {
-    struct stat status {};
-    if (fstat(file.get(), &status) != 0)
-        return std::nullopt;
-    return status;
-}
-
-/// Waits for another writer of the same file. A file system without locks leaves writers to their luck.
-void lockFile(const File_Descriptor& file) {
-    while (flock(file.get(), LOCK_EX) != 0 && errno == EINTR) {
-    }
-}
-
-bool isNamed(const File_Descriptor& file, const char* path) {
-    struct stat named {};
-    const auto opened = statusOf(file);
-    return opened && lstat(path, &named) == 0 && named.st_dev == opened->st_dev &&
-           named.st_ino == opened->st_ino;
-}
-
-/// A new, empty, locked file. One that exists is either a leftover, which goes, or another writer's, whose
-/// lock is waited for. Whoever gets a lock looks whether the name still means the locked file.
+/// A new, empty file, which nobody else has open. What a writer that was killed has left under the name goes.
 File_Descriptor makeTemporary(const char* path, mode_t mode) {
-    constexpr int flags = O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY;
-    for (int attempt = 0; attempt < MaximumAttempts; ++attempt) {
-        File_Descriptor file(open(path, flags | O_CREAT | O_EXCL, mode));
-        const bool made = static_cast<bool>(file);
-        if (!made) {
-            if (errno != EEXIST)
-                break;
-            file.reset(open(path, flags | O_NONBLOCK));
-        }
-        if (file) {
-            lockFile(file);
-            if (!isNamed(file, path))
-                continue;
-            if (made)
-                return file;
-        }
-        if (unlink(path) != 0 && errno != ENOENT)
-            break;
-    }
-    return File_Descriptor();
+    if (unlink(path) != 0 && errno != ENOENT)
+        return File_Descriptor();
+    return File_Descriptor(open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOCTTY, mode));
 }
 
 /// Gives the temporary file the owner and permissions of the file that it is to replace.
 bool takeOver(const File_Descriptor& file, const struct stat& old) {
-    const auto own = statusOf(file);
-    if (!own)
-        return false;
-    if ((own->st_uid != old.st_uid || own->st_gid != old.st_gid) &&
-        fchown(file.get(), old.st_uid, old.st_gid) != 0)
-        return false;
-    return fchmod(file.get(), old.st_mode & PermissionBits) == 0;
+    return fchown(file.get(), old.st_uid, old.st_gid) == 0 &&
+           fchmod(file.get(), old.st_mode & PermissionBits) == 0;
 }
 
 /// Makes a rename last. Some file systems cannot; the file is whole either way.

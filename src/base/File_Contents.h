@@ -12,8 +12,8 @@
 bool File_ReadWhole(const char* path, std::string& contents, std::size_t maximum);
 
 /// Replaces the file, or makes it, so that at every moment, also after a crash of the process or the machine,
-/// the path names either all of the old contents or all of the new. The new ones are written to `path` +
-/// `suffix` and renamed; a leftover of that name is overwritten. Owner and permissions of an existing file
-/// are kept; a new one gets `mode` less the umask. On failure the temporary file is removed and the old file
-/// stands. Writers of one path in several threads or processes take turns.
+/// the path names either all of the old contents or all of the new. The new ones go to a new file, `path` +
+/// `suffix`, which is flushed and renamed; a leftover of that name is removed first. Owner and permissions of
+/// an existing file are kept; a new one gets `mode` less the umask. On failure the new file is removed and
+/// the old one stands. One writer of a path at a time: callers hold the mutex that goes with the file.
 bool File_WriteAtomically(const char* path, const char* suffix, std::string_view contents, mode_t mode);
