@@ -1,14 +1,9 @@
 #pragma once
 
-/// Closes every descriptor from `first` up, for a child between fork and exec: only async-signal-safe calls,
-/// no memory, and a handful of system calls however high the limit of open files is.
+/// Closes every descriptor from `first` up, for a child between fork and exec: only async-signal-safe calls
+/// and no memory.
 void Exec_CloseFrom(unsigned first) noexcept;
 
-// The ways to do that, best first; each gives false if the system does not offer it.
-
-/// close_range(2), Linux 5.9.
-bool Exec_CloseByRange(unsigned first) noexcept;
-/// One by one as /proc/self/fd lists them.
-bool Exec_CloseByListing(unsigned first) noexcept;
-/// One by one up to the limit of open files.
+/// What that does where the kernel has no close_range(2), which came with Linux 5.9: one by one up to the
+/// limit of open files.
 void Exec_CloseByCounting(unsigned first) noexcept;

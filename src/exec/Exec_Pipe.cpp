@@ -5,27 +5,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace {
-
-/// The agent may have been started with standard descriptors closed. The child puts its own in their place,
-/// which must not hit an end of a pipe.
-bool moveAboveStandard(File_Descriptor& descriptor) {
-    if (descriptor.get() > STDERR_FILENO)
-        return true;
-    descriptor.reset(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    return static_cast<bool>(descriptor);
-}
-
-} // namespace
-
 Exec_Pipe::Exec_Pipe() {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         return;
     readEnd_.reset(ends[0]);
     writeEnd_.reset(ends[1]);
-    if (!moveAboveStandard(readEnd_) || !moveAboveStandard(writeEnd_) ||
-        fcntl(readEnd_.get(), F_SETFL, O_NONBLOCK) != 0) {
+    if (fcntl(readEnd_.get(), F_SETFL, O_NONBLOCK) != 0) {
         readEnd_.reset();
         writeEnd_.reset();
     }

@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <string_view>
 
-/// A pipe from a child to the agent. Both ends are close-on-exec and lie above the three standard
-/// descriptors, and the agent's end does not block: processes that a child leaves behind may hold the other
-/// end for as long as they like, so that its end of file says nothing about the child.
+/// A pipe from a child to the agent. Both ends are close-on-exec, and the agent's end does not block:
+/// processes that a child leaves behind may hold the other end for as long as they like, so that its end of
+/// file says nothing about the child.
 class Exec_Pipe {
 public:
     /// If no pipe can be made there is none, with the cause in `errno`.
@@ -17,7 +17,6 @@ public:
     bool exists() const { return static_cast<bool>(readEnd_); }
     int readEnd() const { return readEnd_.get(); }
     int writeEnd() const { return writeEnd_.get(); }
-    void closeReadEnd() { readEnd_.reset(); }
     void closeWriteEnd() { writeEnd_.reset(); }
 
 private:
@@ -34,7 +33,6 @@ public:
     bool exists() const { return pipe_.exists(); }
     /// What to watch for something to read: -1 once there can be no more.
     int watched() const { return ended_ ? File_Descriptor::None : pipe_.readEnd(); }
-    int readEnd() const { return pipe_.readEnd(); }
     int writeEnd() const { return pipe_.writeEnd(); }
     void closeWriteEnd() { pipe_.closeWriteEnd(); }
 

@@ -4,9 +4,9 @@
 
 #include <security/pam_appl.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <span>
 #include <unistd.h>
 
@@ -15,29 +15,9 @@ namespace {
 const char* const PAM_SERVICE_NAME = "login";
 const char* const PAM_TTY_VALUE = "qdv_agent";
 
-// The state of the one authentication that can be under way; whoever holds the PamTurn owns both.
+std::mutex pamMutex; // guards the state of the one authentication that can be under way
 pam_handle_t* pamHandle = nullptr;
 const char* pword_str = nullptr;
-
-/// The right to use PAM. Taking it is one atomic step and never waits.
-class PamTurn {
-public:
-    PamTurn() : taken_(!busy_.exchange(true, std::memory_order_acquire)) {}
-    PamTurn(const PamTurn&) = delete;
-    PamTurn& operator=(const PamTurn&) = delete;
-    ~PamTurn() {
-        if (taken_)
-            busy_.store(false, std::memory_order_release);
-    }
-
-    bool taken() const { return taken_; }
-
-private:
-    static std::atomic<bool> busy_;
-    bool taken_;
-};
-
-std::atomic<bool> PamTurn::busy_ = false;
 
 /// A PAM transaction from pam_start to pam_end.
 class PamTransaction {
@@ -140,8 +120,8 @@ Security_AuthResult Security_PAMAuthenticator::validateSystemUser(const std::str
 
 Security_AuthResult Security_PAMAuthenticator::checkPAMAuth(const std::string& user,
                                                             const std::string& password) {
-    const PamTurn turn;
-    if (!turn.taken()) {
+    const std::unique_lock lock(pamMutex, std::try_to_lock);
+    if (!lock) {
         DEBUG_LOG("SECURITY:Error: PAM library already initialized?\n");
         return Security_AuthResult(AUTH_ERROR);
     }

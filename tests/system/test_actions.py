@@ -33,7 +33,7 @@ class User:
 
     def __init__(self):
         self.name = "qdvt" + secrets.token_hex(4)
-        self.password = "pw" + secrets.token_hex(12)
+        self.password = "pA5 'w\\\"$" + secrets.token_hex(12)
         subprocess.run(["useradd", "-m", "-s", "/bin/sh", self.name], check=True)
         subprocess.run(["chpasswd"], input=f"{self.name}:{self.password}\n".encode(), check=True)
         self.id = pwd.getpwnam(self.name).pw_uid

@@ -1,36 +1,19 @@
 #include "exec/Private_Host.h"
 
 #include "base/Temporary_Directory.h"
-#include "exec/ShellCommand_Quote.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <pwd.h>
 #include <sched.h>
-#include <string>
 #include <sys/mount.h>
 #include <unistd.h>
 
 namespace {
 
-bool runs(const std::string& command) {
-    const int status = std::system(command.c_str()); // NOLINT(cert-env33-c): the tools of the host are wanted
-    return status == 0;
-}
+const std::string services = "/etc/pam.d";
 
-bool copyEtcAside() {
-    if (!Private_Host::isRoot() || unshare(CLONE_NEWNS) != 0 ||
-        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-        return false;
-    const Temporary_Directory copy;
-    if (!Private_Host::mountMemory(copy.path(), std::size_t{64} << 20))
-        return false;
-    const bool done = runs("cp -a /etc/. " + copy.path()) && runs("chmod 755 " + copy.path()) &&
-                      mount(copy.path().c_str(), "/etc", nullptr, MS_BIND, nullptr) == 0;
-    umount2(copy.path().c_str(), MNT_DETACH);
-    return done;
+bool putServicesAside() {
+    return Private_Host::isRoot() && unshare(CLONE_NEWNS) == 0 &&
+           mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           Private_Host::mountMemory(services, std::size_t{1} << 20);
 }
 
 } // namespace
@@ -40,7 +23,7 @@ bool Private_Host::isRoot() {
 }
 
 bool Private_Host::enter() {
-    static const bool entered = copyEtcAside();
+    static const bool entered = putServicesAside();
     return entered;
 }
 
@@ -50,22 +33,5 @@ bool Private_Host::mountMemory(const std::string& directory, std::size_t bytes) 
 }
 
 void Private_Host::setLoginService(const std::string& lines) {
-    putContents("/etc/pam.d/login", lines);
-}
-
-System_User::System_User(const std::string& password, const std::string& options) {
-    static int count = 0;
-    name_ = "qdv" + std::to_string(getpid()) + "x" + std::to_string(++count);
-    EXPECT_TRUE(runs("useradd -M " + options + " " + name_));
-    EXPECT_TRUE(runs("printf '%s\\n' " + ShellCommand_Quote(name_ + ":" + password) + " | chpasswd"));
-    const passwd* entry = getpwnam(name_.c_str());
-    EXPECT_NE(entry, nullptr);
-    if (entry != nullptr) {
-        uid_ = entry->pw_uid;
-        gid_ = entry->pw_gid;
-    }
-}
-
-System_User::~System_User() {
-    EXPECT_TRUE(runs("userdel " + name_));
+    putContents(services + "/login", lines);
 }

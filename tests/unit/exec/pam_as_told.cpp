@@ -8,7 +8,6 @@
 #include <security/pam_modules.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -24,46 +23,42 @@ std::vector<std::string> valuesOf(const std::string& name, int argc, const char*
     return values;
 }
 
-bool answersAreRight(const std::vector<pam_message>& messages, const pam_response* answers,
-                     const std::string& expected) {
-    for (std::size_t i = 0; i < messages.size(); ++i) {
-        const char* answer = answers[i].resp;
-        const bool asked = messages[i].msg_style == PAM_PROMPT_ECHO_OFF;
-        if (answers[i].resp_retcode != 0 || asked != (answer != nullptr) || (asked && expected != answer))
-            return false;
-    }
-    return true;
+int resultOf(const std::string& name, int argc, const char** argv) {
+    const std::vector<std::string> told = valuesOf(name, argc, argv);
+    return told.empty() ? PAM_SUCCESS : std::stoi(told.front());
 }
 
-int converse(pam_handle_t* handle, const std::vector<std::string>& styles, const std::string& expected) {
-    std::vector<pam_message> messages;
-    messages.reserve(styles.size());
-    for (const std::string& style : styles)
-        messages.push_back({std::stoi(style), "?"});
-    std::vector<const pam_message*> pointers;
-    pointers.reserve(messages.size());
-    for (const pam_message& message : messages)
-        pointers.push_back(&message);
-
+template <class Item>
+const Item* itemOf(pam_handle_t* handle, int type) {
     const void* item = nullptr;
-    pam_get_item(handle, PAM_CONV, &item);
-    const auto* conversation = static_cast<const pam_conv*>(item);
+    pam_get_item(handle, type, &item);
+    return static_cast<const Item*>(item);
+}
+
+/// PAM_MAXTRIES if something else comes back than is expected.
+int converse(pam_handle_t* handle, const std::vector<std::string>& styles, const std::string& expected) {
+    std::vector<pam_message> messages(styles.size());
+    std::vector<const pam_message*> pointers(styles.size());
+    for (std::size_t i = 0; i < styles.size(); ++i) {
+        messages[i] = {std::stoi(styles[i]), "?"};
+        pointers[i] = &messages[i];
+    }
+    const auto* conversation = itemOf<pam_conv>(handle, PAM_CONV);
     pam_response* answers = nullptr;
-    const int result = conversation->conv(static_cast<int>(messages.size()), pointers.data(), &answers,
-                                          conversation->appdata_ptr);
+    int result = conversation->conv(static_cast<int>(messages.size()), pointers.data(), &answers,
+                                    conversation->appdata_ptr);
     if (result != PAM_SUCCESS)
         return result;
-    const bool right = answersAreRight(messages, answers, expected);
-    for (std::size_t i = 0; i < messages.size(); ++i)
+    for (std::size_t i = 0; i < messages.size(); ++i) {
+        const char* const wanted = messages[i].msg_style == PAM_PROMPT_ECHO_OFF ? expected.c_str() : nullptr;
+        const char* const answer = answers[i].resp;
+        if (answers[i].resp_retcode != 0 || (wanted == nullptr) != (answer == nullptr) ||
+            (wanted != nullptr && std::string(wanted) != answer))
+            result = PAM_MAXTRIES;
         std::free(answers[i].resp);
+    }
     std::free(answers);
-    return right ? PAM_SUCCESS : PAM_MAXTRIES;
-}
-
-bool terminalIsRight(pam_handle_t* handle, const std::vector<std::string>& wanted) {
-    const void* item = nullptr;
-    pam_get_item(handle, PAM_TTY, &item);
-    return wanted.empty() || (item != nullptr && wanted.front() == static_cast<const char*>(item));
+    return result;
 }
 
 } // namespace
@@ -73,14 +68,14 @@ extern "C" int pam_sm_authenticate(pam_handle_t* handle, int /*flags*/, int argc
         std::ifstream file(fifo);
         const std::string ignored(std::istreambuf_iterator<char>(file), {});
     }
-    if (!terminalIsRight(handle, valuesOf("tty", argc, argv)))
-        return PAM_SYSTEM_ERR;
+    for (const std::string& tty : valuesOf("tty", argc, argv))
+        if (tty != itemOf<char>(handle, PAM_TTY))
+            return PAM_SYSTEM_ERR;
     const std::vector<std::string> questions = valuesOf("ask", argc, argv);
     if (!questions.empty())
         if (const int result = converse(handle, questions, valuesOf("expect", argc, argv).at(0)); result != 0)
             return result;
-    const std::vector<std::string> result = valuesOf("auth", argc, argv);
-    return result.empty() ? PAM_SUCCESS : std::stoi(result.front());
+    return resultOf("auth", argc, argv);
 }
 
 extern "C" int pam_sm_setcred(pam_handle_t* /*handle*/, int /*flags*/, int /*argc*/, const char** /*argv*/) {
@@ -88,6 +83,5 @@ extern "C" int pam_sm_setcred(pam_handle_t* /*handle*/, int /*flags*/, int /*arg
 }
 
 extern "C" int pam_sm_acct_mgmt(pam_handle_t* /*handle*/, int /*flags*/, int argc, const char** argv) {
-    const std::vector<std::string> result = valuesOf("acct", argc, argv);
-    return result.empty() ? PAM_SUCCESS : std::stoi(result.front());
+    return resultOf("acct", argc, argv);
 }

@@ -1,4 +1,5 @@
 #include "base/Temporary_Directory.h"
+#include "exec/Exec_Program.h"
 #include "exec/Private_Host.h"
 #include "exec/Security_PAMAuthenticator.h"
 #include "exec/Security_UserAuthenticator.h"
@@ -6,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <security/pam_appl.h>
 
-#include <array>
 #include <cstdlib>
 #include <fcntl.h>
 #include <future>
@@ -22,15 +22,9 @@ namespace {
 /// Authentication against a stack that consists of the told module alone.
 class PamStack : public testing::Test {
 protected:
-    static void SetUpTestSuite() { Private_Host::enter(); }
     void SetUp() override {
         if (!Private_Host::enter())
             GTEST_SKIP() << "needs root and the right to mount, for a PAM service of its own";
-        service_ = contentsOf("/etc/pam.d/login");
-    }
-    void TearDown() override {
-        if (!service_.empty())
-            Private_Host::setLoginService(service_);
     }
 
     static Security_AuthResult authenticate(const std::string& arguments) {
@@ -38,9 +32,6 @@ protected:
         Private_Host::setLoginService("auth required " + module + "account required " + module);
         return nxValidateSystemUser("root", "se cret");
     }
-
-private:
-    std::string service_;
 };
 
 std::string number(int value) {
@@ -108,25 +99,6 @@ TEST_F(PamStack, OfTwoAtTheSameMomentOneIsRefusedAndDoesNotWait) {
     EXPECT_EQ(authenticate("").getCode(), AUTH_SUCCESS);
 }
 
-TEST_F(PamStack, ManyAtOnceAreEachServedOrRefused) {
-    authenticate("");
-    std::array<std::future<int>, 4> served;
-    for (auto& each : served)
-        each = std::async(std::launch::async, [] {
-            int successes = 0;
-            for (int i = 0; i < 6; ++i) {
-                const Security_AuthResult result = nxValidateSystemUser("root", "se cret");
-                EXPECT_TRUE(result.getCode() == AUTH_SUCCESS || result.getCode() == AUTH_ERROR);
-                successes += result.getCode() == AUTH_SUCCESS ? 1 : 0;
-            }
-            return successes;
-        });
-    int successes = 0;
-    for (auto& each : served)
-        successes += each.get();
-    EXPECT_GT(successes, 0);
-}
-
 TEST_F(PamStack, OnlyRootMayAsk) {
     authenticate("");
     // Without the C library, which would make all threads follow.
@@ -138,47 +110,43 @@ TEST_F(PamStack, OnlyRootMayAsk) {
     }).join();
 }
 
-TEST_F(PamStack, ExpiredAccountWithTheRightPassword) {
-    Private_Host::setLoginService("auth required pam_unix.so nodelay\naccount required pam_unix.so\n");
-    const System_User valid("se cret");
-    const System_User expired("se cret", "-e 2001-01-01");
-    EXPECT_EQ(nxValidateSystemUser(valid.name(), "se cret").getCode(), AUTH_SUCCESS);
-    EXPECT_EQ(nxValidateSystemUser(valid.name(), "").getCode(), AUTH_ERROR);
-    EXPECT_EQ(nxValidateSystemUser(expired.name(), "se cret").getCode(), AUTH_FAILURE_PASSWORD_EXPIRED);
-    EXPECT_EQ(nxValidateSystemUser("no such user", "se cret").getCode(), AUTH_FAILURE);
-    EXPECT_EQ(nxValidateSystemUser("", "").getCode(), AUTH_FAILURE);
-    EXPECT_EQ(nxValidateSystemUser(nullptr, nullptr).getCode(), AUTH_FAILURE);
+TEST_F(PamStack, NumbersOfArgumentsOfAProgramAndOfAScript) {
+    authenticate("");
+    const Temporary_Directory directory;
+    const std::string file = directory / "count.sh";
+    putContents(file, "echo $# >&2; exit 1");
+    std::vector<std::string> texts = {"-c", "echo $# >&2; exit 1", "sh"};
+    texts.resize(13, "x");
+    std::vector<char*> arguments;
+    for (std::string& text : texts)
+        arguments.push_back(text.data());
+    const struct {
+        decltype(&nxExecProgramAsUser) run;
+        const char* program;
+        int count;
+        const char* text;
+    } cases[] = {
+        {nxExecProgramAsUser, "/bin/sh", 12, "Child exited with code: 1 9\n"},
+        {nxExecProgramAsUser, "/bin/sh", 13, "Too many arguments to exec'd program"},
+        {nxExecScriptAsUser, file.c_str(), 11, "Child exited with code: 1 11\n"},
+        {nxExecScriptAsUser, file.c_str(), 12, "Too many arguments to exec'd program"},
+        {nxExecScriptAsUser, file.c_str(), 13, "Too many arguments to exec'd program"},
+        {nxExecScriptAsUser, "/tmp/script.ksh", 0, "Unsupported script suffix type"},
+        {nxExecScriptAsUser, "sh", 0, "Unsupported script suffix type"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.run(c.program, c.count, arguments.data(), "root", "se cret").getErrorString(), c.text);
 }
 
-TEST(PamConversation, RefusesCountsThatAreNone) {
-    const pam_message text = {PAM_TEXT_INFO, "hello"};
+TEST(PamConversation, RefusesCountsThatAreNoneAndQuestionsOutsideOfAnAuthentication) {
     const pam_message question = {PAM_PROMPT_ECHO_OFF, "?"};
-    std::vector<const pam_message*> messages(PAM_MAX_NUM_MSG + 1, &text);
+    std::vector<const pam_message*> messages(PAM_MAX_NUM_MSG + 1, &question);
     pam_response* answers = nullptr;
-    EXPECT_EQ(pamConversationFunction(-1, messages.data(), &answers, nullptr), PAM_CONV_ERR);
-    EXPECT_EQ(pamConversationFunction(PAM_MAX_NUM_MSG + 1, messages.data(), &answers, nullptr), PAM_CONV_ERR);
-    EXPECT_EQ(answers, nullptr);
-    for (const int count : {0, PAM_MAX_NUM_MSG}) {
-        EXPECT_EQ(pamConversationFunction(count, messages.data(), &answers, nullptr), PAM_SUCCESS);
-        ASSERT_NE(answers, nullptr);
-        std::free(answers);
-        answers = nullptr;
-    }
-    // No authentication is under way, so there is no password to be had.
-    messages[0] = &question;
-    EXPECT_EQ(pamConversationFunction(1, messages.data(), &answers, nullptr), PAM_CONV_ERR);
-}
-
-TEST(SecurityAuthResult, TextsOfCodes) {
-    EXPECT_EQ(Security_AuthResult().getCode(), AUTH_FAILURE);
-    EXPECT_EQ(Security_AuthResult().getErrorString(), "Authorization failed");
-    EXPECT_EQ(Security_AuthResult::resultCodeToString(0), "Authorization successful");
-    EXPECT_EQ(Security_AuthResult::resultCodeToString(7),
-              "Authorization error: authentication has reached max tries");
-    for (const int code : {-1, 8})
-        EXPECT_EQ(Security_AuthResult::resultCodeToString(code),
-                  "Somebody used an error code that needs to be added to "
-                  "Security_AuthResult::resultCodeToString for a security authorization result.");
+    for (const int count : {-1, 1, PAM_MAX_NUM_MSG + 1})
+        EXPECT_EQ(pamConversationFunction(count, messages.data(), &answers, nullptr), PAM_CONV_ERR) << count;
+    EXPECT_EQ(pamConversationFunction(0, messages.data(), &answers, nullptr), PAM_SUCCESS);
+    ASSERT_NE(answers, nullptr);
+    std::free(answers);
 }
 
 } // namespace
