@@ -3,6 +3,7 @@
 #include "date/System_Date.h"
 #include "log/Debug_Printf.h"
 #include "threads/MutexLock.h"
+#include "threads/Thread_Service.h"
 
 #include <optional>
 #include <sys/random.h>
@@ -12,6 +13,19 @@ namespace {
 constexpr unsigned lifeMinutes = 5;
 constexpr unsigned sweepMilliseconds = 300000;
 constexpr unsigned maximumAttempts = 100;
+
+constexpr const char* logName = "System_SecurityToken_Manager";
+constexpr Thread_ServiceTexts logTexts{
+    .attemptingStartup = ": start: attempting startup",
+    .currentlyRunning = ": start: failed: currently running",
+    .startupFailed = ": start: exit failed",
+    .startupSuccessful = ": start: successful",
+    .attemptingShutdown = "::shutdown",
+    .notRunning = "::shutdown: failed not running",
+    .stillRunningAtLast = "::shutdown: threads still running on last attempt to shutdown",
+    .stillRunning = "::shutdown: threads still running",
+    .shutdownSuccessful = "::shutdown: successful",
+};
 
 /// The decimal text of a number that nobody can foresee.
 std::optional<std::string> randomText() {
@@ -52,49 +66,23 @@ bool System_SecurityToken_Manager::init() {
 }
 
 bool System_SecurityToken_Manager::start() {
-    DEBUG_LOG("System_SecurityToken_Manager: start: attempting startup\n");
-    const MutexLock lock(mutex());
-    if (checkForErrorAtStart(false, false)) {
-        DEBUG_LOG("System_SecurityToken_Manager: start: failed: currently running\n");
-        return false;
-    }
-    setAsRunning(false, false);
+    return Thread_StartService(*this, logName, logTexts, [this] { return startExpiry(); });
+}
+
+bool System_SecurityToken_Manager::startExpiry() {
     if (!pool_.start()) {
         DEBUG_LOG("System_SecurityToken_Manager: start: failed expire pool start\n");
         return false;
     }
     auto expire = std::make_unique<System_SecurityToken_ExpireRunnable>();
-    if (!expire->registerManager(this) || !pool_.handleRunnable(expire.get(), false)) {
-        DEBUG_LOG("System_SecurityToken_Manager: start: exit failed\n");
+    if (!expire->registerManager(this) || !pool_.handleRunnable(expire.get(), false))
         return false;
-    }
     static_cast<void>(expire.release());
-    DEBUG_LOG("System_SecurityToken_Manager: start: successful\n");
     return true;
 }
 
 bool System_SecurityToken_Manager::shutdown(bool& stillRunning, unsigned attempt, bool lastAttempt) {
-    stillRunning = false;
-    DEBUG_LOG("System_SecurityToken_Manager::shutdown\n");
-    {
-        const MutexLock lock(mutex());
-        if (checkForErrorAtShutdown(false, false)) {
-            DEBUG_LOG("System_SecurityToken_Manager::shutdown: failed not running\n");
-            return false;
-        }
-        setAsShuttingdown(false, false);
-    }
-    pool_.shutdown(stillRunning, attempt, lastAttempt);
-    if (!stillRunning)
-        DEBUG_LOG("System_SecurityToken_Manager::shutdown: successful\n");
-    else if (lastAttempt)
-        DEBUG_LOG(
-            "System_SecurityToken_Manager::shutdown: threads still running on last attempt to shutdown\n");
-    else
-        DEBUG_LOG("System_SecurityToken_Manager::shutdown: threads still running\n");
-    if (!stillRunning || lastAttempt)
-        setAsShutdown(true, true);
-    return true;
+    return Thread_ShutDownService(*this, logName, logTexts, {&pool_}, stillRunning, attempt, lastAttempt);
 }
 
 bool System_SecurityToken_Manager::generateSecurityToken(std::string& token) {

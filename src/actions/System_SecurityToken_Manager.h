@@ -38,6 +38,8 @@ public:
     void sweep();
 
 private:
+    bool startExpiry();
+
     std::map<std::string, std::unique_ptr<HTTP_SecurityToken>> tokens_;
     Thread_Mutex tokensMutex_;
     Thread_Pool pool_;

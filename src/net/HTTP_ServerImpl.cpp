@@ -1,8 +1,8 @@
 #include "net/HTTP_ServerImpl.h"
 
-#include "log/Debug_Printf.h"
 #include "net/HTTP_AcceptRunnable.h"
 #include "threads/MutexLock.h"
+#include "threads/Thread_Service.h"
 
 #include <algorithm>
 #include <iterator>
@@ -12,6 +12,9 @@ namespace {
 
 constexpr unsigned fewestWorkers = 2;
 constexpr unsigned workerGrowth = 10;
+
+constexpr const char* logName = "HTTP";
+constexpr Thread_ServiceTexts logTexts{.currentlyRunning = ": startup failed"};
 
 bool isPort(int port) {
     return port >= 0 && port <= std::numeric_limits<unsigned short>::max();
@@ -68,21 +71,7 @@ bool HTTP_ServerImpl::openSocket(const HTTP_AddressPortPair& pair) {
 }
 
 bool HTTP_ServerImpl::start() {
-    DEBUG_LOG("HTTP: attempting startup\n");
-    const MutexLock lock(mutex());
-    if (!checkForErrorBeforeStart(false, false)) {
-        setAsRunning(false, false);
-        try {
-            if (startThreads()) {
-                DEBUG_LOG("HTTP: startup successful\n");
-                return true;
-            }
-        } catch (...) {
-            // A thread or a runnable that can't be made ends the start as any other failure does.
-        }
-    }
-    DEBUG_LOG("HTTP: startup failed\n");
-    return false;
+    return Thread_StartService(*this, logName, logTexts, [this] { return startThreads(); });
 }
 
 bool HTTP_ServerImpl::startThreads() {
@@ -99,31 +88,8 @@ bool HTTP_ServerImpl::startThreads() {
 }
 
 bool HTTP_ServerImpl::shutdown(bool& stillRunning, unsigned attempt, bool lastAttempt) {
-    stillRunning = false;
-    DEBUG_LOG("HTTP: attempting shutdown\n");
-    {
-        const MutexLock lock(mutex());
-        if (checkForErrorAtShutdown(false, false)) {
-            DEBUG_LOG("HTTP: shutdown failed: not running\n");
-            return false;
-        }
-        setAsShuttingdown(false, false);
-    }
-    // Not under the mutex: a pool waits for its threads here.
-    bool acceptsRun = false;
-    bool workersRun = false;
-    acceptPool_.shutdown(acceptsRun, attempt, lastAttempt);
-    workerPool_.shutdown(workersRun, attempt, lastAttempt);
-    stillRunning = acceptsRun || workersRun;
-    if (!stillRunning)
-        DEBUG_LOG("HTTP: shutdown successful\n");
-    else if (lastAttempt)
-        DEBUG_LOG("HTTP: threads still running on last attempt to shutdown\n");
-    else
-        DEBUG_LOG("HTTP: threads still running\n");
-    if (!stillRunning || lastAttempt)
-        setAsShutdown(true, true);
-    return true;
+    return Thread_ShutDownService(*this, logName, logTexts, {&acceptPool_, &workerPool_}, stillRunning,
+                                  attempt, lastAttempt);
 }
 
 void HTTP_ServerImpl::closeSockets() {

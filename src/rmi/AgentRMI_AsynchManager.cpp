@@ -1,8 +1,8 @@
 #include "rmi/AgentRMI_AsynchManager.h"
 
-#include "log/Debug_Printf.h"
 #include "threads/MutexLock.h"
 #include "threads/Thread_Pool.h"
+#include "threads/Thread_Service.h"
 
 #include <new>
 
@@ -18,38 +18,12 @@ namespace {
 class AgentRMI_AsynchManagerImpl : public AgentRMI_AsynchManager {
 public:
     bool start() override {
-        say("attempting startup");
-        const MutexLock lock(mutex());
-        if (checkForErrorAtStart(false, false)) {
-            say("startup failed: currently running");
-            return false;
-        }
-        setAsRunning(false, false);
-        const bool started = pool_.start();
-        say(started ? "startup successful" : "startup failed");
-        return started;
+        return Thread_StartService(*this, logName(), Thread_ServiceTexts(), [this] { return pool_.start(); });
     }
 
     bool shutdown(bool& stillRunning, unsigned attempt, bool lastAttempt) override {
-        stillRunning = false;
-        say("attempting shutdown");
-        {
-            const MutexLock lock(mutex());
-            if (checkForErrorAtShutdown(false, false)) {
-                say("shutdown failed: not running");
-                return false;
-            }
-            setAsShuttingdown(false, false);
-        }
-        // Not under the mutex: the pool waits for its threads here.
-        pool_.shutdown(stillRunning, attempt, lastAttempt);
-        if (!stillRunning)
-            say("shutdown successful");
-        else
-            say(lastAttempt ? "threads still running on last attempt to shutdown" : "threads still running");
-        if (!stillRunning || lastAttempt)
-            setAsShutdown(true, true);
-        return true;
+        return Thread_ShutDownService(*this, logName(), Thread_ServiceTexts(), {&pool_}, stillRunning,
+                                      attempt, lastAttempt);
     }
 
     bool init(unsigned threads, unsigned queueLimit, unsigned growth) override {
@@ -62,7 +36,7 @@ public:
     }
 
 private:
-    void say(const char* what) const { DEBUG_LOG("AsynchManager: %s: %s\n", getName().c_str(), what); }
+    std::string logName() const { return "AsynchManager: " + getName(); }
 
     Thread_Pool pool_;
 };

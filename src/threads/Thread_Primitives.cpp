@@ -69,15 +69,10 @@ bool Thread_CreateThread(pthread_t* handle, Thread_EntryFunction entry, void* ar
     if (handle == nullptr)
         return Thread_NullArgument(function, "thread");
 
-    Thread_ThreadHandleTracker::Room room(gThreadHandleTracker);
-    if (!room.isThere()) {
-        DEBUG_LOG("THREAD: %s: failed to track thread\n", function);
-        return false;
-    }
-    if (!Thread_Succeeded(pthread_create(handle, nullptr, entry, argument), function, "create thread"))
-        return false;
-    threadId = room.fill(*handle);
-    return true;
+    if (const auto code = gThreadHandleTracker.startThread(handle, entry, argument, threadId))
+        return Thread_Succeeded(*code, function, "create thread");
+    DEBUG_LOG("THREAD: %s: failed to track thread\n", function);
+    return false;
 }
 
 bool Thread_WaitForExit(const pthread_t* handle) {

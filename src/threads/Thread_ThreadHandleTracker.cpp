@@ -1,37 +1,43 @@
 #include "threads/Thread_ThreadHandleTracker.h"
 
+#include "threads/MutexLock.h"
+
+#include <algorithm>
 #include <new>
 
 Thread_ThreadHandleTracker gThreadHandleTracker;
 
 int Thread_ThreadHandleTracker::manageNewHandle(pthread_t handle) {
     const MutexLock lock(mutex_.get());
-    if (!lock.acquired())
-        return -1;
+    return lock.acquired() && makeRoom() ? idOf(handle) : -1;
+}
+
+std::optional<int> Thread_ThreadHandleTracker::startThread(pthread_t* handle, void* (*entry)(void*),
+                                                           void* argument, int& id) {
+    const MutexLock lock(mutex_.get());
+    if (!lock.acquired() || !makeRoom())
+        return std::nullopt;
+    const int code = pthread_create(handle, nullptr, entry, argument);
+    if (code == 0)
+        id = idOf(*handle);
+    return code;
+}
+
+bool Thread_ThreadHandleTracker::makeRoom() {
     try {
-        return ids_.try_emplace(handle, static_cast<int>(ids_.size())).first->second;
+        handles_.reserve(handles_.size() + 1);
+        return true;
     } catch (const std::bad_alloc&) {
-        return -1;
+        return false;
     }
 }
 
-Thread_ThreadHandleTracker::Room::Room(Thread_ThreadHandleTracker& tracker)
-    : tracker_(tracker), lock_(tracker.mutex_.get()) {
-    if (!lock_.acquired())
-        return;
-    try {
-        // With the buckets and the node there already, filling the room allocates nothing.
-        tracker_.ids_.reserve(tracker_.ids_.size() + 1);
-        Ids maker;
-        maker.try_emplace(pthread_t{}, 0);
-        node_ = maker.extract(maker.begin());
-    } catch (const std::bad_alloc&) {
-        node_ = {};
-    }
-}
-
-int Thread_ThreadHandleTracker::Room::fill(pthread_t handle) {
-    node_.key() = handle;
-    node_.mapped() = static_cast<int>(tracker_.ids_.size());
-    return tracker_.ids_.insert(std::move(node_)).position->second;
+/// There is room for one more.
+int Thread_ThreadHandleTracker::idOf(pthread_t handle) {
+    const auto found = std::find_if(handles_.begin(), handles_.end(),
+                                    [handle](pthread_t known) { return pthread_equal(known, handle) != 0; });
+    const auto id = found - handles_.begin();
+    if (found == handles_.end())
+        handles_.push_back(handle);
+    return static_cast<int>(id);
 }

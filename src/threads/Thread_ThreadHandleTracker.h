@@ -1,9 +1,10 @@
 #pragma once
 
-#include "threads/MutexLock.h"
 #include "threads/Thread_Mutex.h"
 
-#include <unordered_map>
+#include <optional>
+#include <pthread.h>
+#include <vector>
 
 /// Gives every thread handle a small id that never changes: 0 for the first handle seen, then counting on.
 ///
@@ -11,36 +12,21 @@
 /// so the table stays as long as the number of threads that ever lived at one time. Thread-safe, throws
 /// nothing.
 class Thread_ThreadHandleTracker {
-    using Ids = std::unordered_map<pthread_t, int>;
-
 public:
-    Thread_ThreadHandleTracker() = default;
-    Thread_ThreadHandleTracker(const Thread_ThreadHandleTracker&) = delete;
-    Thread_ThreadHandleTracker& operator=(const Thread_ThreadHandleTracker&) = delete;
-    ~Thread_ThreadHandleTracker() = default;
-
     /// The id of the handle, which is registered if it is new; -1 when memory is short.
     int manageNewHandle(pthread_t handle);
 
-    /// Room for one handle, and the tracker held still until it is used or given up: whoever starts a thread
-    /// takes the room first, so that a thread which runs is always one that is tracked.
-    class Room {
-    public:
-        explicit Room(Thread_ThreadHandleTracker& tracker);
-        /// False when memory is short or the tracker could not be locked.
-        bool isThere() const { return !node_.empty(); }
-        /// Only once, and only if the room is there.
-        int fill(pthread_t handle);
-
-    private:
-        Thread_ThreadHandleTracker& tracker_;
-        MutexLock lock_;
-        Ids::node_type node_;
-    };
+    /// Starts a thread and registers its handle in one step, with the memory for that had first: a thread
+    /// that runs is always one that is tracked. The result is that of pthread_create(3), none when memory is
+    /// short; `id` is set if it is 0.
+    std::optional<int> startThread(pthread_t* handle, void* (*entry)(void*), void* argument, int& id);
 
 private:
+    bool makeRoom();
+    int idOf(pthread_t handle);
+
     Thread_Mutex mutex_;
-    Ids ids_;
+    std::vector<pthread_t> handles_; ///< the index is the id
 };
 
 extern Thread_ThreadHandleTracker gThreadHandleTracker;

@@ -43,7 +43,6 @@ public:
     /// Thread_Semaphore::grab.
     virtual int waitForSemaphore(unsigned limit);
 
-protected:
     /// For a MutexLock around a check and the work that follows it.
     pthread_mutex_t* mutex() { return mutex_.get(); }
 

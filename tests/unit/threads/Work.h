@@ -27,7 +27,7 @@ struct Tally {
     std::atomic<int> made = 0;
     std::atomic<int> begun = 0;
     std::atomic<int> deleted = 0;
-    std::atomic<int> told = 0;
+    std::atomic<int> told = 0; ///< to terminate
 };
 
 /// Counts in a Tally what becomes of it; run() does what the test says.
@@ -64,6 +64,15 @@ public:
 private:
     std::shared_ptr<std::latch> latch_ = std::make_shared<std::latch>(1);
 };
+
+inline bool give(Thread_Pool& pool, Tally& tally, std::function<void(Work&)> body = {},
+                 bool mayGrow = false) {
+    auto work = std::make_unique<Work>(tally, std::move(body));
+    const bool taken = pool.handleRunnable(work.get(), mayGrow);
+    if (taken)
+        static_cast<void>(work.release());
+    return taken;
+}
 
 /// Asks the pool to stop until it has, as a manager does.
 inline void stop(Thread_Pool& pool) {

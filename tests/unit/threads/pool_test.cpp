@@ -2,9 +2,8 @@
 #include "threads/Thread_ThreadPoolException.h"
 #include "threads/Work.h"
 
-#include <gtest/gtest.h>
-
 #include <mutex>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <vector>
@@ -15,131 +14,114 @@ namespace {
 class Pool : public testing::Test {
 protected:
     ~Pool() override {
-        stop(pool_);
+        if (pool_)
+            stop(*pool_);
         EXPECT_EQ(tally_.deleted, tally_.made);
     }
 
     void start(unsigned threads, unsigned queueLimit, unsigned growth) {
-        ASSERT_TRUE(pool_.init(threads, queueLimit, growth));
-        ASSERT_TRUE(pool_.start());
+        if (pool_)
+            stop(*pool_);
+        pool_.emplace();
+        ASSERT_TRUE(pool_->init(threads, queueLimit, growth));
+        ASSERT_TRUE(pool_->start());
     }
 
     bool give(std::function<void(Work&)> body, bool mayGrow = false) {
-        auto work = std::make_unique<Work>(tally_, std::move(body));
-        const bool taken = pool_.handleRunnable(work.get(), mayGrow);
-        if (taken)
-            static_cast<void>(work.release());
-        return taken;
+        return ::give(*pool_, tally_, std::move(body), mayGrow);
     }
 
-    /// Waits until `count` units of work have begun, and says whether no more than that have.
-    bool begunExactly(int count) {
-        return eventually([&] { return tally_.begun >= count; }) && tally_.begun == count;
+    /// Whether there was room for it.
+    bool fits(std::function<void(Work&)> body, bool mayGrow) {
+        try {
+            EXPECT_TRUE(give(std::move(body), mayGrow));
+            return true;
+        } catch (const Thread_ThreadPoolException& exception) {
+            EXPECT_EQ(exception.getExceptionCode(), 1);
+            return false;
+        }
+    }
+
+    bool allIsDone() {
+        return eventually([&] { return tally_.deleted == tally_.made; });
     }
 
     Tally tally_;
-    Thread_Pool pool_;
+    std::optional<Thread_Pool> pool_;
 };
 
 } // namespace
 
 TEST_F(Pool, TakesWorkOnlyWhileItRuns) {
+    pool_.emplace();
     EXPECT_FALSE(give({}));
-    EXPECT_TRUE(pool_.init(1, Thread_Pool::Unlimited, 0));
+    EXPECT_TRUE(pool_->init(1, Thread_Pool::Unlimited, 0));
     EXPECT_FALSE(give({}));
-    ASSERT_TRUE(pool_.start());
-    EXPECT_FALSE(pool_.start());
-    EXPECT_FALSE(pool_.init(2, 0, 0));
-    EXPECT_FALSE(pool_.handleRunnable(nullptr, false));
+    ASSERT_TRUE(pool_->start());
+    EXPECT_FALSE(pool_->start());
+    EXPECT_FALSE(pool_->init(2, 0, 0));
+    EXPECT_FALSE(pool_->handleRunnable(nullptr, false));
     EXPECT_TRUE(give({}));
+    EXPECT_TRUE(allIsDone());
 
     bool stillRunning = true;
-    EXPECT_TRUE(pool_.shutdown(stillRunning, 0, false));
+    EXPECT_TRUE(pool_->shutdown(stillRunning, 0, false));
     EXPECT_FALSE(stillRunning);
-    EXPECT_FALSE(pool_.shutdown(stillRunning, 0, false));
+    EXPECT_FALSE(pool_->shutdown(stillRunning, 0, false));
     EXPECT_FALSE(give({}));
+    pool_.reset();
 }
 
 TEST_F(Pool, RunsQueuedWorkInOrderAndSurvivesExceptions) {
     start(1, Thread_Pool::Unlimited, 0);
-    std::mutex mutex;
     std::vector<int> order;
     std::set<pthread_t> threads;
     for (int i = 0; i < 100; ++i)
         ASSERT_TRUE(give([&, i](Work&) {
-            const std::lock_guard lock(mutex);
             order.push_back(i);
             threads.insert(pthread_self());
             if (i % 2 == 0)
                 throw std::runtime_error("work failed");
             throw int(i);
         }));
-    ASSERT_TRUE(eventually([&] { return tally_.deleted == 100; }));
+    ASSERT_TRUE(allIsDone());
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
     EXPECT_EQ(order.size(), 100U);
     EXPECT_EQ(threads.size(), 1U);
 }
 
-TEST_F(Pool, QueueLimitOfZeroTakesWorkOnlyForAnIdleThread) {
-    start(1, 0, 0);
-    for (int round = 0; round < 3; ++round) {
+TEST_F(Pool, HoldsWhatItsThreadsItsGrowthAndItsQueueHold) {
+    const struct {
+        unsigned threads;
+        unsigned queueLimit;
+        unsigned growth;
+        bool mayGrow;
+        int begun;
+        int taken;
+    } cases[] = {{1, 0, 0, false, 1, 1}, {1, 0, 10, false, 1, 1}, {1, 2, 0, true, 1, 3},
+                 {0, 0, 1, false, 0, 0}, {0, 0, 1, true, 1, 1},   {5, 3, 10, true, 15, 18}};
+    for (const auto& each : cases) {
+        SCOPED_TRACE(testing::Message() << each.threads << ' ' << each.queueLimit << ' ' << each.growth);
+        start(each.threads, each.queueLimit, each.growth);
         Gate gate;
-        // The thread is idle again a moment after its last work was deleted.
-        ASSERT_TRUE(eventually([&] {
-            try {
-                return give([gate](Work&) { gate.wait(); });
-            } catch (const Thread_ThreadPoolException&) {
-                return false;
-            }
-        }));
-        try {
-            give({});
-            ADD_FAILURE() << "a second runnable was taken";
-        } catch (const Thread_ThreadPoolException& exception) {
-            EXPECT_EQ(exception.getExceptionCode(), 1);
-        }
+        const int before = tally_.begun;
+        int taken = 0;
+        while (fits([gate](Work&) { gate.wait(); }, each.mayGrow))
+            ++taken;
+        EXPECT_EQ(taken, each.taken);
+        EXPECT_TRUE(eventually([&] { return tally_.begun >= before + each.begun; }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        EXPECT_EQ(tally_.begun, before + each.begun);
         gate.open();
-        ASSERT_TRUE(eventually([&] { return tally_.deleted == tally_.made; }));
+        EXPECT_TRUE(allIsDone());
+        EXPECT_EQ(tally_.begun, before + each.taken);
+        // A thread is idle again a moment after its last work was deleted.
+        EXPECT_TRUE(each.taken == 0 || eventually([&] { return fits({}, false); }));
     }
-    EXPECT_EQ(tally_.begun, 3);
 }
 
-TEST_F(Pool, QueueTakesUpToItsLimit) {
-    start(1, 2, 0);
-    Gate gate;
-    ASSERT_TRUE(give([gate](Work&) { gate.wait(); }));
-    ASSERT_TRUE(give({}));
-    ASSERT_TRUE(give({}));
-    EXPECT_THROW(give({}), Thread_ThreadPoolException);
-    gate.open();
-    EXPECT_TRUE(eventually([&] { return tally_.begun == 3; }));
-}
-
-TEST_F(Pool, GrowsOnDemandToItsAllowanceThenQueues) {
-    start(5, Thread_Pool::Unlimited, 10);
-    Gate gate;
-    for (int i = 0; i < 15; ++i)
-        ASSERT_TRUE(give([gate](Work&) { gate.wait(); }, true));
-    ASSERT_TRUE(give({}, true));
-    EXPECT_TRUE(begunExactly(15));
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_EQ(tally_.begun, 15);
-    gate.open();
-    EXPECT_TRUE(eventually([&] { return tally_.begun == 16; }));
-}
-
-TEST_F(Pool, DoesNotGrowUnasked) {
-    start(1, 0, 10);
-    Gate gate;
-    ASSERT_TRUE(give([gate](Work&) { gate.wait(); }));
-    EXPECT_THROW(give({}), Thread_ThreadPoolException);
-    EXPECT_TRUE(give({}, true));
-    EXPECT_TRUE(begunExactly(2));
-    gate.open();
-}
-
-/// Growth is no substitute for an idle thread: as long as one is idle none is made.
-TEST_F(Pool, GrowsOnlyWhenNoThreadIsIdle) {
+/// Growth is no substitute for an idle thread.
+TEST_F(Pool, DoesNotGrowEachTimeThatItMay) {
     start(5, 0, 10);
     std::mutex mutex;
     std::set<pthread_t> threads;
@@ -150,16 +132,9 @@ TEST_F(Pool, GrowsOnlyWhenNoThreadIsIdle) {
                 threads.insert(pthread_self());
             },
             true));
-        ASSERT_TRUE(eventually([&] { return tally_.deleted == i; }));
+        ASSERT_TRUE(allIsDone());
     }
-    EXPECT_LE(threads.size(), 5U);
-}
-
-TEST_F(Pool, WithoutThreadsGrowsFromNothing) {
-    start(0, 0, 1);
-    EXPECT_THROW(give({}), Thread_ThreadPoolException);
-    EXPECT_TRUE(give({}, true));
-    EXPECT_TRUE(begunExactly(1));
+    EXPECT_LT(threads.size(), 10U);
 }
 
 TEST_F(Pool, RunsEverythingThatManyProducersGive) {
@@ -168,13 +143,12 @@ TEST_F(Pool, RunsEverythingThatManyProducersGive) {
     start(3, Thread_Pool::Unlimited, 2);
     {
         std::vector<std::jthread> crew;
-        crew.reserve(producers);
         for (int i = 0; i < producers; ++i)
             crew.emplace_back([&] {
                 for (int round = 0; round < each; ++round)
                     EXPECT_TRUE(give({}, true));
             });
     }
-    EXPECT_TRUE(eventually([&] { return tally_.deleted == producers * each; }));
+    EXPECT_TRUE(allIsDone());
     EXPECT_EQ(tally_.begun, producers * each);
 }
