@@ -8,25 +8,33 @@
 
 namespace {
 
-bool takes(AgentRMI_AsynchManager& manager, pthread_mutex_t& mutex, Thread_Runnable* runnable) {
-    const MutexLock lock(&mutex);
-    // A busy manager never grows.
-    return manager.handleRunnable(runnable, false);
+bool wasTaken(const std::function<bool()>& take, const char* whenFull, xercesc::DOMElement& response) {
+    try {
+        return take();
+    } catch (const Thread_ThreadPoolException& refusal) {
+        const bool full = refusal.getExceptionCode() == Thread_ThreadPoolException::QueueFull;
+        Xerces_SetAttribute(response, "reason", full ? whenFull : "unknown");
+    } catch (...) { // NOLINT(bugprone-empty-catch): whatever it is, the work was not taken
+    }
+    return false;
 }
 
 } // namespace
 
+void AgentRMI_TakeOrRefuse(const std::function<bool()>& take, const char* whenFull,
+                           xercesc::DOMElement& response) {
+    if (!wasTaken(take, whenFull, response))
+        throw RMI_MethodException(RMI_MethodException::GeneralFailure);
+}
+
 void AgentRMI_HandOver(AgentRMI_AsynchManager& manager, pthread_mutex_t& mutex,
                        std::unique_ptr<Thread_Runnable> runnable, const char* whenFull,
                        xercesc::DOMElement& response) {
-    try {
-        if (takes(manager, mutex, runnable.get())) {
-            static_cast<void>(runnable.release());
-            return;
-        }
-    } catch (const Thread_ThreadPoolException& refusal) {
-        const bool full = refusal.getExceptionCode() == Thread_ThreadPoolException::QueueFull;
-        Xerces_SetAttribute(response, "reason", full ? whenFull : "unknown");
-    }
-    throw RMI_MethodException(RMI_MethodException::GeneralFailure);
+    const auto take = [&] {
+        const MutexLock lock(&mutex);
+        // A busy manager never grows.
+        return manager.handleRunnable(runnable.get(), false);
+    };
+    AgentRMI_TakeOrRefuse(take, whenFull, response);
+    static_cast<void>(runnable.release());
 }
