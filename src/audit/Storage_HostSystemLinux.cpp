@@ -5,7 +5,8 @@
 
 namespace {
 
-bool auditPart(Auditable_Auditable& part) {
+bool auditPart(Auditable_Auditable& part, Host_Host& host) {
+    part.setHost(host);
     if (part.prepareForAudit() && part.audit())
         return true;
     part.cleanupAfterAudit();
@@ -18,9 +19,9 @@ bool Storage_HostSystemLinux::audit() {
     if (getOS() == nullptr || getMachine() == nullptr)
         return false;
     setType("Linux");
-    if (!auditPart(*getOS()))
+    if (!auditPart(*getOS(), getHost()))
         DEBUG_LOG("Storage_HostSystemLinux::os audit failed\n");
-    if (!auditPart(*getMachine()))
+    if (!auditPart(*getMachine(), getHost()))
         DEBUG_LOG("Storage_HostSystemLinux::machine audit failed\n");
     setAuditResult(true);
     return true;

@@ -8,10 +8,9 @@ std::string System_FirstFile(std::string_view listing) {
     return std::string(listing.substr(0, listing.find_first_of("\r\n\t ")));
 }
 
-std::string System_ComposeOSName(const std::optional<std::string>& releaseFile,
-                                 std::string_view kernelRelease) {
-    const bool described = releaseFile && !releaseFile->empty();
-    return (described ? System_FirstLine(*releaseFile) : "Linux") + ' ' + System_FirstLine(kernelRelease);
+std::string System_ComposeOSName(std::string_view releaseFile, std::string_view kernelRelease) {
+    return (releaseFile.empty() ? "Linux" : System_FirstLine(releaseFile)) + ' ' +
+           System_FirstLine(kernelRelease);
 }
 
 std::optional<std::string> System_DomainOfKernel(std::string_view name) {

@@ -13,10 +13,9 @@ std::string System_FirstLine(std::string_view text);
 /// output.
 std::string System_FirstFile(std::string_view listing);
 
-/// The name of the operating system: the first line of its release file, or "Linux" if there is none, a blank
+/// The name of the operating system: the first line of its release file, or "Linux" if that is empty, a blank
 /// and the kernel's release, which is the first line of what `uname -r` said.
-std::string System_ComposeOSName(const std::optional<std::string>& releaseFile,
-                                 std::string_view kernelRelease);
+std::string System_ComposeOSName(std::string_view releaseFile, std::string_view kernelRelease);
 
 /// What getdomainname(2) gave, if that is a domain: one without a dot is a NIS name or the kernel's text for
 /// none.

@@ -1,31 +1,16 @@
 #include "audit/System_MachineLinux.h"
 
 #include "audit/System_HostText.h"
-#include "date/System_Date.h"
-#include "host/System_Command.h"
+#include "host/Host_Host.h"
 #include "log/Debug_Printf.h"
 #include "model/System_Allocate.h"
 
-#include <ctime>
 #include <optional>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
 constexpr const char* unknown = "unknown";
-/// Longer than any name that the kernel keeps; the last byte stays zero.
-constexpr std::size_t nameBufferSize = 256;
-
-std::optional<int> gmtOffsetMinutes() {
-    int minutes = 0;
-    try {
-        if (System_FactoryAllocateDate()->gmtOffset(minutes))
-            return minutes;
-    } catch (...) {
-    }
-    return std::nullopt;
-}
 
 } // namespace
 
@@ -44,30 +29,25 @@ bool System_MachineLinux::audit() {
 
 void System_MachineLinux::auditDomain() {
     setDomain(unknown);
-    char name[nameBufferSize] = {};
-    if (getdomainname(name, sizeof name - 1) != 0) {
+    const Host_Answer<std::string> name = getHost().domainName();
+    if (!name)
         DEBUG_LOG("System_MachineLinux::audit getdomainname, failed\n");
-    } else if (const std::optional<std::string> domain = System_DomainOfKernel(name)) {
-        setDomain(domain->c_str());
-        return;
-    }
-    const std::optional<std::string> lines = System_RunCommand("cat /etc/resolv.conf | grep domain");
-    if (const std::optional<std::string> domain = System_DomainOfResolver(lines.value_or("")))
+    std::optional<std::string> domain = System_DomainOfKernel(name.valueOr(""));
+    if (!domain)
+        domain = System_DomainOfResolver(getHost().run("cat /etc/resolv.conf | grep domain").valueOr(""));
+    if (domain)
         setDomain(domain->c_str());
 }
 
 void System_MachineLinux::auditHostName() {
-    char name[nameBufferSize] = {};
-    if (gethostname(name, sizeof name - 1) != 0) {
+    const Host_Answer<std::string> name = getHost().hostName();
+    if (!name)
         DEBUG_LOG("System_MachineLinux::audit gethostname, failed\n");
-        setName(unknown);
-        return;
-    }
-    setName(name);
+    setName(name.valueOr(unknown).c_str());
 }
 
 void System_MachineLinux::auditModel() {
-    const std::optional<std::string> model = System_RunCommand("uname -m");
+    const Host_Answer<std::string> model = getHost().run("uname -m");
     if (!model) {
         DEBUG_LOG("System_MachineLinux::audit::audit uname -m model copy, skipping\n");
         return;
@@ -77,20 +57,19 @@ void System_MachineLinux::auditModel() {
 }
 
 bool System_MachineLinux::auditClock() {
-    const std::optional<int> offset = gmtOffsetMinutes();
+    const Host_Answer<int> offset = getHost().gmtOffset();
     if (!offset) {
         DEBUG_LOG("System_MachineLinux::audit::audit: failed to get/set GMT offset\n");
         return false;
     }
     setGMTOffset(*offset);
 
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    if (localtime_r(&now, &local) == nullptr) {
+    const Host_Answer<bool> saving = getHost().daylightSaving();
+    if (!saving) {
         DEBUG_LOG("System_MachineLinux::audit::audit: failed localtime\n");
         return false;
     }
-    setDaylight(local.tm_isdst >= 1);
+    setDaylight(*saving);
     return true;
 }
 

@@ -2,7 +2,7 @@
 
 #include "audit/System_Machine.h"
 
-/// Finds out the facts by library calls and a few commands. Only the clock can make the audit fail: whatever
+/// Asks the host for the facts. Only the clock can make the audit fail: whatever
 /// else is not to be had is left out or "unknown".
 class System_MachineLinux : public System_Machine {
 public:

@@ -32,8 +32,8 @@ constexpr mode_t onlyForTheAgent = 0600;
 constexpr std::size_t pieceSize = 1024;
 /// A write that a full disk cuts short ends at a multiple of this.
 constexpr off_t smallestDiskBlock = 512;
-/// How often the size of the output is looked at while the command runs.
-constexpr std::chrono::milliseconds sizeCheckInterval{250};
+/// How often a running command is looked at: the size of its output, and whether it is to end.
+constexpr std::chrono::milliseconds checkInterval{250};
 
 std::string makeFileName() {
     const int number = rand(); // NOLINT(cert-msc30-c,cert-msc50-cpp): the name need not be hard to guess
@@ -82,8 +82,10 @@ public:
         struct stat attributes {};
         if (fstat(descriptor_.get(), &attributes) != 0)
             return std::nullopt;
-        if (attributes.st_nlink == 0 || (attributes.st_mtim.tv_sec == 0 && attributes.st_mtim.tv_nsec == 0))
+        if (attributes.st_nlink == 0 || (attributes.st_mtim.tv_sec == 0 && attributes.st_mtim.tv_nsec == 0)) {
+            errno = EIO;
             return std::nullopt;
+        }
         if (attributes.st_size % smallestDiskBlock == 0 &&
             pwrite(descriptor_.get(), "", 1, attributes.st_size) != 1)
             return std::nullopt;
@@ -139,44 +141,79 @@ bool startShell(std::string commandLine, pid_t& pid) {
     char option[] = "-c";
     char* const arguments[] = {name, option, commandLine.data(), nullptr};
     const ShellAttributes attributes;
-    return posix_spawn(&pid, shell, nullptr, attributes.get(), arguments, environ) == 0;
+    errno = posix_spawn(&pid, shell, nullptr, attributes.get(), arguments, environ);
+    return errno == 0;
 }
 
-/// False if the command could not be started or had to be ended, which it then has been.
-bool run(const char* command, const OutputFile& file, const ShellCommand_Limits& limits) {
-    pid_t pid = 0;
-    if (!startShell(std::string(command) + " > " + file.name(), pid))
-        return false;
-    Exec_ChildProcess child(pid);
+/// Why a command that still runs must not go on, as a number of errno; 0 if it may.
+int reasonToEnd(const OutputFile& file, const ShellCommand_Limits& limits, Clock::time_point until) {
+    if (limits.stop.stop_requested())
+        return ECANCELED;
+    if (Clock::now() >= until)
+        return ETIMEDOUT;
+    return file.size() > limits.outputBytes ? EFBIG : 0;
+}
+
+/// False, with the cause in `errno`, if the command could not be started or had to be ended, which it then
+/// has been.
+bool run(const std::string& command, const OutputFile& file, const ShellCommand_Limits& limits) {
     const Clock::time_point until = Clock::now() + limits.runTime;
-    for (;;) {
-        const Clock::time_point next = std::min(until, Clock::now() + sizeCheckInterval);
-        if (child.wait(File_Descriptor::None, next) == Exec_ChildProcess::Wake::Ended) {
-            int ignored = 0;
-            child.reap(ignored);
-            return true;
-        }
-        if (Clock::now() >= until || file.size() > limits.outputBytes) {
-            DEBUG_LOG("EXEC: ending a command that takes too long or writes too much: %s\n", command);
+    int reason = reasonToEnd(file, limits, until);
+    if (reason == 0) {
+        pid_t pid = 0;
+        if (!startShell(command + " > " + file.name(), pid))
             return false;
+        Exec_ChildProcess child(pid);
+        while (reason == 0) {
+            const Clock::time_point next = std::min(until, Clock::now() + checkInterval);
+            if (child.wait(File_Descriptor::None, next) == Exec_ChildProcess::Wake::Ended) {
+                int ignored = 0;
+                child.reap(ignored);
+                return true;
+            }
+            reason = reasonToEnd(file, limits, until);
         }
+        DEBUG_LOG("EXEC: ending a command that takes too long or writes too much: %s\n", command.c_str());
     }
+    errno = reason;
+    return false;
 }
 
-/// Leaves of each piece what comes before its first zero byte. Returns the new length.
-std::size_t cutAtZeroBytes(char* text, std::size_t length) {
-    if (std::memchr(text, '\0', length) == nullptr)
-        return length;
+/// Leaves of each piece what comes before its first zero byte.
+void cutAtZeroBytes(std::string& text) {
+    if (text.find('\0') == std::string::npos)
+        return;
     std::size_t kept = 0;
-    for (std::size_t at = 0; at < length; at += pieceSize) {
-        const std::size_t piece = strnlen(text + at, std::min(pieceSize, length - at));
-        std::memmove(text + kept, text + at, piece);
+    for (std::size_t at = 0; at < text.size(); at += pieceSize) {
+        const std::size_t piece = strnlen(text.data() + at, std::min(pieceSize, text.size() - at));
+        std::memmove(text.data() + kept, text.data() + at, piece);
         kept += piece;
     }
-    return kept;
+    text.resize(kept);
 }
 
 } // namespace
+
+std::optional<std::string> ShellCommand_Output(const std::string& command,
+                                               const ShellCommand_Limits& limits) {
+    OutputFile file;
+    if (!file.create() || !run(command, file, limits))
+        return std::nullopt;
+    const std::optional<std::size_t> size = file.completeSize();
+    if (!size)
+        return std::nullopt;
+    if (*size > limits.outputBytes) {
+        errno = EFBIG;
+        return std::nullopt;
+    }
+    std::string text(*size, '\0');
+    std::size_t got = 0;
+    if (!file.read(text.data(), *size, got))
+        return std::nullopt;
+    text.resize(got);
+    cutAtZeroBytes(text);
+    return text;
+}
 
 bool ShellCommand_Execute(const char* command, char*& output, unsigned int& length) {
     return ShellCommand_Execute(command, ShellCommand_Limits(), output, length);
@@ -188,21 +225,15 @@ bool ShellCommand_Execute(const char* command, const ShellCommand_Limits& limits
     length = 0;
     if (command == nullptr)
         return false;
-
-    OutputFile file;
-    if (!file.create() || !run(command, file, limits))
+    try {
+        const std::optional<std::string> text = ShellCommand_Output(command, limits);
+        if (!text)
+            return false;
+        output = new char[text->size() + 1];
+        std::memcpy(output, text->c_str(), text->size() + 1);
+        length = static_cast<unsigned int>(text->size());
+        return true;
+    } catch (const std::bad_alloc&) {
         return false;
-    const std::optional<std::size_t> size = file.completeSize();
-    if (!size || *size > limits.outputBytes)
-        return false;
-
-    std::unique_ptr<char[]> text(new (std::nothrow) char[*size + 1]);
-    std::size_t got = 0;
-    if (!text || !file.read(text.get(), *size, got))
-        return false;
-    got = cutAtZeroBytes(text.get(), got);
-    text[got] = '\0';
-    length = static_cast<unsigned int>(got);
-    output = text.release();
-    return true;
+    }
 }

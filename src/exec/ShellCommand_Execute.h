@@ -2,11 +2,16 @@
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
+#include <stop_token>
+#include <string>
 
 /// What one command may take. Beyond that it is ended, or its output refused.
 struct ShellCommand_Limits {
     std::chrono::milliseconds runTime = std::chrono::minutes(5);
     std::size_t outputBytes = std::size_t{256} << 20;
+    /// Ends the command early, within half a second.
+    std::stop_token stop = {};
 };
 
 /// Runs a command line through /bin/sh as the agent's own user and gives what it wrote on its standard
@@ -26,3 +31,8 @@ struct ShellCommand_Limits {
 bool ShellCommand_Execute(const char* command, char*& output, unsigned int& length);
 bool ShellCommand_Execute(const char* command, const ShellCommand_Limits& limits, char*& output,
                           unsigned int& length);
+
+/// The same as a text. None on failure, with the cause in `errno`: ETIMEDOUT and ECANCELED for a command that
+/// was ended at its time limit or on request, EFBIG for too much output, else what the system says.
+std::optional<std::string> ShellCommand_Output(const std::string& command,
+                                               const ShellCommand_Limits& limits = {});

@@ -1,5 +1,7 @@
 #include "model/Auditable_Auditable.h"
 
+#include "host/Host_Host.h"
+
 #include <cstring>
 
 Auditable_Auditable::~Auditable_Auditable() {
@@ -28,9 +30,15 @@ bool Auditable_Auditable::setAuditParameterValue(const char* key, const char* va
 bool Auditable_Auditable::copyAuditParameters(const Auditable_Auditable* from) {
     if (from == nullptr)
         return false;
+    if (from->host_ != nullptr)
+        host_ = from->host_;
     if (from == this || !from->parameters_)
         return true;
     for (const auto& [key, value] : *from->parameters_)
         setAuditParameterValue(key.c_str(), value.c_str());
     return true;
+}
+
+Host_Host& Auditable_Auditable::getHost() const {
+    return host_ != nullptr ? *host_ : Host_Real();
 }

@@ -4,12 +4,15 @@
 #include <memory>
 #include <string>
 
+class Host_Host;
+
 /// Root of everything that can be audited.
 ///
 /// The caller of an audit does this: prepareForAudit (false: not to be audited), audit (false: it failed,
 /// then cleanupAfterAudit), use the result, cleanupAfterAudit. What a request said travels along as audit
 /// parameters, text under a text key; the user's password is among them, so their memory is wiped when they
-/// go. An object belongs to one thread at a time.
+/// go. So does the host that is audited, which whoever audits a part hands on to it. An object belongs to one
+/// thread at a time.
 class Auditable_Auditable {
 public:
     Auditable_Auditable() = default;
@@ -23,7 +26,7 @@ public:
     virtual const char* getAuditParameterValue(const char* key) const;
     /// A key that has a value keeps it. False only for a null argument.
     virtual bool setAuditParameterValue(const char* key, const char* value);
-    /// Sets every pair of `from` here. False if `from` is null.
+    /// Sets every pair of `from` here, and its host if it was given one. False if `from` is null.
     virtual bool copyAuditParameters(const Auditable_Auditable* from);
     virtual bool prepareForAudit() { return true; }
     virtual bool cleanupAfterAudit() { return true; }
@@ -32,11 +35,17 @@ public:
     virtual bool hasAudited() const { return audited_; }
     virtual void setAudited() { audited_ = true; }
 
+    /// The machine that this process runs on, unless another host was set.
+    Host_Host& getHost() const;
+    /// `host` is borrowed and outlives this object.
+    void setHost(Host_Host& host) { host_ = &host; }
+
 private:
     using Parameters = std::map<std::string, std::string, std::less<>>;
 
     bool auditResult_ = false;
     bool audited_ = false;
+    Host_Host* host_ = nullptr;
     /// Only few of the many objects of an audit have parameters.
     std::unique_ptr<Parameters> parameters_;
 };

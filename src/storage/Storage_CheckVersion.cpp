@@ -1,10 +1,9 @@
 #include "storage/Storage_CheckVersion.h"
 
 #include "base/String_Functions.h"
-#include "host/System_Command.h"
+#include "host/Host_Host.h"
 #include "log/Debug_Printf.h"
 
-#include <optional>
 #include <vector>
 
 namespace {
@@ -15,9 +14,13 @@ constexpr std::size_t versionLength = 3;
 } // namespace
 
 bool Storage_CheckVersion(const char* version) {
+    return Storage_CheckVersion(Host_Real(), version);
+}
+
+bool Storage_CheckVersion(Host_Host& host, const char* version) {
     if (version == nullptr)
         return false;
-    const std::optional<std::string> output = System_RunCommand(releaseCommand);
+    const Host_Answer<std::string> output = host.run(releaseCommand);
     if (!output) {
         DEBUG_LOG("Storage_CheckVersion: OS command failed: %s\n", releaseCommand);
         return false;
