@@ -2,6 +2,7 @@
 #include "methods/AgentRMI_AuditRunnable.h"
 #include "methods/AgentRMI_HandOver.h"
 #include "methods/AgentRMI_MethodFactory.h"
+#include "net/HTTP_URLEncoding.h"
 #include "net/TestServer.h"
 #include "rmi/AgentHTTP_SendRequest.h"
 #include "rmi/AgentRMI_AsynchManager.h"
@@ -10,17 +11,15 @@
 #include "rmi/RMI_MethodException.h"
 #include "storage/Storage_Container.h"
 #include "storage/Storage_Played.h"
-#include "threads/Thread_Pool.h"
+#include "threads/Work.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <future>
 #include <mutex>
 #include <stdexcept>
 #include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -37,12 +36,10 @@ public:
     void note(const std::string& event) {
         const std::lock_guard lock(mutex_);
         events_.push_back(event);
-        changed_.notify_all();
     }
-    bool await(const std::string& event, std::chrono::milliseconds limit = patience, long count = 1) {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, limit,
-                                 [&] { return std::count(events_.begin(), events_.end(), event) >= count; });
+    long count(const std::string& event) {
+        const std::lock_guard lock(mutex_);
+        return std::count(events_.begin(), events_.end(), event);
     }
     std::vector<std::string> all() {
         const std::lock_guard lock(mutex_);
@@ -51,48 +48,29 @@ public:
 
 private:
     std::mutex mutex_;
-    std::condition_variable changed_;
     std::vector<std::string> events_;
 };
 
-/// A door that stays open once opened; it opens by itself when the test ends.
-class Gate {
+/// A gate that opens when the test ends, whatever has failed.
+class Door {
 public:
-    ~Gate() { open(); }
+    ~Door() { open(); }
     void open() {
-        if (!opened_.exchange(true))
-            promise_.set_value();
+        if (!std::exchange(opened_, true))
+            gate_.open();
     }
-    void pass() { future_.wait_for(patience); }
+    Gate gate() const { return gate_; }
 
 private:
-    std::promise<void> promise_;
-    std::shared_future<void> future_{promise_.get_future().share()};
-    std::atomic<bool> opened_ = false;
+    Gate gate_;
+    bool opened_ = false;
 };
 
-const std::string good = envelope("<Response response='success'/>");
-
-/// A form's body as the text that was put in.
-std::string decoded(const std::string& form) {
-    std::string text;
-    for (std::size_t at = 0; at < form.size(); ++at) {
-        if (form[at] == '%' && at + 2 < form.size()) {
-            text += static_cast<char>(std::stoi(form.substr(at + 1, 2), nullptr, 16));
-            at += 2;
-        } else {
-            text += form[at] == '+' ? ' ' : form[at];
-        }
-    }
-    return text;
-}
-
-Reply send(const std::string& method, const std::string& inside = "",
-           const std::string& request = "uuid='u'") {
+Reply send(const std::string& method, const std::string& request = "uuid='u'") {
     AgentRMI_MethodFactory factory;
     ScriptedPeer peer;
-    return process(&factory, call(request, "<Method name='" + method + "'>" + inside + "</Method>"),
-                   Socket_Socket::ENCRYPTION_SSL, &peer);
+    return process(&factory, call(request, "<Method name='" + method + "'/>"), Socket_Socket::ENCRYPTION_SSL,
+                   &peer);
 }
 
 std::future<std::string> sendInBackground(const std::string& method) {
@@ -123,10 +101,12 @@ protected:
         gStorageContainer = std::make_unique<Storage_Container>(Storage_PlayedLevels);
         gAgentConfig = std::make_unique<Config_File<AgentConfig_Configuration>>();
         gCallServerWithSSL = false;
-        startManager();
+        gGenericRMIAsynchMgr = AgentRMI_FactoryAllocateAsynchManager();
+        ASSERT_TRUE(gGenericRMIAsynchMgr->init(2, Thread_Pool::Unlimited, 0));
+        ASSERT_TRUE(gGenericRMIAsynchMgr->start());
     }
     void TearDown() override {
-        stopManager();
+        stop(*gGenericRMIAsynchMgr);
         gGenericRMIAsynchMgr.reset();
         gStorageContainer.reset();
         play = nullptr;
@@ -135,21 +115,6 @@ protected:
         WithIdentities::TearDown();
     }
 
-    void startManager() {
-        gGenericRMIAsynchMgr = AgentRMI_FactoryAllocateAsynchManager();
-        ASSERT_TRUE(gGenericRMIAsynchMgr->init(2, Thread_Pool::Unlimited, 0));
-        ASSERT_TRUE(gGenericRMIAsynchMgr->start());
-    }
-    /// Returns when the last thread is gone.
-    static void stopManager() {
-        bool stillRunning = true;
-        for (unsigned attempt = 0; stillRunning && attempt < 3000; ++attempt) {
-            gGenericRMIAsynchMgr->shutdown(stillRunning, attempt, false);
-            if (stillRunning)
-                std::this_thread::sleep_for(10ms);
-        }
-        EXPECT_FALSE(stillRunning);
-    }
     static void callServerAt(const TestServer& server) {
         gAgentConfig->getConfig()->setServerHostname("127.0.0.1");
         gAgentConfig->getConfig()->setServerPort(server.port());
@@ -163,24 +128,22 @@ protected:
 TEST_F(Audits, ALevelAnswersWithItsCollectionAndThenItsFailures) {
     ASSERT_EQ(send("GetPhysicalDrives").outcome(), "success|success");
     ASSERT_NE(gStorageContainer->getPhysicalDrives(), nullptr);
-    std::string parameters;
     play_.audit = [&](const std::string&, Storage_Collection& collection) {
+        std::string parameters;
         for (const char* key : {"hostTarget", "snmpCommunity", "snmpPort", "serviceUid", "serviceGid",
                                 "fsType", "userName", "userPassword", "vsamName"}) {
             const char* value = collection.getAuditParameterValue(key);
             parameters += std::string(value == nullptr ? "none" : value) + " ";
         }
+        EXPECT_EQ(parameters, "h c 162 1 2 f n p none ");
         EXPECT_EQ(gStorageContainer->getPhysicalDrives(), nullptr) << "left over from the call before";
-        EXPECT_EQ(gStorageContainer->getPlexes(), &collection);
         return true;
     };
     for (const char* round : {"first", "second"}) {
-        parameters.clear();
-        const Reply reply = send("GetPlexes", "",
-                                 "uuid='u' hostTarget='h' snmpCommunity='c' snmpPort='162' serviceUid='1' "
-                                 "serviceGid='2' fsType='f' userName='n' userPassword='p' vsamName='v'");
+        const Reply reply = send("GetPlexes", "uuid='u' hostTarget='h' snmpCommunity='c' snmpPort='162' "
+                                              "serviceUid='1' serviceGid='2' fsType='f' userName='n' "
+                                              "userPassword='p' vsamName='v'");
         EXPECT_EQ(reply.outcome(), "success|success") << round;
-        EXPECT_EQ(parameters, "h c 162 1 2 f n p none ") << round;
         EXPECT_EQ(namesBelow(reply.text, "Response"), "Plexes1 AuditFailedItems1 ") << round;
         EXPECT_NE(reply.text.find(R"(<FailedObject name="bad Plexes")"), std::string::npos) << round;
     }
@@ -221,7 +184,9 @@ TEST_F(Audits, TheContainerIsHeldUntilTheResultIsWritten) {
         return true;
     };
     play_.serialize = [&](const std::string& level) {
-        EXPECT_EQ(level == "Plexes" && events_.await("audit ExtentPools", aMoment), false);
+        if (level == "Plexes")
+            std::this_thread::sleep_for(aMoment);
+        EXPECT_EQ(events_.count("audit ExtentPools"), level == "Plexes" ? 0 : 1);
         return true;
     };
     EXPECT_EQ(send("GetPlexes").outcome(), "success|success");
@@ -231,71 +196,64 @@ TEST_F(Audits, TheContainerIsHeldUntilTheResultIsWritten) {
 }
 
 TEST_F(Audits, AllLevelsAreDeliveredByOneCallThatHoldsTheContainer) {
-    // The server takes the result; refuses it; fails. Nothing but its own log tells them apart on the agent.
-    const std::string replies[] = {good, envelope("<Response response='error'/>"), ""};
-    for (const std::string& reply : replies) {
-        Gate mayReply;
-        std::promise<std::string> posted;
-        const TestServer server([&](HTTP_File& file) {
-            char* body = nullptr;
-            int length = 0;
-            file.getEntityBody(body, length);
-            posted.set_value(decoded(std::string(body, static_cast<std::size_t>(length))));
-            mayReply.pass();
-            return file.sendReply(reply.empty() ? HTTP_RETURN_INTERNAL_SERVER_ERROR : HTTP_RETURN_OK,
-                                  HTTP_CONTENT_TYPE_TEXT_XML, reply.c_str(), static_cast<int>(reply.size()));
-        });
-        callServerAt(server);
-        play_.audit = [](const std::string& level, Storage_Collection&) {
-            if (level == "DriveExtents")
-                throw std::runtime_error("a fault");
-            if (level == "PhysicalDrives")
-                gStorageContainer->getStorageVolumes()->setAudited();
-            return level != "ExtentPools";
-        };
-        send("Ping", "", "uuid='alphas' hostTarget='alpha'");
-        const Reply accepted = send("GetStorageSystem", "", "uuid='alphas' hostTarget='alpha'");
-        EXPECT_EQ(accepted.outcome(), "success|success");
-        EXPECT_EQ(namesBelow(accepted.text, "Response"), "");
+    Door mayReply;
+    std::promise<std::string> posted;
+    const TestServer server([&posted, gate = mayReply.gate()](HTTP_File& file) {
+        char* body = nullptr;
+        int length = 0;
+        file.getEntityBody(body, length);
+        posted.set_value(decodeURLEncoding(std::string(body, static_cast<std::size_t>(length))));
+        gate.wait();
+        return file.sendReply(HTTP_RETURN_INTERNAL_SERVER_ERROR, HTTP_CONTENT_TYPE_TEXT_XML, "", 0);
+    });
+    callServerAt(server);
+    play_.audit = [](const std::string& level, Storage_Collection&) {
+        if (level == "DriveExtents")
+            throw std::runtime_error("a fault");
+        if (level == "PhysicalDrives")
+            gStorageContainer->getStorageVolumes()->setAudited();
+        return level != "ExtentPools";
+    };
+    send("Ping", "uuid='alphas' hostTarget='alpha'");
+    const Reply accepted = send("GetStorageSystem", "uuid='alphas' hostTarget='alpha'");
+    EXPECT_EQ(accepted.outcome(), "success|success");
+    EXPECT_EQ(namesBelow(accepted.text, "Response"), "");
 
-        std::future<std::string> result = posted.get_future();
-        ASSERT_EQ(result.wait_for(patience), std::future_status::ready);
-        const std::string request = result.get();
-        EXPECT_NE(request.find(R"(<Request uuid="alphas"><Method name="GetStorageSystemResults">)"),
-                  std::string::npos)
-            << request;
-        EXPECT_EQ(namesBelow(request, "Method"),
-                  "PhysicalDrives1 DriveExtents1 ExtentPools1 Plexes1 StorageVolumes0 StorageAssociations6 "
-                  "AuditFailedItems5 ");
+    std::future<std::string> result = posted.get_future();
+    ASSERT_EQ(result.wait_for(patience), std::future_status::ready);
+    const std::string request = result.get();
+    EXPECT_NE(request.find(R"(<Request uuid="alphas"><Method name="GetStorageSystemResults">)"),
+              std::string::npos)
+        << request;
+    EXPECT_EQ(namesBelow(request, "Method"), "PhysicalDrives1 DriveExtents1 ExtentPools1 Plexes1 "
+                                             "StorageVolumes0 StorageAssociations6 AuditFailedItems5 ")
+        << "the volumes were audited with the drives";
 
-        std::future<std::string> next = sendInBackground("GetPlexes");
-        EXPECT_EQ(next.wait_for(aMoment), std::future_status::timeout) << "the call is not over yet";
-        mayReply.open();
-        ASSERT_EQ(next.wait_for(patience), std::future_status::ready);
-        EXPECT_EQ(next.get(), "success|success");
-    }
-    EXPECT_FALSE(events_.await("audit StorageVolumes", 0ms)) << "another level has seen to it";
+    std::future<std::string> next = sendInBackground("GetPlexes");
+    EXPECT_EQ(next.wait_for(aMoment), std::future_status::timeout) << "the call is not over yet";
+    mayReply.open();
+    ASSERT_EQ(next.wait_for(patience), std::future_status::ready);
+    EXPECT_EQ(next.get(), "success|success") << "though the server has failed";
 }
 
 TEST_F(Audits, AStopEndsTheAuditBetweenTwoLevelsAndRunsNothingThatWaits) {
-    std::atomic<int> posts = 0;
     const TestServer server([&](HTTP_File& file) {
-        ++posts;
-        return file.sendReply(HTTP_RETURN_OK, HTTP_CONTENT_TYPE_TEXT_XML, good.c_str(),
-                              static_cast<int>(good.size()));
+        events_.note("posted");
+        return file.sendReply(HTTP_RETURN_OK, HTTP_CONTENT_TYPE_TEXT_XML, "", 0);
     });
     callServerAt(server);
-    Gate goOn;
-    play_.audit = [&](const std::string& level, Storage_Collection&) {
+    Door goOn;
+    play_.audit = [gate = goOn.gate()](const std::string& level, Storage_Collection&) {
         if (level == "DriveExtents")
-            goOn.pass();
+            gate.wait();
         return true;
     };
     // One at work, one that waits for the container, two in the queue.
     for (int job = 0; job < 4; ++job)
         ASSERT_EQ(send("GetStorageSystem").outcome(), "success|success");
-    ASSERT_TRUE(events_.await("audit DriveExtents"));
-    EXPECT_FALSE(events_.await("audit PhysicalDrives", aMoment, 2)) << "storage requests take turns";
+    ASSERT_TRUE(eventually([this] { return events_.count("audit DriveExtents") == 1; }));
+    std::this_thread::sleep_for(aMoment);
+    EXPECT_EQ(events_.count("audit PhysicalDrives"), 1) << "storage requests take turns";
 
     std::future<std::string> summary = sendInBackground("GetHostSummary");
     ASSERT_EQ(summary.wait_for(patience), std::future_status::ready) << "a host summary waits for nobody";
@@ -306,49 +264,29 @@ TEST_F(Audits, AStopEndsTheAuditBetweenTwoLevelsAndRunsNothingThatWaits) {
     EXPECT_TRUE(stillRunning);
     EXPECT_EQ(send("GetStorageSystem").outcome(), "error|");
     goOn.open();
-    stopManager();
+    stop(*gGenericRMIAsynchMgr);
     std::vector<std::string> events = events_.all();
     // The second job may have come to the container before the stop; if so its first level is its last.
     if (events.size() == 3) {
         EXPECT_EQ(events.back(), "audit PhysicalDrives");
         events.pop_back();
     }
-    EXPECT_EQ(events, (std::vector<std::string>{"audit PhysicalDrives", "audit DriveExtents"}));
-    EXPECT_EQ(posts, 0);
+    EXPECT_EQ(events, (std::vector<std::string>{"audit PhysicalDrives", "audit DriveExtents"}))
+        << "and nothing posted";
     EXPECT_EQ(send("GetPlexes").outcome(), "success|success") << "the container is free again";
 }
 
-/// Work that tells of its end.
-class CountedWork : public Thread_Runnable {
-public:
-    CountedWork(std::atomic<int>& alive, Events& events, Gate& gate)
-        : alive_(alive), events_(events), gate_(gate) {
-        ++alive_;
-    }
-    ~CountedWork() override { --alive_; }
-    void run() override {
-        events_.note("run");
-        gate_.pass();
-    }
-
-private:
-    std::atomic<int>& alive_;
-    Events& events_;
-    Gate& gate_;
-};
-
 TEST(HandOver, WorkThatIsNotTakenIsDeletedAndTheReasonTold) {
-    std::atomic<int> alive = 0;
-    Events events;
-    Gate gate;
+    Tally tally;
+    Door goOn;
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
     const auto manager = AgentRMI_FactoryAllocateAsynchManager();
     const auto handOver = [&]() -> std::string {
-        const Xerces_DocumentPtr document = Xerces_Parse("<R><Response/></R>", "test");
-        xercesc::DOMElement& response = *Xerces_FirstDescendant(*Xerces_Root(*document), "Response");
+        const Xerces_DocumentPtr document = Xerces_CreateDocument("Response");
+        xercesc::DOMElement& response = *Xerces_Root(*document);
+        auto work = std::make_unique<Work>(tally, [gate = goOn.gate()](Work&) { gate.wait(); });
         try {
-            AgentRMI_HandOver(*manager, mutex, std::make_unique<CountedWork>(alive, events, gate),
-                              "all taken", response);
+            AgentRMI_HandOver(*manager, mutex, std::move(work), "all taken", response);
         } catch (const RMI_MethodException& failure) {
             return std::to_string(failure.getExceptionCode()) + Xerces_GetAttribute(response, "reason");
         }
@@ -356,24 +294,21 @@ TEST(HandOver, WorkThatIsNotTakenIsDeletedAndTheReasonTold) {
     };
     ASSERT_TRUE(manager->init(1, 1, 9));
     EXPECT_EQ(handOver(), "7") << "it does not run yet";
-    EXPECT_EQ(alive, 0);
+    EXPECT_EQ(tally.deleted, 1);
     ASSERT_TRUE(manager->start());
     EXPECT_EQ(handOver(), "taken");
-    ASSERT_TRUE(events.await("run"));
+    ASSERT_TRUE(eventually([&] { return tally.begun == 1; }));
     EXPECT_EQ(handOver(), "taken") << "waits";
     EXPECT_EQ(handOver(), "7all taken") << "and the manager does not grow";
-    EXPECT_EQ(alive, 2);
+    EXPECT_EQ(tally.deleted, 2);
     EXPECT_EQ(pthread_mutex_trylock(&mutex), 0) << "the mutex is released on every way out";
     pthread_mutex_unlock(&mutex);
     bool stillRunning = false;
     manager->shutdown(stillRunning, 0, false);
-    EXPECT_EQ(alive, 1) << "what waited is gone";
-    gate.open();
-    for (unsigned attempt = 1; stillRunning && attempt < 3000; ++attempt) {
-        std::this_thread::sleep_for(10ms);
-        manager->shutdown(stillRunning, attempt, false);
-    }
-    EXPECT_EQ(alive, 0);
+    EXPECT_EQ(tally.deleted, 3) << "what waited is gone";
+    goOn.open();
+    stop(*manager);
+    EXPECT_EQ(tally.deleted, tally.made);
 }
 
 } // namespace

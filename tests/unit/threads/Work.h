@@ -74,8 +74,9 @@ inline bool give(Thread_Pool& pool, Tally& tally, std::function<void(Work&)> bod
     return taken;
 }
 
-/// Asks the pool to stop until it has, as a manager does.
-inline void stop(Thread_Pool& pool) {
+/// Asks a pool, or what stands over one, to stop until it has.
+template <typename Pool>
+void stop(Pool& pool) {
     bool stillRunning = true;
     unsigned attempt = 0;
     EXPECT_TRUE(eventually([&] {
