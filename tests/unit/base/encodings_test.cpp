@@ -1,9 +1,9 @@
 #include "base/Base64.h"
 #include "base/MD5.h"
+#include "base/String_Functions.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <memory>
 #include <string>
 
@@ -27,7 +27,11 @@ std::string md5(const std::string& text, unsigned piece) {
     for (std::size_t at = 0; at < text.size(); at += piece)
         digest.update(bytes + at, static_cast<unsigned>(std::min<std::size_t>(piece, text.size() - at)));
     digest.finalize();
+    digest.update(bytes, static_cast<unsigned>(text.size())); // comes too late
     const std::unique_ptr<char[]> hex(digest.hex_digest());
+    const std::unique_ptr<unsigned char[]> raw(digest.raw_digest());
+    EXPECT_EQ(nxhtoi(std::string(hex.get(), 2).c_str()), raw[0]);
+    EXPECT_EQ(nxhtoi(hex.get() + 30), raw[15]);
     return hex.get();
 }
 
@@ -77,16 +81,4 @@ TEST(MD5, GivesTheDigestsOfTheStandard) {
     for (const auto& c : cases)
         for (const unsigned piece : {1U, 7U, 1000U})
             EXPECT_EQ(md5(c.text, piece), c.digest) << c.text;
-}
-
-TEST(MD5, RawDigestIsTheHexadecimalOne) {
-    MD5 digest;
-    const unsigned char text[] = {'a', 'b', 'c'};
-    digest.update(text, 3);
-    digest.finalize();
-    digest.finalize();
-    digest.update(text, 3);
-    const std::unique_ptr<unsigned char[]> raw(digest.raw_digest());
-    EXPECT_EQ(std::memcmp(raw.get(), "\x90\x01\x50\x98\x3c\xd2\x4f\xb0\xd6\x96\x3f\x7d\x28\xe1\x7f\x72", 16),
-              0);
 }
