@@ -59,10 +59,10 @@ struct GlobalServices {
     }
 };
 
-/// One life of the agent. The members stand in the order in which they come up, so that their destruction is
+/// One run of the agent. The members stand in the order in which they come up, so that their destruction is
 /// the clean-up: the server first, the XML layer last, after a clean stop as after a start that failed
 /// half-way.
-class AgentLife {
+class AgentRun {
 public:
     bool start();
     /// Whether threads of services may be about that use what this object holds.
@@ -72,7 +72,7 @@ public:
 
 private:
     struct Stage {
-        bool (AgentLife::*bring)();
+        bool (AgentRun::*bring)();
         const char* onFailure;
     };
     static const Stage stages[];
@@ -110,28 +110,28 @@ private:
     bool servicesStarted_ = false;
 };
 
-const AgentLife::Stage AgentLife::stages[] = {
-    {&AgentLife::bringXmlUp, "Agent: XML layer initialization failed\n"},
-    {&AgentLife::bringTlsUp, "Agent: SSL layer initialization failed\n"},
-    {&AgentLife::bringHttpUp, "Agent: HTTP layer initialization failed\n"},
-    {&AgentLife::bringSystemUp, "Agent: System layer initialization failed\n"},
-    {&AgentLife::findConfiguration, "Agent: Failed to find agent configuration file\n"},
-    {&AgentLife::readConfiguration, "Agent: Failed to parse agent configuration file\n"},
-    {&AgentLife::loadIdentities, nullptr},
-    {&AgentLife::takeBindList, "Agent: Error processing agent configuration file\n"},
-    {&AgentLife::allocateContainer, "Agent: Storage_Container allocate failed\n"},
-    {&AgentLife::allocateManager<fileTrack>, "Agent: FileTrack RMIAsynch allocate failed\n"},
-    {&AgentLife::allocateManager<systemAudit>, "Agent: SystemAudit RMIAsynch allocate failed\n"},
-    {&AgentLife::allocateManager<generic>, "Agent: Generic RMIAsynch allocate failed\n"},
-    {&AgentLife::allocateServer, "Agent: HTTP server allocate failed\n"},
-    {&AgentLife::initManager<fileTrack>, "Agent: FileTrack RMIAsynch init failed\n"},
-    {&AgentLife::initManager<systemAudit>, "Agent: SystemAudit RMIAsynch init failed\n"},
-    {&AgentLife::initManager<generic>, "Agent: Generic RMIAsynch init failed\n"},
-    {&AgentLife::nameCertificates, nullptr},
-    {&AgentLife::initServer, "Agent: HTTP server init failed\n"},
-    {&AgentLife::armSignals, nullptr},
-    {&AgentLife::startServices, "Agent: startup failed\n"},
-    {&AgentLife::askForSSLState, "Agent: Check SSL state failed\n"},
+const AgentRun::Stage AgentRun::stages[] = {
+    {&AgentRun::bringXmlUp, "Agent: XML layer initialization failed\n"},
+    {&AgentRun::bringTlsUp, "Agent: SSL layer initialization failed\n"},
+    {&AgentRun::bringHttpUp, "Agent: HTTP layer initialization failed\n"},
+    {&AgentRun::bringSystemUp, "Agent: System layer initialization failed\n"},
+    {&AgentRun::findConfiguration, "Agent: Failed to find agent configuration file\n"},
+    {&AgentRun::readConfiguration, "Agent: Failed to parse agent configuration file\n"},
+    {&AgentRun::loadIdentities, nullptr},
+    {&AgentRun::takeBindList, "Agent: Error processing agent configuration file\n"},
+    {&AgentRun::allocateContainer, "Agent: Storage_Container allocate failed\n"},
+    {&AgentRun::allocateManager<fileTrack>, "Agent: FileTrack RMIAsynch allocate failed\n"},
+    {&AgentRun::allocateManager<systemAudit>, "Agent: SystemAudit RMIAsynch allocate failed\n"},
+    {&AgentRun::allocateManager<generic>, "Agent: Generic RMIAsynch allocate failed\n"},
+    {&AgentRun::allocateServer, "Agent: HTTP server allocate failed\n"},
+    {&AgentRun::initManager<fileTrack>, "Agent: FileTrack RMIAsynch init failed\n"},
+    {&AgentRun::initManager<systemAudit>, "Agent: SystemAudit RMIAsynch init failed\n"},
+    {&AgentRun::initManager<generic>, "Agent: Generic RMIAsynch init failed\n"},
+    {&AgentRun::nameCertificates, nullptr},
+    {&AgentRun::initServer, "Agent: HTTP server init failed\n"},
+    {&AgentRun::armSignals, nullptr},
+    {&AgentRun::startServices, "Agent: startup failed\n"},
+    {&AgentRun::askForSSLState, "Agent: Check SSL state failed\n"},
 };
 
 /// The configuration files report failure by their result; whatever is thrown on the way counts as the same.
@@ -144,19 +144,19 @@ bool succeeds(Operation operation) {
     }
 }
 
-bool AgentLife::bringXmlUp() {
+bool AgentRun::bringXmlUp() {
     return xmlLayer_.bringUp(Xerces_LayerInit, Xerces_LayerCleanup);
 }
 
-bool AgentLife::bringTlsUp() {
+bool AgentRun::bringTlsUp() {
     return tlsLayer_.bringUp(AgentSSL_LayerInit, AgentSSL_LayerCleanup);
 }
 
-bool AgentLife::bringHttpUp() {
+bool AgentRun::bringHttpUp() {
     return httpLayer_.bringUp(HTTP_LayerInit, HTTP_LayerCleanup);
 }
 
-bool AgentLife::bringSystemUp() {
+bool AgentRun::bringSystemUp() {
     if (!systemLayer_.bringUp(System_LayerInit, System_LayerCleanup))
         return false;
     DEBUG_LOG("Agent: starting server\n");
@@ -167,18 +167,18 @@ std::string configurationDirectory() {
     return gPathToExec + "/../conf";
 }
 
-bool AgentLife::findConfiguration() {
+bool AgentRun::findConfiguration() {
     gAgentConfig->setFilename("agent.conf");
     gAgentConfig->setPathname(configurationDirectory());
     return gAgentConfig->findFile();
 }
 
-bool AgentLife::readConfiguration() {
+bool AgentRun::readConfiguration() {
     return succeeds([] { return gAgentConfig->readFile(); });
 }
 
 /// The agent starts without identities as well as with them: a server gives it one on its first call.
-bool AgentLife::loadIdentities() {
+bool AgentRun::loadIdentities() {
     gGuidConfig->setFilename("uuid.conf");
     gGuidConfig->setPathname(configurationDirectory());
     if (!gGuidConfig->findFile()) {
@@ -196,18 +196,18 @@ bool AgentLife::loadIdentities() {
     return true;
 }
 
-bool AgentLife::takeBindList() {
+bool AgentRun::takeBindList() {
     bindList_ = gAgentConfig->getConfig()->getBindList();
     return true;
 }
 
-bool AgentLife::allocateContainer() {
+bool AgentRun::allocateContainer() {
     gStorageContainer.reset(new (std::nothrow) Storage_Container);
     return gStorageContainer != nullptr;
 }
 
 template <const ManagerPlan& plan>
-bool AgentLife::allocateManager() {
+bool AgentRun::allocateManager() {
     plan.manager = AgentRMI_FactoryAllocateAsynchManager();
     if (plan.manager == nullptr)
         return false;
@@ -216,16 +216,16 @@ bool AgentLife::allocateManager() {
 }
 
 template <const ManagerPlan& plan>
-bool AgentLife::initManager() {
+bool AgentRun::initManager() {
     return plan.manager->init(plan.threads, plan.queueLimit, 0);
 }
 
-bool AgentLife::allocateServer() {
+bool AgentRun::allocateServer() {
     server_ = HTTP_FactoryAllocateServer();
     return server_ != nullptr;
 }
 
-bool AgentLife::nameCertificates() {
+bool AgentRun::nameCertificates() {
     const std::string directory = configurationDirectory();
     gSSLFactory.setCertPath(directory + "/agent_cert.pem");
     gSSLFactory.setKeyPath(directory + "/agent_key.pem");
@@ -233,16 +233,16 @@ bool AgentLife::nameCertificates() {
     return true;
 }
 
-bool AgentLife::initServer() {
+bool AgentRun::initServer() {
     return server_->init(bindList_, &gSSLFactory, &requestHandlerFactory_, httpWorkers);
 }
 
-bool AgentLife::armSignals() {
+bool AgentRun::armSignals() {
     signals_.emplace();
     return true;
 }
 
-bool AgentLife::startServices() {
+bool AgentRun::startServices() {
     for (const ManagerPlan* plan : {&fileTrack, &generic, &systemAudit})
         manager_.registerThreadable(plan->manager.get());
     manager_.registerThreadable(server_.get());
@@ -251,7 +251,7 @@ bool AgentLife::startServices() {
 }
 
 /// A server that does not answer keeps the agent from nothing.
-bool AgentLife::askForSSLState() {
+bool AgentRun::askForSSLState() {
     DEBUG_LOG("Agent: Check state of enterprise SSL setting\n");
     const std::unique_ptr<RMI_MethodCall> call(new (std::nothrow) AgentRMI_MethodCallGetSSLState);
     if (!call)
@@ -266,7 +266,7 @@ bool AgentLife::askForSSLState() {
     return true;
 }
 
-bool AgentLife::start() {
+bool AgentRun::start() {
     for (const Stage& stage : stages) {
         if ((this->*stage.bring)())
             continue;
@@ -276,11 +276,11 @@ bool AgentLife::start() {
     return true;
 }
 
-void AgentLife::waitForShutdownRequest() {
+void AgentRun::waitForShutdownRequest() {
     Thread_GrabSemaphore(&gShutdownSemaphore, Thread_Semaphore::Forever);
 }
 
-bool AgentLife::stop() {
+bool AgentRun::stop() {
     DEBUG_LOG("Agent: attempting shutdown\n");
     return manager_.shutdown();
 }
@@ -288,14 +288,14 @@ bool AgentLife::stop() {
 } // namespace
 
 int Agent_Run() {
-    AgentLife life;
-    if (!life.start()) {
-        if (life.hasStartedServices())
+    AgentRun run;
+    if (!run.start()) {
+        if (run.hasStartedServices())
             Agent_Exit(EXIT_FAILURE);
         return EXIT_FAILURE;
     }
-    life.waitForShutdownRequest();
-    if (!life.stop()) {
+    run.waitForShutdownRequest();
+    if (!run.stop()) {
         DEBUG_LOG("Agent: shutdown failed, exiting immediately\n");
         Agent_Exit(EXIT_FAILURE);
     }

@@ -99,13 +99,11 @@ bool Thread_Controller::deallocateThread() {
     return joined;
 }
 
-bool Thread_Controller::abandonThread() {
+void Thread_Controller::abandonThread() {
     const MutexLock lock(handleMutex_.get());
-    if (handle_ == nullptr)
-        return true;
-    const bool detached = pthread_detach(*handle_) == 0;
+    if (handle_ != nullptr)
+        pthread_detach(*handle_);
     handle_.reset();
-    return detached;
 }
 
 bool Thread_Controller::isWorking() {

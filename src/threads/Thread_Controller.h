@@ -37,7 +37,7 @@ public:
     /// Joins the thread, if there is one, and forgets its handle.
     bool deallocateThread();
     /// Leaves the thread to itself: nobody joins it, and the last of its owners is the thread.
-    bool abandonThread();
+    void abandonThread();
 
     /// True while a runnable that has begun is in hand. Once told to terminate, a controller that is not at
     /// work never works again, and its thread ends as soon as it gets a turn with the pool's mutex.

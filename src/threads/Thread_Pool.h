@@ -15,7 +15,7 @@ class Thread_Runnable;
 ///
 /// init, then start; shutdown stops it, and it may be started again. Thread-safe. An idle thread sleeps
 /// without waking. The pool may be destroyed while threads of it are still at work after a last attempt to
-/// shut down: such a thread ends with its runnable and does not look back.
+/// shut down: such a thread ends after its runnable and touches the pool no more.
 ///
 /// Lock order: the shutdown mutex, then the pool's mutex, then those of a controller.
 class Thread_Pool : public Thread_Threadable {
