@@ -30,11 +30,6 @@ bool isWorthNoWait(int error) {
 
 } // namespace
 
-bool HTTP_AcceptRunnable::isToldToTerminate() {
-    bool terminate = false;
-    return !isTerminateSet(terminate) || terminate;
-}
-
 void HTTP_AcceptRunnable::run() {
     while (!isToldToTerminate() && acceptOne()) {
     }

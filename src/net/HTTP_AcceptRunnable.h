@@ -20,7 +20,6 @@ public:
     bool setToTerminate() override;
 
 private:
-    bool isToldToTerminate();
     bool acceptOne();
     void handOver(Socket_SocketImpl& connection);
 

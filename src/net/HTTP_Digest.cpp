@@ -1,7 +1,6 @@
 #include "net/HTTP_Digest.h"
 
 #include "base/MD5.h"
-#include "base/Secret_Text.h"
 
 #include <initializer_list>
 #include <memory>
@@ -9,10 +8,8 @@
 
 namespace {
 
-constexpr std::size_t hexDigits = 32;
-
-/// H of the parts with colons between, RFC 2617, 3.2.1. That of a password is as good as the password.
-Secret_Text digestOf(std::initializer_list<std::string_view> parts) {
+/// H of the parts with colons between, RFC 2617, 3.2.1.
+std::string digestOf(std::initializer_list<std::string_view> parts) {
     MD5 digest;
     bool first = true;
     const auto add = [&digest](std::string_view text) {
@@ -26,19 +23,18 @@ Secret_Text digestOf(std::initializer_list<std::string_view> parts) {
         first = false;
     }
     digest.finalize();
-    return Secret_Text::take(std::unique_ptr<char[]>(digest.hex_digest()), hexDigits);
+    const std::unique_ptr<char[]> digits(digest.hex_digest());
+    return digits.get();
 }
 
 } // namespace
 
 std::string HTTP_DigestResponse(const HTTP_DigestInput& input) {
-    Secret_Text key = digestOf({input.username, input.realm, input.password});
+    std::string key = digestOf({input.username, input.realm, input.password});
     if (input.sessionKey)
-        key = digestOf({key.view(), input.nonce, input.cnonce});
-    const Secret_Text request = digestOf({input.method, input.uri});
-    const Secret_Text response =
-        input.qop.empty()
-            ? digestOf({key.view(), input.nonce, request.view()})
-            : digestOf({key.view(), input.nonce, input.nonceCount, input.cnonce, input.qop, request.view()});
-    return response.asString();
+        key = digestOf({key, input.nonce, input.cnonce});
+    const std::string request = digestOf({input.method, input.uri});
+    if (input.qop.empty())
+        return digestOf({key, input.nonce, request});
+    return digestOf({key, input.nonce, input.nonceCount, input.cnonce, input.qop, request});
 }

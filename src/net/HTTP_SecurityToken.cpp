@@ -2,23 +2,28 @@
 
 #include "date/System_Date.h"
 
-#include <algorithm>
+#include <cstring>
 
 namespace {
 
 constexpr unsigned char shift = 0x5B;
 
-Secret_Text shifted(const char* text) {
-    Secret_Text result(text == nullptr ? "" : text);
-    std::for_each(result.data(), result.data() + result.size(),
-                  [](char& c) { c = static_cast<char>(static_cast<unsigned char>(c) + shift); });
+std::string shifted(const char* text) {
+    std::string result(text == nullptr ? "" : text);
+    for (char& c : result)
+        c = static_cast<char>(static_cast<unsigned char>(c) + shift);
     return result;
 }
 
-void unshift(const Secret_Text& held, std::string& text) {
+void unshift(const std::string& held, std::string& text) {
     text.resize(held.size());
     for (std::size_t i = 0; i < held.size(); ++i)
-        text[i] = static_cast<char>(static_cast<unsigned char>(held.view()[i]) - shift);
+        text[i] = static_cast<char>(static_cast<unsigned char>(held[i]) - shift);
+}
+
+void wipe(std::string& text) {
+    ::explicit_bzero(text.data(), text.size());
+    text.clear();
 }
 
 } // namespace
@@ -27,19 +32,24 @@ HTTP_SecurityToken::HTTP_SecurityToken() : date_(System_FactoryAllocateDate()) {
     date_->setToCurrentTime();
 }
 
-HTTP_SecurityToken::~HTTP_SecurityToken() = default;
+HTTP_SecurityToken::~HTTP_SecurityToken() {
+    wipe(user_);
+    wipe(password_);
+}
 
 void HTTP_SecurityToken::init() {
     date_->setToCurrentTime();
-    user_.clear();
-    password_.clear();
+    wipe(user_);
+    wipe(password_);
 }
 
 void HTTP_SecurityToken::setUser(const char* user) {
+    wipe(user_);
     user_ = shifted(user);
 }
 
 void HTTP_SecurityToken::setPass(const char* password) {
+    wipe(password_);
     password_ = shifted(password);
 }
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "base/Secret_Text.h"
-
 #include <memory>
 #include <string>
 
@@ -15,6 +13,7 @@ public:
     HTTP_SecurityToken();
     HTTP_SecurityToken(const HTTP_SecurityToken&) = delete;
     HTTP_SecurityToken& operator=(const HTTP_SecurityToken&) = delete;
+    /// Wipes both texts.
     virtual ~HTTP_SecurityToken();
 
     /// Back to the state after construction.
@@ -29,6 +28,6 @@ public:
 
 private:
     std::unique_ptr<System_Date> date_;
-    Secret_Text user_;
-    Secret_Text password_;
+    std::string user_;
+    std::string password_;
 };

@@ -43,6 +43,11 @@ bool Thread_Terminatable::isTerminateSet(bool& terminate) {
     return true;
 }
 
+bool Thread_Terminatable::isToldToTerminate() {
+    bool terminate = false;
+    return !isTerminateSet(terminate) || terminate;
+}
+
 bool Thread_Terminatable::setToTerminate() {
     {
         const MutexLock lock(mutex_.get());

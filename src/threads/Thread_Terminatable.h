@@ -6,7 +6,7 @@
 /// Base of everything that runs on a thread and can be told to stop.
 ///
 /// Stopping is a request: setToTerminate sets a flag and wakes whoever sleeps in waitForSemaphore; the work
-/// looks at isTerminateSet as often as it can afford. Thread-safe; each flag is read and written under the
+/// looks at isToldToTerminate as often as it can afford. Thread-safe; each flag is read and written under the
 /// object's mutex.
 class Thread_Terminatable {
 protected:
@@ -27,6 +27,8 @@ public:
     /// Both report through their argument, which stays untouched when the result is false.
     virtual bool isRunning(bool& running);
     virtual bool isTerminateSet(bool& terminate);
+    /// For the work itself: whether it is to stop. A flag that cannot be read counts as set.
+    bool isToldToTerminate();
     /// May be called any number of times. Overrides must return soon: a pool calls this with its mutex held.
     virtual bool setToTerminate();
     virtual bool signalSemaphore();
