@@ -2,18 +2,17 @@
 
 #include "actions/AgentActions_ActionResult.h"
 #include "log/Debug_Printf.h"
-#include "rmi/RMI_MethodCallException.h"
 #include "xml/Xerces_Document.h"
 
-AgentRMI_MethodCallActionResult::AgentRMI_MethodCallActionResult() : AgentRMI_HTTPMethodCall("UpdateAction") {
+AgentRMI_MethodCallActionResult::AgentRMI_MethodCallActionResult()
+    : AgentRMI_MethodCallResults("UpdateAction") {
     setSSLPreferredState(true);
 }
 
 void AgentRMI_MethodCallActionResult::appendParameters(xercesc::DOMDocument* document,
                                                        xercesc::DOMElement* method) {
     Xerces_SetAttribute(*method, "nameSpace", "proactivity");
-    if (result_ == nullptr || !result_->serialize(document, method))
-        throw RMI_MethodCallException(RMI_MethodCallException::ParametersFailed);
+    AgentRMI_MethodCallResults::appendParameters(document, method);
 }
 
 bool AgentRMI_ActionResult::invoke() {
@@ -24,7 +23,7 @@ bool AgentRMI_ActionResult::invoke() {
         DEBUG_LOG("AgentRMI_ActionResult::invoke failure\n");
         return false;
     }
-    call.registerActionResult(result_);
+    call.registerRunnable(this);
     call.invoke();
     DEBUG_LOG("AgentRMI_ActionResult::invoke success\n");
     return true;

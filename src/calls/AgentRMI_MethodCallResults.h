@@ -2,8 +2,6 @@
 
 #include "rmi/AgentRMI_HTTPMethodCall.h"
 
-#include <string>
-
 /// Work whose result a call delivers.
 class AgentRMI_ResultSource {
 public:
@@ -16,11 +14,11 @@ public:
     virtual bool serializeResult(xercesc::DOMDocument* document, xercesc::DOMElement* parent) = 0;
 };
 
-/// Delivers what a queued method has found. The call is named for the method, "GetStorageSystemResults" say.
+/// Delivers what some work has found, as a call of any name: "GetStorageSystemResults", say, or
+/// "SearchProgress". Without a result nothing is sent and the call fails.
 class AgentRMI_MethodCallResults : public AgentRMI_HTTPMethodCall {
 public:
-    explicit AgentRMI_MethodCallResults(const std::string& methodName)
-        : AgentRMI_HTTPMethodCall((methodName + "Results").c_str()) {}
+    explicit AgentRMI_MethodCallResults(const char* name) : AgentRMI_HTTPMethodCall(name) {}
 
     /// The runnable is borrowed until the call has been made.
     void registerRunnable(AgentRMI_ResultSource* runnable) { runnable_ = runnable; }

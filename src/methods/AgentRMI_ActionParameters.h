@@ -1,7 +1,10 @@
 #pragma once
 
+#include "base/Secret_Text.h"
+
 #include <xercesc/util/XercesDefs.hpp>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,36 +12,28 @@ XERCES_CPP_NAMESPACE_BEGIN
 class DOMElement;
 XERCES_CPP_NAMESPACE_END
 
-class Auditable_Auditable;
+/// What a SubmitAction or a SaveAction is about. A parameter that the request did not have is absent or
+/// empty.
+struct AgentRMI_ActionParameters {
+    std::optional<std::string> user; ///< the system user as whom the script runs, or whose it is
+    std::optional<Secret_Text> password;
+    std::optional<std::string> actionName;
+    std::optional<std::string> actionId;
+    std::optional<std::string> templateName; ///< of SaveAction
+    std::string script;
+    std::vector<std::string> groupMembers; ///< of SubmitAction: the objects that the script works on
+};
 
-/// What the action methods share in reading their parameters, the MethodParameter children of Method.
+enum class AgentRMI_ActionMethod { SubmitAction, SaveAction };
 
-/// Hands each parameter to `take`, which gets its name and element and says whether it can be used. False at
-/// the first that cannot; children of other names are skipped.
-template <typename Take>
-bool AgentRMI_ForEachParameter(const xercesc::DOMElement& parent, Take take);
+/// Reads the MethodParameter children of `method`. Those that the method does not know are skipped; of two
+/// with one name the first counts, but of two scripts the last. Nothing if one that it knows has no text.
+std::optional<AgentRMI_ActionParameters> AgentRMI_ReadActionParameters(const xercesc::DOMElement& method,
+                                                                       AgentRMI_ActionMethod which);
 
-/// Stores the text of a parameter in `store` under its name. False if it has no text. The copy made on the
-/// way is wiped, since one of these texts is a password.
-bool AgentRMI_StoreParameter(const xercesc::DOMElement& parameter, const char* name,
-                             Auditable_Auditable& store);
+/// Whether a parameter may become part of a file name: it is there, not empty and without "/".
+bool AgentRMI_IsSafeName(const std::optional<std::string>& name);
 
-/// Whether a text from the wire may become part of a file name: not empty and without "/".
-bool AgentRMI_IsSafeName(const char* text);
-
-/// Throws RMI_MethodException with a general failure and the reason if the user's password, "sysuserid" and
-/// "syspwd" of the store, is wrong or missing.
-void AgentRMI_RequireSystemUser(const Auditable_Auditable& store);
-
-/// The elements behind AgentRMI_ForEachParameter.
-std::vector<const xercesc::DOMElement*> AgentRMI_ParameterElements(const xercesc::DOMElement& parent);
-std::string AgentRMI_ParameterName(const xercesc::DOMElement& parameter);
-
-template <typename Take>
-bool AgentRMI_ForEachParameter(const xercesc::DOMElement& parent, Take take) {
-    for (const xercesc::DOMElement* parameter : AgentRMI_ParameterElements(parent)) {
-        if (!take(AgentRMI_ParameterName(*parameter), *parameter))
-            return false;
-    }
-    return true;
-}
+/// Throws RMI_MethodException with a general failure and the reason if the user's password is wrong or
+/// missing.
+void AgentRMI_RequireSystemUser(const AgentRMI_ActionParameters& parameters);

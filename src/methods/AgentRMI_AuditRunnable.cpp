@@ -5,29 +5,12 @@
 #include "storage/Storage_Container.h"
 
 void AgentRMI_AuditRunnable::run() {
-    AgentRMI_MethodCallResults call(getName());
+    AgentRMI_MethodCallResults call((std::string(getName()) + "Results").c_str());
     call.setHostTarget(getAuditParameterValue("hostTarget"));
     if (!invoke())
         return;
     call.registerRunnable(this);
     call.RMI_MethodCall::invoke();
-}
-
-void AgentRMI_AuditRunnable::log(const char* what) const {
-    DEBUG_LOG("AgentRMI_%sRunnable::%s\n", getName(), what);
-}
-
-bool AgentRMI_AuditRunnable::isToldToTerminate() {
-    bool terminate = false;
-    if (isTerminateSet(terminate) && !terminate)
-        return false;
-    log("invoke check terminate");
-    return true;
-}
-
-bool AgentRMI_AuditRunnable::fail() const {
-    log("invoke failure");
-    return false;
 }
 
 bool AgentRMI_ContainerHold::take() {
@@ -60,16 +43,13 @@ bool AgentRMI_GetLevelRunnable::init() {
 bool AgentRMI_GetLevelRunnable::invoke() {
     log("invoke");
     if (collection_ == nullptr)
-        return fail();
+        return end(false);
     if (!Auditable_TryAudit(*collection_)) {
         collection_->cleanupAfterAudit();
         log("audit failed");
-        return fail();
+        return end(false);
     }
-    if (isToldToTerminate())
-        return fail();
-    log("invoke success");
-    return true;
+    return end(!mustStop());
 }
 
 bool AgentRMI_GetLevelRunnable::serializeResult(xercesc::DOMDocument* document, xercesc::DOMElement* parent) {
@@ -94,7 +74,7 @@ AgentRMI_GetStorageSystemRunnable::AgentRMI_GetStorageSystemRunnable()
 bool AgentRMI_GetStorageSystemRunnable::invoke() {
     if (auditAll())
         return true;
-    fail();
+    end(false);
     hold_.release();
     return false;
 }
@@ -117,7 +97,7 @@ bool AgentRMI_GetStorageSystemRunnable::auditAll() {
         else
             DEBUG_LOG("AgentRMI_GetStorageSystemRunnable::audit failed for item %d\n",
                       static_cast<int>(item));
-        if (isToldToTerminate())
+        if (mustStop())
             return false;
     }
     // A server would take it for a host without any storage.
@@ -125,8 +105,7 @@ bool AgentRMI_GetStorageSystemRunnable::auditAll() {
         log("invoke could not audit any level");
         return false;
     }
-    log("invoke success");
-    return true;
+    return end(true);
 }
 
 bool AgentRMI_GetStorageSystemRunnable::preInvokeInit() {
@@ -167,16 +146,13 @@ bool AgentRMI_GetHostSummaryRunnable::init() {
 
 bool AgentRMI_GetHostSummaryRunnable::invoke() {
     if (hostSystem_ == nullptr)
-        return fail();
+        return end(false);
     if (!Auditable_TryAudit(*hostSystem_)) {
         hostSystem_->cleanupAfterAudit();
         log("host system audit failed");
-        return fail();
+        return end(false);
     }
-    if (isToldToTerminate())
-        return fail();
-    log("invoke success");
-    return true;
+    return end(!mustStop());
 }
 
 bool AgentRMI_GetHostSummaryRunnable::serializeResult(xercesc::DOMDocument* document,

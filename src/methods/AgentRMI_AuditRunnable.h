@@ -1,9 +1,8 @@
 #pragma once
 
 #include "audit/Storage_HostSystem.h"
-#include "calls/AgentRMI_MethodCallResults.h"
+#include "methods/AgentRMI_MethodRunnable.h"
 #include "model/System_AuditFailures.h"
-#include "rmi/Thread_RunnableAuditParams.h"
 
 #include <atomic>
 #include <memory>
@@ -12,23 +11,13 @@
 class Storage_Collection;
 struct Storage_Level;
 
-/// The work of an audit method. Inline: init, invoke, serializeResult into the reply. Queued: run does the
-/// same on a pool thread and delivers the result by a call of the method's name and "Results".
-class AgentRMI_AuditRunnable : public Thread_RunnableAuditParams, public AgentRMI_ResultSource {
+/// The work of an audit method. Queued, its result is delivered by a call of the method's name and "Results".
+class AgentRMI_AuditRunnable : public AgentRMI_MethodRunnable {
 public:
+    using AgentRMI_MethodRunnable::AgentRMI_MethodRunnable;
+
     /// Sends nothing if the audit failed. What the call throws leaves run.
     void run() override;
-    virtual bool init() = 0;
-    /// The audit itself. False if it failed or was told to terminate.
-    virtual bool invoke() = 0;
-
-protected:
-    explicit AgentRMI_AuditRunnable(const char* methodName) { setName(methodName); }
-
-    /// One line about this runnable, named for its method.
-    void log(const char* what) const;
-    bool isToldToTerminate();
-    bool fail() const;
 };
 
 /// Holds the container for as long as a request uses it, emptied at the start. For one thread.
@@ -74,7 +63,6 @@ class AgentRMI_GetStorageSystemRunnable : public AgentRMI_AuditRunnable {
 public:
     AgentRMI_GetStorageSystemRunnable();
 
-    bool init() override { return true; }
     /// A level that fails is delivered as far as it came, unless all fail.
     bool invoke() override;
     bool serializeResult(xercesc::DOMDocument* document, xercesc::DOMElement* parent) override;

@@ -1,31 +1,13 @@
 #pragma once
 
-#include "rmi/Thread_RunnableAuditParams.h"
+#include "methods/AgentRMI_MethodRunnable.h"
 
-#include <xercesc/util/XercesDefs.hpp>
-
-#include <string>
-#include <vector>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMDocument;
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
-
-/// The list of scripts that the agent offers. Lives inside the method's invoke and is never queued, so run
-/// does nothing.
-class AgentRMI_GetActionScriptListRunnable : public Thread_RunnableAuditParams {
+/// The list of scripts that the agent offers.
+class AgentRMI_GetActionScriptListRunnable : public AgentRMI_MethodRunnable {
 public:
-    AgentRMI_GetActionScriptListRunnable();
+    AgentRMI_GetActionScriptListRunnable() : AgentRMI_MethodRunnable("GetActionScriptList") {}
 
-    void run() override {}
-    bool init() { return true; }
-    bool parseElements(const xercesc::DOMElement&) { return true; }
-    /// False once told to terminate.
-    bool invoke();
-    /// Adds the list below `response`. Throws what the XML helper throws.
-    bool serializeResult(xercesc::DOMDocument* document, xercesc::DOMElement* response);
-
-private:
-    std::vector<std::string> members_;
+    bool invoke() override { return end(!mustStop()); }
+    /// Throws what the XML helper throws.
+    bool serializeResult(xercesc::DOMDocument* document, xercesc::DOMElement* response) override;
 };

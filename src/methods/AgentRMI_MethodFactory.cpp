@@ -4,7 +4,6 @@
 #include "methods/AgentRMI_MethodActions.h"
 #include "methods/AgentRMI_MethodAudits.h"
 #include "methods/AgentRMI_MethodPing.h"
-#include "methods/AgentRMI_MethodPingServer.h"
 #include "methods/AgentRMI_MethodSetCallServerWithSSL.h"
 #include "methods/AgentRMI_MethodSetVerboseLog.h"
 #include "storage/Storage_Levels.h"

@@ -10,3 +10,12 @@ public:
     void invoke(xercesc::DOMElement* method, xercesc::DOMDocument* document,
                 xercesc::DOMElement* response) override;
 };
+
+/// The same, and that the agent can reach its server. A server that does not answer is a general failure.
+class AgentRMI_MethodPingServer : public AgentRMI_GuidMethod {
+public:
+    using AgentRMI_GuidMethod::AgentRMI_GuidMethod;
+
+    void invoke(xercesc::DOMElement* method, xercesc::DOMDocument* document,
+                xercesc::DOMElement* response) override;
+};

@@ -4,16 +4,10 @@
 #include "actions/AgentActions_Script.h"
 #include "calls/AgentRMI_ActionResult.h"
 #include "log/Debug_Printf.h"
-#include "methods/AgentRMI_ActionParameters.h"
 #include "rmi/RMI_MethodException.h"
-#include "xml/Xerces_Document.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <iterator>
-#include <optional>
-#include <string_view>
 
 namespace {
 
@@ -21,24 +15,6 @@ constexpr const char* STATUS_SUCCESS = "success";
 constexpr const char* STATUS_FAILURE = "failure";
 constexpr const char* STATUS_ERROR = "error";
 constexpr const char* STATUS_PENDINGS = "pending";
-
-/// What an action needs beside its script, with what the log says when it is missing.
-struct Needed {
-    const char* name;
-    const char* whenMissing;
-};
-constexpr std::array needed = {
-    Needed{"sysuserid", "no username"},
-    Needed{"syspwd", "no password"},
-    Needed{"actionname", "no actionname"},
-    Needed{"actionid", "no actionid"},
-};
-
-const Needed* findNeeded(std::string_view name) {
-    const auto* found = std::find_if(needed.begin(), needed.end(),
-                                     [name](const Needed& parameter) { return parameter.name == name; });
-    return found == needed.end() ? nullptr : found;
-}
 
 const char* getStringForCode(ExecResultCode code) {
     switch (code) {
@@ -88,62 +64,42 @@ void deliver(const AgentActions_ActionResult& report) {
 
 } // namespace
 
-AgentRMI_SubmitActionRunnableBase::AgentRMI_SubmitActionRunnableBase() {
-    setName("SubmitAction");
-}
-
 bool AgentRMI_SubmitActionRunnableBase::parseElements(const xercesc::DOMElement& method) {
-    const auto take = [this](const std::string& name, const xercesc::DOMElement& parameter) {
-        if (const Needed* found = findNeeded(name))
-            return AgentRMI_StoreParameter(parameter, found->name, *this);
-        if (name == "group")
-            return parseGroup(parameter);
-        if (name != "actionscript")
-            return true;
-        std::optional<std::string> script = Xerces_FirstText(parameter);
-        if (script)
-            actionScript_ = std::move(*script);
-        return script.has_value();
-    };
-    return AgentRMI_ForEachParameter(method, take) && checkPostParseConditions();
-}
-
-bool AgentRMI_SubmitActionRunnableBase::parseGroup(const xercesc::DOMElement& group) {
-    return AgentRMI_ForEachParameter(group,
-                                     [this](const std::string& name, const xercesc::DOMElement& member) {
-                                         if (name != "groupmember")
-                                             return true;
-                                         std::optional<std::string> path = Xerces_FirstText(member);
-                                         if (path)
-                                             groupMembers_.push_back(std::move(*path));
-                                         return path.has_value();
-                                     });
+    auto read = AgentRMI_ReadActionParameters(method, AgentRMI_ActionMethod::SubmitAction);
+    if (!read)
+        return false;
+    action_ = std::move(*read);
+    return checkPostParseConditions();
 }
 
 bool AgentRMI_SubmitActionRunnableBase::checkPostParseConditions() const {
-    bool complete = !actionScript_.empty();
-    if (!complete)
-        DEBUG_LOG("SubmitActionRunnable.checkPostParseConditions: actionScript is empty\n");
-    for (const Needed& parameter : needed) {
-        if (getAuditParameterValue(parameter.name) != nullptr)
-            continue;
-        complete = false;
-        DEBUG_LOG("SubmitActionRunnable.checkPostParseConditions: %s\n", parameter.whenMissing);
+    const struct {
+        bool there;
+        const char* whenMissing;
+    } needed[] = {
+        {!action_.script.empty(), "actionScript is empty"}, {action_.user.has_value(), "no username"},
+        {action_.password.has_value(), "no password"},      {action_.actionName.has_value(), "no actionname"},
+        {action_.actionId.has_value(), "no actionid"},
+    };
+    bool complete = true;
+    for (const auto& parameter : needed) {
+        if (!parameter.there)
+            DEBUG_LOG("SubmitActionRunnable.checkPostParseConditions: %s\n", parameter.whenMissing);
+        complete = complete && parameter.there;
     }
-    return complete && AgentRMI_IsSafeName(getAuditParameterValue("actionid")) &&
-           AgentRMI_IsSafeName(getAuditParameterValue("actionname"));
+    return complete && AgentRMI_IsSafeName(action_.actionId) && AgentRMI_IsSafeName(action_.actionName);
 }
 
 bool AgentRMI_SubmitActionRunnableDistributed::invoke() {
-    for (const std::string& member : groupMembers())
+    for (const std::string& member : action().groupMembers)
         DEBUG_LOG("GroupMember %s\n", member.c_str());
-    AgentRMI_RequireSystemUser(*this);
-    const auto pieces = AgentActions_SegmentScript(actionScript());
+    AgentRMI_RequireSystemUser(action());
+    const auto pieces = AgentActions_SegmentScript(action().script);
     if (!pieces)
         throw RMI_MethodException(RMI_MethodException::GeneralFailure);
     // Before a scriptlet is made of each piece, which takes several times the memory of its markers.
-    if (groupMembers().size() + 1 != pieces->size()) {
-        DEBUG_LOG("GroupMembers != Scriptlets-1, %d != %d\n", static_cast<int>(groupMembers().size()),
+    if (action().groupMembers.size() + 1 != pieces->size()) {
+        DEBUG_LOG("GroupMembers != Scriptlets-1, %d != %d\n", static_cast<int>(action().groupMembers.size()),
                   static_cast<int>(pieces->size()) - 1);
         throw RMI_MethodException(RMI_MethodException::GeneralFailure,
                                   "Mismatch between scriptlets and action items");
@@ -156,14 +112,14 @@ bool AgentRMI_SubmitActionRunnableDistributed::invoke() {
 void AgentRMI_SubmitActionRunnableDistributed::makeScriptlets(const std::vector<std::string_view>& pieces) {
     scriptlets_.reserve(pieces.size());
     for (const std::string_view piece : pieces)
-        scriptlets_.emplace_back(getAuditParameterValue("actionname"), getAuditParameterValue("actionid"),
+        scriptlets_.emplace_back(action().actionName->c_str(), action().actionId->c_str(),
                                  static_cast<int>(scriptlets_.size()), piece);
 }
 
 /// The header first; if it does well all others in order, whatever becomes of the one before.
 void AgentRMI_SubmitActionRunnableDistributed::execScriptlets() {
-    const char* user = getAuditParameterValue("sysuserid");
-    const char* password = getAuditParameterValue("syspwd");
+    const char* user = action().user->c_str();
+    const char* password = action().password->c_str();
     AgentActions_ScriptletExecutor& header = scriptlets_.front();
     header.exec(user, password);
     if (header.getExecResult().getCode() == EXEC_SUCCESS) {
@@ -179,12 +135,12 @@ void AgentRMI_SubmitActionRunnableDistributed::execScriptlets() {
 
 void AgentRMI_SubmitActionRunnableDistributed::execAndReport() {
     execScriptlets();
-    const unsigned long long actionId = std::strtoull(getAuditParameterValue("actionid"), nullptr, 0);
+    const unsigned long long actionId = std::strtoull(action().actionId->c_str(), nullptr, 0);
     AgentActions_ActionResult report(actionId, STATUS_PENDINGS);
     const Exec_ExecResult& header = scriptlets_.front().getExecResult();
     if (header.getCode() == EXEC_SUCCESS)
-        reportMembers(report, scriptlets_, groupMembers());
+        reportMembers(report, scriptlets_, action().groupMembers);
     else
-        reportHeaderFailure(report, header, groupMembers());
+        reportHeaderFailure(report, header, action().groupMembers);
     deliver(report);
 }

@@ -1,42 +1,27 @@
 #pragma once
 
 #include "actions/AgentActions_ScriptletExecutor.h"
-#include "rmi/Thread_RunnableAuditParams.h"
+#include "methods/AgentRMI_ActionParameters.h"
+#include "methods/AgentRMI_MethodRunnable.h"
 
-#include <xercesc/util/XercesDefs.hpp>
-
-#include <string>
 #include <string_view>
 #include <vector>
 
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMDocument;
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
-
-/// An action script and the objects it works on, as a request gave them. Lives inside the method's invoke and
-/// is never queued, so run does nothing.
-class AgentRMI_SubmitActionRunnableBase : public Thread_RunnableAuditParams {
+/// An action script and the objects it works on, as a request gave them.
+class AgentRMI_SubmitActionRunnableBase : public AgentRMI_MethodRunnable {
 public:
-    AgentRMI_SubmitActionRunnableBase();
+    AgentRMI_SubmitActionRunnableBase() : AgentRMI_MethodRunnable("SubmitAction") {}
 
-    void run() override {}
-    bool init() { return true; }
     /// False if a parameter that is needed is missing, has no text, or cannot be part of a file name.
-    bool parseElements(const xercesc::DOMElement& method);
-    virtual bool invoke() = 0;
-    bool serializeResult(xercesc::DOMDocument*, xercesc::DOMElement*) { return true; }
+    bool parseElements(const xercesc::DOMElement& method) override;
 
 protected:
-    const std::string& actionScript() const { return actionScript_; }
-    const std::vector<std::string>& groupMembers() const { return groupMembers_; }
+    const AgentRMI_ActionParameters& action() const { return action_; }
 
 private:
-    bool parseGroup(const xercesc::DOMElement& group);
     bool checkPostParseConditions() const;
 
-    std::string actionScript_;
-    std::vector<std::string> groupMembers_;
+    AgentRMI_ActionParameters action_;
 };
 
 /// Runs the script scriptlet by scriptlet on this host and reports the outcome of each to the server.
