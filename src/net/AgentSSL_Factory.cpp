@@ -1,9 +1,9 @@
 #include "net/AgentSSL_Factory.h"
 
 #include "log/Debug_Printf.h"
+#include "net/Socket_TLS.h"
 
 #include <openssl/core_names.h>
-#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/params.h>
 #include <openssl/ssl.h>
@@ -29,7 +29,8 @@ using Owned = std::unique_ptr<Type, Release>;
 /// The anonymous suites come first, and among them those over elliptic curves, whose handshake costs a tenth.
 /// The others are for servers that have a certificate; as a server the agent has none and can only use the
 /// first. Anonymous suites are offered by nothing above security level 0.
-constexpr char cipherList[] = "AECDH+AES128:AECDH+AES:ADH+AES:HIGH:MEDIUM:ADH:!eNULL:!PSK:!SRP:@SECLEVEL=0";
+constexpr char cipherList[] = "AECDH+AES128:AECDH+AES:ADH+AES:HIGH:MEDIUM:ADH:!"
+                              "eNULL:!PSK:!SRP:@SECLEVEL=0";
 
 /// RFC 7919, A.1: a group that need not be generated, large enough for the library to accept it.
 constexpr char diffieHellmanGroup[] = "ffdhe2048";
@@ -37,18 +38,13 @@ constexpr char diffieHellmanGroup[] = "ffdhe2048";
 /// Sessions of clients that don't take tickets.
 constexpr long sessionCacheSize = 1024;
 
-constexpr std::size_t errorTextSize = 512;
-
 /// The process's Diffie-Hellman parameters, and a context for each role that all sockets share. Written while
 /// the layer comes up and goes down only.
 Owned<EVP_PKEY> gDH;
 std::array<Owned<SSL_CTX>, 2> contexts;
 
 void logLibraryError(const char* failure) {
-    const unsigned long error = ERR_get_error();
-    char text[errorTextSize];
-    ERR_error_string_n(error, text, sizeof text);
-    DEBUG_LOG("AgentSSL_Factory::createSSLContext: %s: %u %s\n", failure, static_cast<unsigned>(error), text);
+    DEBUG_LOG("AgentSSL_Factory::createSSLContext: %s: %s\n", failure, Socket_TLSError().c_str());
 }
 
 Owned<EVP_PKEY> makeDiffieHellmanParameters() {
@@ -84,9 +80,11 @@ void AgentSSL_InfoCallback(const SSL* ssl, int where, int ret) {
     }
 }
 
-/// The last version with anonymous suites, and no renegotiation: a peer could ask for it without end.
+/// The last version with anonymous suites, and no renegotiation: a peer could ask for it without end. What
+/// the library has decrypted and given out is overwritten.
 bool limitProtocol(SSL_CTX* context) {
-    SSL_CTX_set_options(context, SSL_OP_ALL | SSL_OP_NO_RENEGOTIATION | SSL_OP_CIPHER_SERVER_PREFERENCE);
+    SSL_CTX_set_options(context, SSL_OP_ALL | SSL_OP_NO_RENEGOTIATION | SSL_OP_CIPHER_SERVER_PREFERENCE |
+                                     SSL_OP_CLEANSE_PLAINTEXT);
     return SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION) == 1 &&
            SSL_CTX_set_max_proto_version(context, TLS1_2_VERSION) == 1;
 }
@@ -105,7 +103,8 @@ Owned<SSL_CTX> makeContext(Socket_SSLFactory::ConnectionRole role) {
     const bool client = role == Socket_SSLFactory::CLIENT;
     Owned<SSL_CTX> context(SSL_CTX_new(client ? TLS_client_method() : TLS_server_method()));
     if (context == nullptr) {
-        DEBUG_LOG("AgentSSL_Factory::createSSLContext: failed to allocate SSL_CTX structure\n");
+        DEBUG_LOG("AgentSSL_Factory::createSSLContext: failed to allocate SSL_CTX "
+                  "structure\n");
         return nullptr;
     }
     SSL_CTX_set_info_callback(context.get(), AgentSSL_InfoCallback);
@@ -155,9 +154,9 @@ void AgentSSL_LayerCleanup() {
 AgentSSL_Factory::AgentSSL_Factory(std::string certPath, std::string certPassword, std::string keyPath,
                                    std::string keyPassword, std::string caFilePath,
                                    std::string caFilePassword)
-    : certPath_(std::move(certPath)), certPassword_(std::move(certPassword)), keyPath_(std::move(keyPath)),
-      keyPassword_(std::move(keyPassword)), caFilePath_(std::move(caFilePath)),
-      caFilePassword_(std::move(caFilePassword)) {}
+    : certPath_(std::move(certPath)), certPassword_(Secret_Text::take(std::move(certPassword))),
+      keyPath_(std::move(keyPath)), keyPassword_(Secret_Text::take(std::move(keyPassword))),
+      caFilePath_(std::move(caFilePath)), caFilePassword_(Secret_Text::take(std::move(caFilePassword))) {}
 
 void* AgentSSL_Factory::createSSLContext(ConnectionRole role) {
     if (role != CLIENT && role != SERVER)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Secret_Text.h"
 #include "net/Socket_Socket.h"
 
 #include <string>
@@ -23,24 +24,24 @@ public:
 
     const std::string& getCertPath() const { return certPath_; }
     void setCertPath(const std::string& path) { certPath_ = path; }
-    const std::string& getCertPassword() const { return certPassword_; }
-    void setCertPassword(const std::string& password) { certPassword_ = password; }
+    const std::string& getCertPassword() const { return certPassword_.asString(); }
+    void setCertPassword(const std::string& password) { certPassword_.assign(password); }
     const std::string& getKeyPath() const { return keyPath_; }
     void setKeyPath(const std::string& path) { keyPath_ = path; }
-    const std::string& getKeyPassword() const { return keyPassword_; }
-    void setKeyPassword(const std::string& password) { keyPassword_ = password; }
+    const std::string& getKeyPassword() const { return keyPassword_.asString(); }
+    void setKeyPassword(const std::string& password) { keyPassword_.assign(password); }
     const std::string& getCAFilePath() const { return caFilePath_; }
     void setCAFilePath(const std::string& path) { caFilePath_ = path; }
-    const std::string& getCAFilePassword() const { return caFilePassword_; }
-    void setCAFilePassword(const std::string& password) { caFilePassword_ = password; }
+    const std::string& getCAFilePassword() const { return caFilePassword_.asString(); }
+    void setCAFilePassword(const std::string& password) { caFilePassword_.assign(password); }
 
 private:
     std::string certPath_;
-    std::string certPassword_;
+    Secret_Text certPassword_;
     std::string keyPath_;
-    std::string keyPassword_;
+    Secret_Text keyPassword_;
     std::string caFilePath_;
-    std::string caFilePassword_;
+    Secret_Text caFilePassword_;
 };
 
 /// The factory of the process.

@@ -3,6 +3,13 @@
 #include <string>
 #include <utility>
 
+constexpr int HTTP_HighestPort = 65535;
+
+/// Whether connections can be made to a port of that number.
+constexpr bool HTTP_IsPort(long number) {
+    return number > 0 && number <= HTTP_HighestPort;
+}
+
 /// An address (host name or IPv4 dotted quad) and a port. A value; no operation fails.
 class HTTP_AddressPortPair {
 public:

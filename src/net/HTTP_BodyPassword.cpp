@@ -1,5 +1,6 @@
 #include "net/HTTP_BodyPassword.h"
 
+#include "base/Secret_Text.h"
 #include "net/HTTP_URLEncoding.h"
 
 #include <cstdint>
@@ -36,13 +37,13 @@ std::size_t asciiReference(std::string_view text, char& character) {
     return text.size() - digits.size() + end + 1;
 }
 
-std::string withoutCharacterReferences(std::string_view text) {
-    std::string plain;
+Secret_Text withoutCharacterReferences(std::string_view text) {
+    Secret_Text plain;
     plain.reserve(text.size());
     while (!text.empty()) {
         char character = text.front();
         const std::size_t reference = asciiReference(text, character);
-        plain += character;
+        plain.append(character);
         text.remove_prefix(reference == 0 ? 1 : reference);
     }
     return plain;
@@ -51,6 +52,7 @@ std::string withoutCharacterReferences(std::string_view text) {
 } // namespace
 
 bool requestBodyContainsPassword(std::string_view body) {
-    return namesPasswordField(body) || namesPasswordField(withoutCharacterReferences(body)) ||
-           namesPasswordField(withoutCharacterReferences(decodeURLEncoding(body)));
+    return namesPasswordField(body) || namesPasswordField(withoutCharacterReferences(body).view()) ||
+           namesPasswordField(
+               withoutCharacterReferences(Secret_Text::take(decodeURLEncoding(body)).view()).view());
 }

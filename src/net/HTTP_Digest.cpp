@@ -1,6 +1,7 @@
 #include "net/HTTP_Digest.h"
 
 #include "base/MD5.h"
+#include "base/Secret_Text.h"
 
 #include <initializer_list>
 #include <memory>
@@ -8,8 +9,10 @@
 
 namespace {
 
-/// H of the parts with colons between, RFC 2617, 3.2.1.
-std::string digestOf(std::initializer_list<std::string_view> parts) {
+constexpr std::size_t hexDigits = 32;
+
+/// H of the parts with colons between, RFC 2617, 3.2.1. That of a password is as good as the password.
+Secret_Text digestOf(std::initializer_list<std::string_view> parts) {
     MD5 digest;
     bool first = true;
     const auto add = [&digest](std::string_view text) {
@@ -23,18 +26,19 @@ std::string digestOf(std::initializer_list<std::string_view> parts) {
         first = false;
     }
     digest.finalize();
-    const std::unique_ptr<char[]> digits(digest.hex_digest());
-    return digits.get();
+    return Secret_Text::take(std::unique_ptr<char[]>(digest.hex_digest()), hexDigits);
 }
 
 } // namespace
 
 std::string HTTP_DigestResponse(const HTTP_DigestInput& input) {
-    std::string key = digestOf({input.username, input.realm, input.password});
+    Secret_Text key = digestOf({input.username, input.realm, input.password});
     if (input.sessionKey)
-        key = digestOf({key, input.nonce, input.cnonce});
-    const std::string request = digestOf({input.method, input.uri});
-    if (input.qop.empty())
-        return digestOf({key, input.nonce, request});
-    return digestOf({key, input.nonce, input.nonceCount, input.cnonce, input.qop, request});
+        key = digestOf({key.view(), input.nonce, input.cnonce});
+    const Secret_Text request = digestOf({input.method, input.uri});
+    const Secret_Text response =
+        input.qop.empty()
+            ? digestOf({key.view(), input.nonce, request.view()})
+            : digestOf({key.view(), input.nonce, input.nonceCount, input.cnonce, input.qop, request.view()});
+    return response.asString();
 }

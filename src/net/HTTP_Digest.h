@@ -1,18 +1,19 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
-/// What a Digest answer is computed from, RFC 2617, 3.2.2. Texts are without their quotes.
+/// What a Digest answer is computed from, RFC 2617, 3.2.2. Texts are without their quotes and borrowed.
 struct HTTP_DigestInput {
-    std::string username;
-    std::string realm;
-    std::string password;
-    std::string method; ///< as on the request line
-    std::string uri;    ///< as on the request line
-    std::string nonce;
-    std::string qop; ///< "auth", or empty for a peer that does not know it
-    std::string nonceCount;
-    std::string cnonce;
+    std::string_view username;
+    std::string_view realm;
+    std::string_view password;
+    std::string_view method; ///< as on the request line
+    std::string_view uri;    ///< as on the request line
+    std::string_view nonce;
+    std::string_view qop; ///< "auth", or empty for a peer that does not know it
+    std::string_view nonceCount;
+    std::string_view cnonce;
     bool sessionKey = false; ///< MD5-sess
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Secret_Text.h"
 #include "net/HTTP_File.h"
 #include "net/HTTP_Header.h"
 #include "net/HTTP_Reader.h"
@@ -10,17 +11,11 @@
 #include <string>
 #include <string_view>
 
-class HTTP_ConnectionImpl;
-class HTTP_HeaderAuthenticateBase;
-
-/// HTTP_File over a socket of its own. The server operations are in HTTP_FileImpl.cpp, the client operations
-/// in HTTP_FileImplClient.cpp; both read messages through HTTP_Reader.
-class HTTP_FileImpl final : public HTTP_File {
+/// What both sides of an exchange are made of: a socket and the message that was read from it last. The
+/// operations here are those of a file that has not got as far; HTTP_FileImplServer and HTTP_FileImplClient
+/// override those of their side.
+class HTTP_FileImpl : public HTTP_File {
 public:
-    /// For the server side: give it a connection through getSocket().
-    HTTP_FileImpl() = default;
-    /// For the client side. The connection is borrowed and outlives the file.
-    HTTP_FileImpl(const HTTP_ConnectionImpl& connection, HTTP_Method method, std::string_view uri);
     ~HTTP_FileImpl() override;
 
     bool registerSSLFactory(Socket_SSLFactory* factory) override;
@@ -38,52 +33,32 @@ public:
     const std::string& getURI() const override { return uri_; }
     const std::string& getProtocolVersion() const override { return version_; }
     bool getEntityBody(char*& body, int& length) override;
-    bool getWasClientResponseReceived() const override { return clientResponseReceived_; }
+    bool getWasClientResponseReceived() const override { return false; }
     HTTP_Return_Code getReturnCode() const override;
-    bool getWasServerRequestMade() const override { return serverRequestMade_; }
-    bool getWasServerRequestSimple() const override { return serverRequestSimple_; }
+    bool getWasServerRequestMade() const override { return false; }
+    bool getWasServerRequestSimple() const override { return false; }
     bool close() override;
 
-    /// Whether the peer may send another request on the connection after the reply.
-    bool isKeepAlive() const { return keepAlive_; }
     Socket_SocketImpl& getSocket() { return socket_; }
 
-private:
+protected:
+    HTTP_FileImpl() = default;
+    HTTP_FileImpl(HTTP_Method method, std::string_view uri) : method_(method), uri_(uri) {}
+
     unsigned readTimeLimit() const;
     void clearMessage();
-    bool parseHeaders(HTTP_HeadReader& reader);
-
-    bool awaitRequest();
-    bool parseRequestLine(HTTP_HeadReader& reader);
-    bool readRequest();
-    bool readRequestBody();
-    void decideKeepAlive();
-    bool createReply(std::string& out, HTTP_Content_Type contentType, std::string_view body) const;
-    bool writeAll(const std::string& message);
-
-    bool connect();
-    bool bindReturnAddress(unsigned& port);
-    bool createRequest(std::string& out, HTTP_Content_Type contentType, std::string_view body,
-                       const HTTP_HeaderAuthenticateBase* challenge) const;
-    bool authorize(std::string& out, const HTTP_HeaderAuthenticateBase& challenge) const;
-    bool exchange(const std::string& request, bool readBodyWithoutLength);
-    bool readReply(bool readBodyWithoutLength);
-    bool parseStatusLine(HTTP_HeadReader& reader);
-    std::unique_ptr<HTTP_HeaderAuthenticateBase> takeChallenge();
+    /// The first line of the message, logged.
+    static bool readFirstLine(HTTP_HeadReader& reader, Secret_Text& line);
+    /// One write, so that a small message is one packet and one system call.
+    bool writeAll(std::string_view message);
 
     HTTP_Method method_ = HTTP_METHOD_UNKNOWN;
     std::string uri_;
     std::string version_ = "HTTP/1.0";
-    HTTP_Return_Code returnCode_ = HTTP_RETURN_OK;
     HTTP_HeaderMap headers_;
-    HTTP_Content_Type contentType_ = HTTP_CONTENT_TYPE_UNKNOWN;
-    unsigned long contentLength_ = 0;
-    std::string body_;
-    bool clientResponseReceived_ = false;
-    bool serverRequestMade_ = false;
-    bool serverRequestSimple_ = false;
-    bool keepAlive_ = false;
+    Secret_Text body_;
     Socket_SocketImpl socket_;
-    const HTTP_ConnectionImpl* connection_ = nullptr;
+
+private:
     std::unique_ptr<HTTP_SecurityToken> token_;
 };

@@ -1,8 +1,6 @@
-// The client operations of HTTP_FileImpl: one exchange over a connection of its own, with one more attempt if
-// authentication is asked for.
+#include "net/HTTP_FileImplClient.h"
 
 #include "log/Debug_Printf.h"
-#include "net/HTTP_FileImpl.h"
 #include "net/HTTP_HeaderAuthenticate.h"
 #include "net/HTTP_HeaderAuthorization.h"
 #include "net/HTTP_SessionImpl.h"
@@ -13,13 +11,16 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <limits>
 #include <random>
+#include <utility>
 
 namespace {
 
 constexpr std::string_view requestVersion = "HTTP/1.0";
 constexpr std::string_view lineEnd = "\r\n";
+
+/// More than the first line and the headers of most requests take.
+constexpr std::size_t requestHeadSize = 1024;
 
 /// Eight hexadecimal digits that no peer can foresee, so that none can choose the text that is hashed.
 std::string makeCnonce() {
@@ -45,64 +46,56 @@ std::string chooseQop(const HTTP_HeaderAuthenticateBase& challenge) {
     return options;
 }
 
-/// A first Basic challenge is taken, a Digest challenge replaces it and ends the search.
+/// A first Basic challenge is taken, a Digest challenge replaces it and ends the search. Takes it out of the
+/// headers; null if there is none that can be answered.
 template <typename Header>
-std::unique_ptr<HTTP_HeaderAuthenticateBase> chooseChallenge(const HTTP_HeaderMap& headers) {
-    const Header* chosen = nullptr;
+std::unique_ptr<HTTP_HeaderAuthenticateBase> chooseChallenge(HTTP_HeaderMap& headers) {
+    std::unique_ptr<HTTP_Header>* chosen = nullptr;
     const auto [first, end] = headers.equal_range(std::string(Header::Name));
     for (auto entry = first; entry != end; ++entry) {
-        const auto* challenge = static_cast<const Header*>(entry->second.get());
-        if (challenge->getScheme() == AUTHENTICATION_DIGEST && challenge->getAlgorithm() != DIGEST_NONE) {
-            chosen = challenge;
+        const auto& challenge = static_cast<const Header&>(*entry->second);
+        if (challenge.getScheme() == AUTHENTICATION_DIGEST && challenge.getAlgorithm() != DIGEST_NONE) {
+            chosen = &entry->second;
             break;
         }
-        if (challenge->getScheme() == AUTHENTICATION_BASIC && chosen == nullptr)
-            chosen = challenge;
+        if (challenge.getScheme() == AUTHENTICATION_BASIC && chosen == nullptr)
+            chosen = &entry->second;
     }
-    if (chosen == nullptr)
-        return nullptr;
-    return std::make_unique<Header>(*chosen);
+    return std::unique_ptr<HTTP_HeaderAuthenticateBase>(
+        chosen == nullptr ? nullptr : static_cast<Header*>(chosen->release()));
 }
 
 /// For the log, which must hold no password in any form.
-std::string withoutBasicCredentials(std::string request) {
+std::string withoutBasicCredentials(std::string_view request) {
     constexpr std::string_view scheme = "uthorization: Basic ";
     const std::size_t found = request.find(scheme);
-    if (found < request.find("\r\n\r\n")) {
-        const std::size_t begin = found + scheme.size();
-        request.replace(begin, request.find(lineEnd, begin) - begin, "(not logged)");
-    }
-    return request;
-}
-
-constexpr int largestPort = std::numeric_limits<unsigned short>::max();
-
-bool isPort(int port) {
-    return port > 0 && port <= largestPort;
+    if (found >= request.find("\r\n\r\n"))
+        return std::string(request);
+    const std::size_t begin = found + scheme.size();
+    return std::string(request.substr(0, begin))
+        .append("(not logged)")
+        .append(request.substr(request.find(lineEnd, begin)));
 }
 
 } // namespace
 
-HTTP_FileImpl::HTTP_FileImpl(const HTTP_ConnectionImpl& connection, HTTP_Method method, std::string_view uri)
-    : method_(method), uri_(uri), version_(requestVersion), connection_(&connection) {}
+HTTP_Return_Code HTTP_FileImplClient::getReturnCode() const {
+    return responseReceived_ ? returnCode_ : HTTP_FileImpl::getReturnCode();
+}
 
-bool HTTP_FileImpl::sendRequest(HTTP_Content_Type contentType, const char* /*name*/, const char* body,
-                                int length) {
-    clientResponseReceived_ = false;
-    serverRequestMade_ = false;
-    serverRequestSimple_ = false;
+bool HTTP_FileImplClient::sendRequest(HTTP_Content_Type contentType, const char* /*name*/, const char* body,
+                                      int length) {
+    responseReceived_ = false;
     clearMessage();
     const std::string_view text = body != nullptr && length > 0
                                       ? std::string_view(body, static_cast<std::size_t>(length))
                                       : std::string_view();
-    if (connection_ == nullptr)
-        return false;
     DEBUG_LOG("\nrequest body to send:\n%.*s\n", static_cast<int>(text.size()), text.data());
-    std::string request;
+    Secret_Text request;
     if (!createRequest(request, contentType, text, nullptr))
         return false;
     DEBUG_LOG("\nrequest to send:\n%s\n", request.c_str());
-    if (!exchange(request, true))
+    if (!exchange(request.view(), true))
         return false;
     DEBUG_LOG("\nreply to sent request:\n%s\n", body_.c_str());
     if (returnCode_ != HTTP_RETURN_UNAUTHORIZED && returnCode_ != HTTP_RETURN_PROXY_AUTHORIZATION)
@@ -116,20 +109,21 @@ bool HTTP_FileImpl::sendRequest(HTTP_Content_Type contentType, const char* /*nam
     request.clear();
     if (!createRequest(request, contentType, text, challenge.get()))
         return false;
-    DEBUG_LOG("\nauthorization request to send:\n%s\n", withoutBasicCredentials(request).c_str());
-    if (!exchange(request, false))
+    DEBUG_LOG("\nauthorization request to send:\n%s\n", withoutBasicCredentials(request.view()).c_str());
+    if (!exchange(request.view(), false))
         return false;
     DEBUG_LOG("\nreply to sent authorization request:\n%s\n", body_.c_str());
     return true;
 }
 
-std::unique_ptr<HTTP_HeaderAuthenticateBase> HTTP_FileImpl::takeChallenge() {
+std::unique_ptr<HTTP_HeaderAuthenticateBase> HTTP_FileImplClient::takeChallenge() {
     return returnCode_ == HTTP_RETURN_UNAUTHORIZED ? chooseChallenge<HTTP_HeaderWWWAuthenticate>(headers_)
                                                    : chooseChallenge<HTTP_HeaderProxyAuthenticate>(headers_);
 }
 
-bool HTTP_FileImpl::createRequest(std::string& out, HTTP_Content_Type contentType, std::string_view body,
-                                  const HTTP_HeaderAuthenticateBase* challenge) const {
+bool HTTP_FileImplClient::createRequest(Secret_Text& out, HTTP_Content_Type contentType,
+                                        std::string_view body,
+                                        const HTTP_HeaderAuthenticateBase* challenge) const {
     const auto methodText = HTTP_MethodText(method_);
     const auto typeText = HTTP_ContentTypeText(contentType);
     if (!methodText || !typeText)
@@ -139,34 +133,44 @@ bool HTTP_FileImpl::createRequest(std::string& out, HTTP_Content_Type contentTyp
         encoded = encodeURLEncoding(body);
         body = encoded;
     }
-    out.append(*methodText).append(" ").append(uri_).append(" ").append(requestVersion).append(lineEnd);
+    std::string head;
+    head.append(*methodText).append(" ").append(uri_).append(" ").append(requestVersion).append(lineEnd);
     HTTP_HeaderUserAgent userAgent;
-    userAgent.setUserAgent(connection_->getSession().getUserAgent());
-    if (!userAgent.serialize(&out) || (challenge != nullptr && !authorize(out, *challenge)))
+    userAgent.setUserAgent(connection_.getSession().getUserAgent());
+    if (!userAgent.serialize(&head))
         return false;
-    out.append("Content-Type: ").append(*typeText).append(lineEnd);
-    out.append("Content-Length: ").append(std::to_string(body.size())).append(lineEnd);
-    out.append("Connection: Keep-Alive\r\n\r\n");
+    out.reserve(body.size() + requestHeadSize);
+    out.append(head);
+    if (challenge != nullptr && !authorize(out, *challenge))
+        return false;
+    head = "Content-Type: ";
+    head.append(*typeText).append("\r\nContent-Length: ").append(std::to_string(body.size()));
+    head.append("\r\nConnection: Keep-Alive\r\n\r\n");
+    out.append(head);
     out.append(body);
     return true;
 }
 
 /// Appends the header that answers `challenge`, by the status that brought it.
-bool HTTP_FileImpl::authorize(std::string& out, const HTTP_HeaderAuthenticateBase& challenge) const {
+bool HTTP_FileImplClient::authorize(Secret_Text& out, const HTTP_HeaderAuthenticateBase& challenge) const {
     const auto answer = [&](HTTP_HeaderAuthorizationBase&& header) {
+        const HTTP_Route& route = connection_.getRoute();
         header.setScheme(challenge.getScheme());
         header.setRealm(challenge.getRealm());
         header.setNonce(challenge.getNonce());
         header.setOpaque(challenge.getOpaque());
         header.setAlgorithm(challenge.getAlgorithm());
         header.setQop(chooseQop(challenge));
-        header.setUsername(connection_->getUsername());
-        header.setPassword(connection_->getPassword());
+        header.setUsername(route.username);
+        header.setPassword(route.password.asString());
         header.setMethod(method_);
         header.setUri(uri_);
         header.setCnonce(makeCnonce());
         header.setNonceCount(1);
-        return header.serialize(&out);
+        std::string line;
+        const bool made = header.serialize(&line);
+        out.append(Secret_Text::take(std::move(line)).view());
+        return made;
     };
     switch (returnCode_) {
     case HTTP_RETURN_UNAUTHORIZED:
@@ -180,64 +184,57 @@ bool HTTP_FileImpl::authorize(std::string& out, const HTTP_HeaderAuthenticateBas
 
 /// One TCP connection: the request goes out, the reply comes in, the connection closes. A reply that does not
 /// tell its length ends with the connection, if it is to be read at all.
-bool HTTP_FileImpl::exchange(const std::string& request, bool readBodyWithoutLength) {
+bool HTTP_FileImplClient::exchange(std::string_view request, bool readBodyWithoutLength) {
     const bool done = connect() && writeAll(request) && readReply(readBodyWithoutLength);
     socket_.close();
     return done;
 }
 
-bool HTTP_FileImpl::readReply(bool readBodyWithoutLength) {
-    clientResponseReceived_ = true;
+bool HTTP_FileImplClient::readReply(bool readBodyWithoutLength) {
+    responseReceived_ = true;
     HTTP_HeadReader reader(socket_, readTimeLimit());
-    if (!parseStatusLine(reader) || !parseHeaders(reader))
+    Secret_Text line;
+    if (!readFirstLine(reader, line) || !HTTP_ParseStatusLine(line.view(), version_, returnCode_) ||
+        !reader.readHeaders(headers_))
         return false;
     // A peer that says there is no body may keep the connection open, so nothing is waited for then.
-    if (HTTP_LastHeader<HTTP_HeaderContentLength>(headers_) != nullptr)
-        return HTTP_ReadBody(socket_, contentLength_, readTimeLimit(), body_);
+    if (const auto* length = HTTP_LastHeader<HTTP_HeaderContentLength>(headers_))
+        return HTTP_ReadBody(socket_, length->getContentLength(), readTimeLimit(), body_);
     return !readBodyWithoutLength || HTTP_ReadBodyToEnd(socket_, readTimeLimit(), body_);
 }
 
-bool HTTP_FileImpl::parseStatusLine(HTTP_HeadReader& reader) {
-    std::string line;
-    if (!reader.readLine(line))
-        return false;
-    DEBUG_LOG("%s", line.c_str());
-    return HTTP_ParseStatusLine(line, version_, returnCode_);
-}
-
-bool HTTP_FileImpl::connect() {
-    const HTTP_AddressPortPair& target = connection_->getTarget();
+bool HTTP_FileImplClient::connect() {
+    const HTTP_AddressPortPair& target = connection_.getRoute().target;
     const char* address = target.getAddress();
     const auto targetPort = static_cast<unsigned>(target.getPort());
     DEBUG_LOG("HTTP_FileImpl::connect: attempting to connect %s:%u\n", address == nullptr ? "" : address,
               targetPort);
-    unsigned returnPort = 0;
-    if (address == nullptr || !isPort(target.getPort()) ||
-        !socket_.create(Socket_Socket::TRANSPORT_TCP, false) || !bindReturnAddress(returnPort))
+    unsigned localPort = 0;
+    if (address == nullptr || !HTTP_IsPort(target.getPort()) ||
+        !socket_.create(Socket_Socket::TRANSPORT_TCP, false) || !bindLocalEnd(localPort))
         return false;
     DEBUG_LOG("HTTP_FileImpl::connect: attempting to connect %s:%u\n", address, targetPort);
     if (socket_.connect(address, static_cast<unsigned short>(targetPort))) {
         DEBUG_LOG("HTTP_FileImpl::connect: sucessfully connected %s:%u\n", address, targetPort);
         return true;
     }
-    DEBUG_LOG("HTTP_FileImpl::connect: failed to connect %s:%u (%u)\n", address, targetPort, returnPort);
+    DEBUG_LOG("HTTP_FileImpl::connect: failed to connect %s:%u (%u)\n", address, targetPort, localPort);
     return false;
 }
 
 /// Binds the local end where a firewall expects the connection to come from. `port` is the last port tried.
-bool HTTP_FileImpl::bindReturnAddress(unsigned& port) {
-    const std::string& address = connection_->getReturnAddress();
-    const int lowest = connection_->getReturnPortMin();
-    if (lowest == 0)
-        return address.empty() || socket_.bind(address.c_str(), 0);
-    const int highest = std::min<int>(connection_->getReturnPortMax(), largestPort);
-    for (int candidate = std::max(lowest, 1); candidate <= highest; ++candidate) {
+bool HTTP_FileImplClient::bindLocalEnd(unsigned& port) {
+    const HTTP_Route& route = connection_.getRoute();
+    const HTTP_LocalEnd& local = route.localEnd;
+    if (local.lowestPort == 0)
+        return local.address.empty() || socket_.bind(local.address.c_str(), 0);
+    const int highest = std::min(local.highestPort, HTTP_HighestPort);
+    for (int candidate = std::max(local.lowestPort, 1); candidate <= highest; ++candidate) {
         port = static_cast<unsigned>(candidate);
-        if (socket_.bind(address.c_str(), static_cast<unsigned short>(candidate)))
+        if (socket_.bind(local.address.c_str(), static_cast<unsigned short>(candidate)))
             return true;
-        const HTTP_AddressPortPair& target = connection_->getTarget();
-        DEBUG_LOG("HTTP_FileImpl::connect: failed to connect [return port] %s:%u (%u)\n", target.getAddress(),
-                  static_cast<unsigned>(target.getPort()), port);
+        DEBUG_LOG("HTTP_FileImpl::connect: failed to connect [return port] %s:%u (%u)\n",
+                  route.target.getAddress(), static_cast<unsigned>(route.target.getPort()), port);
     }
     return false;
 }

@@ -53,7 +53,7 @@ bool HTTP_Header::stripDoubleQuotes(const std::string* in, std::string* out) con
 }
 
 bool HTTP_Header::getSerializeValue(std::string* out) const {
-    *out += value_;
+    *out += value_.view();
     return true;
 }
 
@@ -80,7 +80,7 @@ bool HTTP_Header::parse(const std::string* line) {
         return false;
     if (!fixedName_)
         name_ = text.substr(0, std::min(colon, text.find(' ')));
-    value_ = rest.substr(0, end);
+    value_.assign(rest.substr(0, end));
     return true;
 }
 

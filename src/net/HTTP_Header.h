@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Secret_Text.h"
 #include "net/HTTP_Types.h"
 
 #include <iterator>
@@ -9,10 +10,13 @@
 #include <string_view>
 
 /// One header of a request or a reply: a name and a value. A header class for one purpose has a fixed name,
-/// which parsing keeps; a plain header takes the name of the line. A value; used by one thread at a time.
+/// which parsing keeps; a plain header takes the name of the line. A value that is moved: a value of some
+/// headers holds a password. Used by one thread at a time.
 class HTTP_Header {
 public:
     HTTP_Header() = default;
+    HTTP_Header(HTTP_Header&&) = default;
+    HTTP_Header& operator=(HTTP_Header&&) = default;
 
     /// `out` gets `in` without any leading or trailing blank or double quote. False if nothing is left.
     virtual bool stripDoubleQuotes(const std::string* in, std::string* out) const;
@@ -26,16 +30,16 @@ public:
     bool serialize(std::string* out) const;
 
     const std::string& getName() const { return name_; }
-    const std::string& getValue() const { return value_; }
+    const std::string& getValue() const { return value_.asString(); }
 
 protected:
     explicit HTTP_Header(std::string_view fixedName) : name_(fixedName), fixedName_(true) {}
-    void setValue(std::string_view value) { value_ = value; }
+    void setValue(std::string_view value) { value_.assign(value); }
 
 private:
     std::string name_;
     bool fixedName_ = false;
-    std::string value_;
+    Secret_Text value_;
 };
 
 class HTTP_HeaderUserAgent : public HTTP_Header {

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -45,29 +46,35 @@ bool HTTP_HeaderAuthorizationBase::getSerializeValue(std::string* out) const {
 }
 
 bool HTTP_HeaderAuthorizationBase::appendBasic(std::string& out) const {
-    const std::string credentials = username_ + ":" + password_;
-    std::string encoded;
-    if (!encodeBase64(&credentials, &encoded))
-        return false;
-    out.append("Basic ").append(encoded);
-    return true;
+    constexpr std::string_view scheme = "Basic ";
+    Secret_Text credentials;
+    credentials.append(username_);
+    credentials.append(':');
+    credentials.append(password_.view());
+    std::string text;
+    const bool done = encodeBase64(&credentials.asString(), &text);
+    const Secret_Text encoded = Secret_Text::take(std::move(text));
+    // Room for the end of the line too, so that the text does not move any more and leave itself behind.
+    out.reserve(out.size() + scheme.size() + encoded.size() + 2);
+    out.append(scheme).append(encoded.view());
+    return done;
 }
 
 bool HTTP_HeaderAuthorizationBase::appendDigest(std::string& out) const {
     const auto methodText = HTTP_MethodText(method_);
     if (!methodText || (!qop_.empty() && qop_ != "auth"))
         return false;
-    HTTP_DigestInput input;
-    input.username = username_;
-    input.realm = realm_;
-    input.password = password_;
-    input.method = *methodText;
-    input.uri = uri_;
-    input.nonce = nonce_;
-    input.qop = qop_;
-    input.nonceCount = nonceCountText(nonceCount_);
-    input.cnonce = cnonce_;
-    input.sessionKey = algorithm_ == DIGEST_MD5_SESS;
+    const std::string nonceCount = nonceCountText(nonceCount_);
+    const HTTP_DigestInput input{.username = username_,
+                                 .realm = realm_,
+                                 .password = password_.view(),
+                                 .method = *methodText,
+                                 .uri = uri_,
+                                 .nonce = nonce_,
+                                 .qop = qop_,
+                                 .nonceCount = nonceCount,
+                                 .cnonce = cnonce_,
+                                 .sessionKey = algorithm_ == DIGEST_MD5_SESS};
 
     out.append("Digest ");
     appendQuoted(out, "username", escaped(username_));
@@ -78,7 +85,7 @@ bool HTTP_HeaderAuthorizationBase::appendDigest(std::string& out) const {
     out.append(", algorithm=").append(input.sessionKey ? "MD5-sess" : "MD5");
     appendQuoted(out, ", response", HTTP_DigestResponse(input));
     if (!qop_.empty())
-        out.append(", qop=").append(qop_).append(", nc=").append(input.nonceCount);
+        out.append(", qop=").append(qop_).append(", nc=").append(nonceCount);
     if (!qop_.empty() || input.sessionKey)
         appendQuoted(out, ", cnonce", cnonce_);
     if (!opaque_.empty())

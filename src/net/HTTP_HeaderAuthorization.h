@@ -17,8 +17,8 @@ public:
     virtual void setScheme(AuthenticationScheme scheme) { scheme_ = scheme; }
     virtual const std::string& getUsername() const { return username_; }
     virtual void setUsername(const std::string& username) { username_ = username; }
-    virtual const std::string& getPassword() const { return password_; }
-    virtual void setPassword(const std::string& password) { password_ = password; }
+    virtual const std::string& getPassword() const { return password_.asString(); }
+    virtual void setPassword(const std::string& password) { password_.assign(password); }
     virtual const std::string& getRealm() const { return realm_; }
     virtual void setRealm(const std::string& realm) { realm_ = realm; }
     virtual HTTP_Method getMethod() const { return method_; }
@@ -50,7 +50,7 @@ private:
 
     AuthenticationScheme scheme_ = AUTHENTICATION_NONE;
     std::string username_;
-    std::string password_;
+    Secret_Text password_;
     std::string realm_;
     HTTP_Method method_ = HTTP_METHOD_UNKNOWN;
     std::string uri_;

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <iterator>
 #include <utility>
 
 namespace {
@@ -18,6 +17,14 @@ constexpr std::size_t longestCode = 32;
 
 bool isLineEnd(char c) {
     return c == '\r' || c == '\n';
+}
+
+void appendWithoutLineEnds(Secret_Text& out, std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t line = std::min(text.find_first_of("\r\n"), text.size());
+        out.append(text.substr(0, line));
+        text.remove_prefix(std::min(line + 1, text.size()));
+    }
 }
 
 bool endsHeaders(std::string_view line) {
@@ -61,22 +68,22 @@ bool HTTP_HeadReader::spend(std::size_t bytes) {
     return spent_ <= HTTP_HeaderBlockLimit;
 }
 
-bool HTTP_HeadReader::takeByte(std::string& line) {
+bool HTTP_HeadReader::takeByte(Secret_Text& line) {
     if (!spend(1))
         return false;
-    line += input_.arrived().front();
+    line.append(input_.arrived().front());
     input_.consume(1);
     return true;
 }
 
-bool HTTP_HeadReader::readLine(std::string& line) {
-    line.clear();
+bool HTTP_HeadReader::readLine(Secret_Text& line) {
+    line.resize(0);
     while (Socket_AwaitBytes(input_, 1, timeLimit_)) {
         const std::string_view arrived = input_.arrived();
         const std::size_t text = std::find_if(arrived.begin(), arrived.end(), isLineEnd) - arrived.begin();
         if (!spend(text))
             return false;
-        line += arrived.substr(0, text);
+        line.append(arrived.substr(0, text));
         const bool found = text < arrived.size();
         input_.consume(text);
         if (!found)
@@ -93,11 +100,11 @@ bool HTTP_HeadReader::readLine(std::string& line) {
     return false;
 }
 
-bool HTTP_HeadReader::addHeader(const std::string& line, HTTP_HeaderMap& headers) {
+bool HTTP_HeadReader::addHeader(const Secret_Text& line, HTTP_HeaderMap& headers) {
     if (!spend(headerOverhead))
         return false;
-    auto header = HTTP_FactoryAllocateHeader(HTTP_SkipBlanks(line));
-    if (!header->parse(&line))
+    auto header = HTTP_FactoryAllocateHeader(HTTP_SkipBlanks(line.view()));
+    if (!header->parse(&line.asString()))
         return false;
     std::string name = header->getName();
     headers.emplace(std::move(name), std::move(header));
@@ -106,10 +113,10 @@ bool HTTP_HeadReader::addHeader(const std::string& line, HTTP_HeaderMap& headers
 
 bool HTTP_HeadReader::readHeaders(HTTP_HeaderMap& headers) {
     headers.clear();
-    std::string line;
+    Secret_Text line;
     while (readLine(line)) {
         DEBUG_LOG("%s", line.c_str());
-        if (endsHeaders(line))
+        if (endsHeaders(line.view()))
             return true;
         if (!addHeader(line, headers))
             break;
@@ -118,7 +125,7 @@ bool HTTP_HeadReader::readHeaders(HTTP_HeaderMap& headers) {
     return false;
 }
 
-bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, std::string& body) {
+bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, Secret_Text& body) {
     body.clear();
     if (length > HTTP_BodyLimit)
         return false;
@@ -126,13 +133,13 @@ bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, 
         if (!Socket_AwaitBytes(input, 1, timeLimit))
             return false;
         const std::string_view bytes = input.arrived().substr(0, length - body.size());
-        body += bytes;
+        body.append(bytes);
         input.consume(bytes.size());
     }
     return true;
 }
 
-bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, std::string& body, std::size_t limit) {
+bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, Secret_Text& body, std::size_t limit) {
     body.clear();
     std::size_t received = 0;
     while (Socket_AwaitBytes(input, 1, timeLimit)) {
@@ -140,7 +147,7 @@ bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, std::string& bo
         received += bytes.size();
         if (received > limit)
             return false;
-        std::remove_copy_if(bytes.begin(), bytes.end(), std::back_inserter(body), isLineEnd);
+        appendWithoutLineEnds(body, bytes);
         input.consume(bytes.size());
     }
     return true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Secret_Text.h"
 #include "net/HTTP_Header.h"
 #include "net/Socket_Input.h"
 
@@ -8,7 +9,7 @@
 #include <string_view>
 
 /// Reads the parts of an HTTP message from a stream: what the server reads of requests and the client of
-/// replies. Every wait is bounded by HTTP_ReadTimeLimit. Memory follows the bytes that have arrived.
+/// replies. Memory follows the bytes that have arrived; a password may be among them wherever they are.
 
 /// Seconds for which a plain connection may be silent while something is to be read from it.
 constexpr unsigned HTTP_ReadTimeLimit = 180;
@@ -42,14 +43,14 @@ public:
 
     /// One line with its end: LF, CR LF, or a CR that something else follows. False if the stream ends before
     /// the line does, or the allowance is spent.
-    bool readLine(std::string& line);
+    bool readLine(Secret_Text& line);
     /// Header lines up to an empty one. False if one can't be read or is no header; `headers` is empty then.
     bool readHeaders(HTTP_HeaderMap& headers);
 
 private:
     bool spend(std::size_t bytes);
-    bool takeByte(std::string& line);
-    bool addHeader(const std::string& line, HTTP_HeaderMap& headers);
+    bool takeByte(Secret_Text& line);
+    bool addHeader(const Secret_Text& line, HTTP_HeaderMap& headers);
 
     Socket_Input& input_;
     unsigned timeLimit_;
@@ -57,8 +58,8 @@ private:
 };
 
 /// Reads a body of exactly `length` bytes. False if it is larger than the limit or does not arrive whole.
-bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, std::string& body);
+bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, Secret_Text& body);
 
 /// Reads a body to the end of the stream, without its CRs and LFs. False if more than `limit` bytes come.
-bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, std::string& body,
+bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, Secret_Text& body,
                         std::size_t limit = HTTP_BodyLimit);

@@ -2,28 +2,23 @@
 
 #include "date/System_Date.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace {
 
 constexpr unsigned char shift = 0x5B;
 
-std::string shifted(const char* text) {
-    std::string result(text == nullptr ? "" : text);
-    for (char& c : result)
-        c = static_cast<char>(static_cast<unsigned char>(c) + shift);
+Secret_Text shifted(const char* text) {
+    Secret_Text result(text == nullptr ? "" : text);
+    std::for_each(result.data(), result.data() + result.size(),
+                  [](char& c) { c = static_cast<char>(static_cast<unsigned char>(c) + shift); });
     return result;
 }
 
-void unshift(const std::string& held, std::string& text) {
+void unshift(const Secret_Text& held, std::string& text) {
     text.resize(held.size());
     for (std::size_t i = 0; i < held.size(); ++i)
-        text[i] = static_cast<char>(static_cast<unsigned char>(held[i]) - shift);
-}
-
-void wipe(std::string& text) {
-    ::explicit_bzero(text.data(), text.size());
-    text.clear();
+        text[i] = static_cast<char>(static_cast<unsigned char>(held.view()[i]) - shift);
 }
 
 } // namespace
@@ -32,24 +27,19 @@ HTTP_SecurityToken::HTTP_SecurityToken() : date_(System_FactoryAllocateDate()) {
     date_->setToCurrentTime();
 }
 
-HTTP_SecurityToken::~HTTP_SecurityToken() {
-    wipe(user_);
-    wipe(password_);
-}
+HTTP_SecurityToken::~HTTP_SecurityToken() = default;
 
 void HTTP_SecurityToken::init() {
     date_->setToCurrentTime();
-    wipe(user_);
-    wipe(password_);
+    user_.clear();
+    password_.clear();
 }
 
 void HTTP_SecurityToken::setUser(const char* user) {
-    wipe(user_);
     user_ = shifted(user);
 }
 
 void HTTP_SecurityToken::setPass(const char* password) {
-    wipe(password_);
     password_ = shifted(password);
 }
 

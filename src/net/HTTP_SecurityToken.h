@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Secret_Text.h"
+
 #include <memory>
 #include <string>
 
@@ -13,7 +15,6 @@ public:
     HTTP_SecurityToken();
     HTTP_SecurityToken(const HTTP_SecurityToken&) = delete;
     HTTP_SecurityToken& operator=(const HTTP_SecurityToken&) = delete;
-    /// Wipes both texts.
     virtual ~HTTP_SecurityToken();
 
     /// Back to the state after construction.
@@ -28,6 +29,6 @@ public:
 
 private:
     std::unique_ptr<System_Date> date_;
-    std::string user_;
-    std::string password_;
+    Secret_Text user_;
+    Secret_Text password_;
 };

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
 
 namespace {
 
@@ -16,8 +15,9 @@ constexpr unsigned workerGrowth = 10;
 constexpr const char* logName = "HTTP";
 constexpr Thread_ServiceTexts logTexts{.currentlyRunning = ": startup failed"};
 
-bool isPort(int port) {
-    return port >= 0 && port <= std::numeric_limits<unsigned short>::max();
+/// Port 0 stands for one that the system chooses.
+bool canListenOn(int port) {
+    return port == 0 || HTTP_IsPort(port);
 }
 
 } // namespace
@@ -62,7 +62,7 @@ bool HTTP_ServerImpl::openSocket(const HTTP_AddressPortPair& pair) {
     auto opened = std::make_unique<HTTP_SocketPair>();
     opened->pair = pair;
     opened->socket.registerSSLFactory(sslFactory_);
-    if (!isPort(pair.getPort()) || !opened->socket.create(Socket_Socket::TRANSPORT_TCP, true) ||
+    if (!canListenOn(pair.getPort()) || !opened->socket.create(Socket_Socket::TRANSPORT_TCP, true) ||
         !opened->socket.bind(pair.getAddress(), static_cast<unsigned short>(pair.getPort())) ||
         !opened->socket.listen())
         return false;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "net/HTTP_AddressPortPair.h"
 #include "net/HTTP_File.h"
+#include "net/HTTP_Route.h"
 
 #include <memory>
 #include <string>
@@ -29,14 +29,14 @@ public:
     virtual ~HTTP_Session() = default;
 
     virtual const std::string& getUserAgent() const = 0;
-    /// A connection to `target`, owned by the session. The local end is bound to the return address (null or
-    /// empty: any) and the first free port from `returnPortMin` to `returnPortMax` (a minimum of 0: any
-    /// port). User name and password answer a challenge of the peer; null counts as empty.
+    /// A connection on the route that these make, owned by the session. Null counts as empty.
     virtual HTTP_Connection* getHttpConnection(const char* returnAddress, int returnPortMin,
                                                int returnPortMax, const HTTP_AddressPortPair& target,
                                                const char* username, const char* password) = 0;
     /// Deletes all connections, and their files with them.
     virtual bool close() = 0;
+    /// A connection on the route, owned by the session.
+    virtual HTTP_Connection* getHttpConnection(HTTP_Route route) = 0;
 };
 
 std::unique_ptr<HTTP_Session> HTTP_FactoryAllocateSession(const char* userAgent);

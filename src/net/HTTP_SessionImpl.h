@@ -1,39 +1,29 @@
 #pragma once
 
-#include "net/HTTP_FileImpl.h"
+#include "net/HTTP_FileImplClient.h"
 #include "net/HTTP_Session.h"
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 class HTTP_SessionImpl;
 
 class HTTP_ConnectionImpl : public HTTP_Connection {
 public:
-    HTTP_ConnectionImpl(const HTTP_SessionImpl& session, const char* returnAddress, int returnPortMin,
-                        int returnPortMax, HTTP_AddressPortPair target, const char* username,
-                        const char* password);
+    HTTP_ConnectionImpl(const HTTP_SessionImpl& session, HTTP_Route route)
+        : route_(std::move(route)), session_(session) {}
 
     HTTP_File* getRequest(HTTP_Method method, const char* uri) override;
 
     const HTTP_SessionImpl& getSession() const { return session_; }
-    const std::string& getReturnAddress() const { return returnAddress_; }
-    int getReturnPortMin() const { return returnPortMin_; }
-    int getReturnPortMax() const { return returnPortMax_; }
-    const HTTP_AddressPortPair& getTarget() const { return target_; }
-    const std::string& getUsername() const { return username_; }
-    const std::string& getPassword() const { return password_; }
+    const HTTP_Route& getRoute() const { return route_; }
 
 private:
-    int returnPortMin_;
-    int returnPortMax_;
-    std::string returnAddress_;
-    HTTP_AddressPortPair target_;
-    std::string username_;
-    std::string password_;
+    HTTP_Route route_;
     const HTTP_SessionImpl& session_;
-    std::vector<std::unique_ptr<HTTP_FileImpl>> files_;
+    std::vector<std::unique_ptr<HTTP_FileImplClient>> files_;
 };
 
 class HTTP_SessionImpl : public HTTP_Session {
@@ -45,6 +35,7 @@ public:
                                        const HTTP_AddressPortPair& target, const char* username,
                                        const char* password) override;
     bool close() override;
+    HTTP_Connection* getHttpConnection(HTTP_Route route) override;
 
 private:
     std::string userAgent_;

@@ -1,10 +1,10 @@
 #include "net/HTTP_WorkerRunnable.h"
 
-#include "net/HTTP_FileImpl.h"
+#include "net/HTTP_FileImplServer.h"
 
 namespace {
 
-bool dispatch(HTTP_RequestHandler& handler, HTTP_FileImpl& file, bool& keepFile) {
+bool dispatch(HTTP_RequestHandler& handler, HTTP_FileImplServer& file, bool& keepFile) {
     switch (file.getMethod()) {
     case HTTP_METHOD_GET:
         return handler.handleGet(&file, keepFile);
@@ -18,7 +18,7 @@ bool dispatch(HTTP_RequestHandler& handler, HTTP_FileImpl& file, bool& keepFile)
 } // namespace
 
 /// False if the connection takes no further request.
-bool HTTP_WorkerRunnable::serveRequest(HTTP_FileImpl& file, bool& keepFile) {
+bool HTTP_WorkerRunnable::serveRequest(HTTP_FileImplServer& file, bool& keepFile) {
     HTTP_Return_Code code{};
     if (!file.handleRequest(code))
         return false;
@@ -32,7 +32,7 @@ bool HTTP_WorkerRunnable::serveRequest(HTTP_FileImpl& file, bool& keepFile) {
 }
 
 void HTTP_WorkerRunnable::run() {
-    auto file = std::make_unique<HTTP_FileImpl>();
+    auto file = std::make_unique<HTTP_FileImplServer>();
     if (!file->getSocket().copy(&socket_))
         return;
     bool keepFile = false;

@@ -6,7 +6,7 @@
 
 #include <memory>
 
-class HTTP_FileImpl;
+class HTTP_FileImplServer;
 
 /// Serves one accepted connection from its first request to its end.
 class HTTP_WorkerRunnable : public Thread_Runnable {
@@ -19,7 +19,7 @@ public:
     void run() override;
 
 private:
-    bool serveRequest(HTTP_FileImpl& file, bool& keepFile);
+    bool serveRequest(HTTP_FileImplServer& file, bool& keepFile);
 
     Socket_SocketImpl socket_;
     std::unique_ptr<HTTP_RequestHandler> handler_;

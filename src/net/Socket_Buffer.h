@@ -5,12 +5,20 @@
 #include <memory>
 #include <string_view>
 
-/// Bytes between their arrival and their reading. Takes no memory until the first byte is to come.
+/// Bytes between their arrival and their reading. Takes no memory until the first byte is to come. Passwords
+/// come along here, so what has been read is overwritten at once.
 class Socket_Buffer {
 public:
+    Socket_Buffer() = default;
+    Socket_Buffer(const Socket_Buffer&) = delete;
+    Socket_Buffer& operator=(const Socket_Buffer&) = delete;
+    ~Socket_Buffer() { consume(end_ - begin_); }
+
     std::string_view content() const { return {storage_.get() + begin_, end_ - begin_}; }
 
     void consume(std::size_t count) {
+        if (count != 0)
+            explicit_bzero(storage_.get() + begin_, count);
         begin_ += count;
         if (begin_ == end_)
             begin_ = end_ = 0;
@@ -37,10 +45,12 @@ private:
             capacity *= 2;
         if (capacity == capacity_) {
             std::memmove(storage_.get(), storage_.get() + begin_, held);
+            explicit_bzero(storage_.get() + held, end_ - held);
         } else {
             auto larger = std::make_unique_for_overwrite<char[]>(capacity);
             if (held != 0)
                 std::memcpy(larger.get(), storage_.get() + begin_, held);
+            consume(held);
             storage_ = std::move(larger);
             capacity_ = capacity;
         }

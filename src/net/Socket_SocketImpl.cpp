@@ -3,7 +3,6 @@
 #include "log/Debug_Printf.h"
 #include "net/Socket_Address.h"
 
-#include <openssl/err.h>
 #include <openssl/ssl.h>
 
 #include <algorithm>
@@ -21,7 +20,6 @@
 namespace {
 
 constexpr int listenBacklog = 128;
-constexpr std::size_t errorTextSize = 1024;
 
 sockaddr* generic(sockaddr_in& address) {
     return reinterpret_cast<sockaddr*>(&address);
@@ -60,16 +58,6 @@ std::optional<sockaddr_in> localAddress(int descriptor) {
     return address;
 }
 
-void logHandshakeFailure(const char* operation) {
-    if (!gDebugPrintf.isEnabled())
-        return;
-    const unsigned long error = ERR_get_error();
-    char text[errorTextSize];
-    ERR_error_string_n(error, text, sizeof text);
-    gDebugPrintf.print("Socket_SocketImpl::doSSLAcceptOrConnect: %s failed\n  SSL: %u %s\n", operation,
-                       static_cast<unsigned>(error), text);
-}
-
 } // namespace
 
 std::unique_ptr<Socket_Socket> Socket_FactoryAllocateSocket() {
@@ -98,7 +86,8 @@ bool Socket_SocketImpl::setEncryptionProtocolVerifyPeer(bool verify) {
     verifyPeer_ = verify;
     if (tls_ == nullptr || !verify || tls_->hasPeerCertificate())
         return true;
-    DEBUG_LOG("Socket_SocketImpl::setEncryptionProtocolVerifyPeer: certificate required\n");
+    DEBUG_LOG("Socket_SocketImpl::setEncryptionProtocolVerifyPeer: certificate "
+              "required\n");
     return false;
 }
 
@@ -200,7 +189,8 @@ bool Socket_SocketImpl::doSSLAcceptOrConnect(bool& flag) {
     const bool client = role_ == Socket_SSLFactory::CLIENT;
     if (client ? tls_->handshakeAsClient() : tls_->handshakeAsServer())
         return true;
-    logHandshakeFailure(client ? "SSL_connect" : "SSL_accept");
+    DEBUG_LOG("Socket_SocketImpl::doSSLAcceptOrConnect: %s failed\n  SSL: %s\n",
+              client ? "SSL_connect" : "SSL_accept", Socket_TLSError().c_str());
     return false;
 }
 
@@ -212,12 +202,10 @@ bool Socket_SocketImpl::makeTLS() {
         static_cast<SSL_CTX*>(factory_->createSSLContext(role_)), &SSL_CTX_free);
     if (context == nullptr)
         return false;
-    std::unique_ptr<SSL, decltype(&SSL_free)> ssl(static_cast<SSL*>(factory_->createSSL(context.get())),
-                                                  &SSL_free);
+    Socket_TLSPtr ssl(static_cast<SSL*>(factory_->createSSL(context.get())));
     if (ssl == nullptr)
         return false;
-    tls_ = std::make_unique<Socket_TLS>(ssl.get(), *transport_);
-    static_cast<void>(ssl.release());
+    tls_ = std::make_unique<Socket_TLS>(std::move(ssl), *transport_);
     return true;
 }
 

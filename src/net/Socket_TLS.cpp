@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -16,6 +17,7 @@ namespace {
 constexpr unsigned handshakeWaitSeconds = 180;
 /// The plain text of one record, RFC 5246, 6.2.1.
 constexpr std::size_t largestRecord = 16384;
+constexpr std::size_t errorTextSize = 1024;
 
 } // namespace
 
@@ -63,18 +65,25 @@ struct Socket_TLSBio {
     }
 };
 
-void Socket_TLS::Free::operator()(ssl_st* ssl) const {
+void Socket_TLSRelease::operator()(ssl_st* ssl) const {
     SSL_free(ssl);
 }
 
-Socket_TLS::Socket_TLS(ssl_st* ssl, Socket_Transport& transport)
-    : transport_(transport), ssl_(ssl), receiveLimit_(handshakeWaitSeconds) {
+std::string Socket_TLSError() {
+    const unsigned long error = ERR_get_error();
+    char text[errorTextSize];
+    ERR_error_string_n(error, text, sizeof text);
+    return std::to_string(static_cast<unsigned>(error)) + ' ' + text;
+}
+
+Socket_TLS::Socket_TLS(Socket_TLSPtr ssl, Socket_Transport& transport)
+    : transport_(transport), ssl_(std::move(ssl)), receiveLimit_(handshakeWaitSeconds) {
     BIO* bio = BIO_new(Socket_TLSBio::method());
     if (bio == nullptr)
         throw std::bad_alloc();
     BIO_set_data(bio, this);
     BIO_set_init(bio, 1);
-    SSL_set_bio(ssl, bio, bio);
+    SSL_set_bio(ssl_.get(), bio, bio);
 }
 
 Socket_TLS::~Socket_TLS() {

@@ -6,17 +6,26 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <string_view>
 
 struct ssl_st;
+
+struct Socket_TLSRelease {
+    void operator()(ssl_st* ssl) const;
+};
+using Socket_TLSPtr = std::unique_ptr<ssl_st, Socket_TLSRelease>;
+
+/// Takes the oldest error of this thread out of the library's queue: its number and its text.
+std::string Socket_TLSError();
 
 /// One TLS connection over a transport: cipher text is taken from the transport's buffer before its
 /// descriptor is read, decrypted bytes lie in a buffer of their own. The transport must outlive it. Used by
 /// one thread at a time.
 class Socket_TLS : public Socket_Input {
 public:
-    /// Over a connection object of the TLS library, which it takes over. Throws std::bad_alloc.
-    Socket_TLS(ssl_st* ssl, Socket_Transport& transport);
+    /// Over a connection object of the TLS library. Throws std::bad_alloc.
+    Socket_TLS(Socket_TLSPtr ssl, Socket_Transport& transport);
     /// Says goodbye to the peer if the connection is in order, without waiting for anything.
     ~Socket_TLS() override;
 
@@ -36,12 +45,9 @@ public:
 
 private:
     friend struct Socket_TLSBio;
-    struct Free {
-        void operator()(ssl_st* ssl) const;
-    };
 
     Socket_Transport& transport_;
-    std::unique_ptr<ssl_st, Free> ssl_;
+    Socket_TLSPtr ssl_;
     Socket_Buffer plain_;
     unsigned receiveLimit_;
     bool broken_ = false;

@@ -1,17 +1,16 @@
 #include "rmi/AgentHTTP_SendRequest.h"
 
-#include "base/String_Functions.h"
 #include "config/AgentConfig_Configuration.h"
 #include "config/AgentConfig_Globals.h"
 #include "config/Config_File.h"
 #include "net/AgentSSL_Factory.h"
-#include "net/HTTP_AddressPortPair.h"
 #include "net/HTTP_Session.h"
 #include "rmi/RMI_MethodException.h"
 #include "threads/MutexLock.h"
 
 #include <climits>
 #include <memory>
+#include <utility>
 
 std::atomic<bool> gCallServerWithSSL{true};
 
@@ -21,60 +20,37 @@ constexpr const char* userAgent = "Norvalith Brindlex Agent";
 /// Part of the interface of a form post, and not sent.
 constexpr const char* fieldName = "CommandBody";
 
-/// Where one call goes and how it leaves.
-struct Route {
-    Route() = default;
-    Route(const Route&) = delete;
-    Route& operator=(const Route&) = delete;
-    ~Route() { nxWipeText(password); }
-
-    HTTP_AddressPortPair target;
-    std::string uri;
-    std::string username;
-    std::string password;
-    std::string returnAddress;
-    int returnPortMin = 0;
-    int returnPortMax = 0;
-};
-
-void planRoute(const AgentConfig_Configuration& configuration, bool ssl, Route& route) {
+HTTP_Route planRoute(const AgentConfig_Configuration& configuration, bool ssl) {
+    HTTP_Route route;
     const std::string& host = configuration.getServerHostname();
     const unsigned port = ssl ? configuration.getServerSSLPort() : configuration.getServerPort();
+    route.target = {host, static_cast<int>(port)};
     route.uri = configuration.getServerURI();
     if (!configuration.getProxyHostname().empty() && configuration.getProxyPort() != 0) {
-        route.target.setAddress(configuration.getProxyHostname());
-        route.target.setPort(static_cast<int>(configuration.getProxyPort()));
+        route.target = {configuration.getProxyHostname(), static_cast<int>(configuration.getProxyPort())};
         // Over TLS too: no tunnel is made.
         route.uri = "http://" + host + ":" + std::to_string(port) + route.uri;
-    } else {
-        route.target.setAddress(host);
-        route.target.setPort(static_cast<int>(port));
     }
+    route.localEnd = {configuration.getReturnAddress(), static_cast<int>(configuration.getReturnPortMin()),
+                      static_cast<int>(configuration.getReturnPortMax())};
     route.username = configuration.getUsername();
-    route.password = configuration.getPassword();
-    route.returnAddress = configuration.getReturnAddress();
-    route.returnPortMin = static_cast<int>(configuration.getReturnPortMin());
-    route.returnPortMax = static_cast<int>(configuration.getReturnPortMax());
+    route.password.assign(configuration.getPassword());
+    return route;
 }
 
-void copyRoute(bool ssl, Route& route) {
+HTTP_Route currentRoute(bool ssl) {
     try {
         const MutexLock lock(&gMutexAgentConfig);
-        planRoute(*gAgentConfig->getConfig(), ssl, route);
+        return planRoute(*gAgentConfig->getConfig(), ssl);
     } catch (...) {
         throw RMI_MethodException(RMI_MethodException::GeneralFailure);
     }
 }
 
-bool post(const Route& route, bool ssl, bool verifyPeer, const char* body, int length, std::string& reply) {
+bool post(HTTP_Route route, bool ssl, bool verifyPeer, const char* body, int length, std::string& reply) {
     const std::unique_ptr<HTTP_Session> session = HTTP_FactoryAllocateSession(userAgent);
-    HTTP_Connection* connection =
-        session->getHttpConnection(route.returnAddress.c_str(), route.returnPortMin, route.returnPortMax,
-                                   route.target, route.username.c_str(), route.password.c_str());
-    HTTP_File* file =
-        connection == nullptr ? nullptr : connection->getRequest(HTTP_METHOD_POST, route.uri.c_str());
-    if (file == nullptr)
-        return false;
+    const std::string uri = route.uri;
+    HTTP_File* file = session->getHttpConnection(std::move(route))->getRequest(HTTP_METHOD_POST, uri.c_str());
     file->registerSSLFactory(&gSSLFactory);
     file->setEncryptionProtocol(ssl ? Socket_Socket::ENCRYPTION_SSL : Socket_Socket::ENCRYPTION_NONE);
     file->setEncryptionProtocolVerifyPeer(verifyPeer);
@@ -95,10 +71,9 @@ bool AgentHTTP_SendRequest(const char* body, std::size_t length, std::string& re
     if (length > INT_MAX)
         return false;
     const bool ssl = sslPreferred || gCallServerWithSSL;
-    Route route;
-    copyRoute(ssl, route);
+    HTTP_Route route = currentRoute(ssl);
     try {
-        return post(route, ssl, verifyPeer, body, static_cast<int>(length), reply);
+        return post(std::move(route), ssl, verifyPeer, body, static_cast<int>(length), reply);
     } catch (...) {
         return false;
     }

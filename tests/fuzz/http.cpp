@@ -4,7 +4,7 @@
 
 #include "net/AgentSSL_Factory.h"
 #include "net/HTTP_BodyPassword.h"
-#include "net/HTTP_FileImpl.h"
+#include "net/HTTP_FileImplServer.h"
 #include "net/HTTP_HeaderAuthenticate.h"
 #include "net/HTTP_HeaderAuthorization.h"
 #include "net/HTTP_Reader.h"
@@ -55,7 +55,7 @@ void serve(std::string_view bytes) {
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
         return;
-    HTTP_FileImpl file;
+    HTTP_FileImplServer file;
     file.getSocket().adopt(ends[0], Socket_SSLFactory::SERVER);
     file.registerSSLFactory(&gSSLFactory);
     ::fcntl(ends[1], F_SETFL, O_NONBLOCK);
@@ -90,22 +90,23 @@ void answer(const HTTP_HeaderAuthenticateBase& challenge) {
 void readReply(std::string_view bytes, std::size_t seed) {
     Pieces input(bytes, seed);
     HTTP_HeadReader reader(input, limit);
-    std::string line;
+    Secret_Text line;
     std::string version;
     HTTP_Return_Code code{};
     HTTP_HeaderMap headers;
-    if (!reader.readLine(line) || !HTTP_ParseStatusLine(line, version, code) || !reader.readHeaders(headers))
+    if (!reader.readLine(line) || !HTTP_ParseStatusLine(line.view(), version, code) ||
+        !reader.readHeaders(headers))
         return;
     if (const auto* challenge = HTTP_LastHeader<HTTP_HeaderWWWAuthenticate>(headers))
         answer(*challenge);
-    std::string body;
+    Secret_Text body;
     const auto* length = HTTP_LastHeader<HTTP_HeaderContentLength>(headers);
     const bool read = length != nullptr ? HTTP_ReadBody(input, length->getContentLength(), limit, body)
                                         : HTTP_ReadBodyToEnd(input, limit, body);
     require(!read || length == nullptr || body.size() == length->getContentLength());
-    require(decodeURLEncoding(encodeURLEncoding(body)) == body);
-    require(decodeURLEncoding(body).size() <= body.size());
-    requestBodyContainsPassword(body);
+    require(decodeURLEncoding(encodeURLEncoding(body.view())) == body.view());
+    require(decodeURLEncoding(body.view()).size() <= body.size());
+    requestBodyContainsPassword(body.view());
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "base/File_Contents.h"
+#include "net/HTTP_AddressPortPair.h"
 #include "qdvctl/Ctl_AgentCommand.h"
 #include "qdvctl/Ctl_Failure.h"
 #include "qdvctl/Ctl_Password.h"
@@ -111,7 +112,7 @@ void addSubmit(CLI::App& app, Ctl_Action& chosen) {
             "--report-port", action->reportPort,
             "Receive the agent's report here, on the TLS port that its agent.conf names for the server")
         ->type_name("PORT")
-        ->check(CLI::Range(1, 65535));
+        ->check(CLI::Range(1, HTTP_HighestPort));
     Ctl_MakeAgentCommand(
         *command, agent, [=] { return buildSubmit(*agent, *action, *report); }, chosen, {},
         [report] { report->server.reset(); });

@@ -11,6 +11,7 @@
 #include <memory>
 #include <netdb.h>
 #include <sys/socket.h>
+#include <utility>
 
 namespace {
 
@@ -102,9 +103,9 @@ Ctl_Reply Ctl_AgentClient::call(Ctl_Request request) const {
 
 std::string Ctl_AgentClient::post(const std::string& body) const {
     const auto session = HTTP_FactoryAllocateSession(userAgent);
-    HTTP_Connection* connection = session->getHttpConnection(
-        nullptr, 0, 0, HTTP_AddressPortPair(address_.host, address_.port), nullptr, nullptr);
-    HTTP_File* file = connection->getRequest(HTTP_METHOD_POST, methodUri);
+    HTTP_Route route;
+    route.target = {address_.host, address_.port};
+    HTTP_File* file = session->getHttpConnection(std::move(route))->getRequest(HTTP_METHOD_POST, methodUri);
     file->registerSSLFactory(&gSSLFactory);
     file->setEncryptionProtocol(options_.tls ? Socket_Socket::ENCRYPTION_SSL
                                              : Socket_Socket::ENCRYPTION_NONE);

@@ -17,17 +17,12 @@
 
 namespace {
 
-constexpr unsigned highestPort = 65535;
 constexpr unsigned recommendedReturnPorts = 10;
 constexpr const char* passwordAttribute = "password";
 constexpr const char* shownPassword = "(set)";
 
-bool isPort(unsigned port) {
-    return port != 0 && port <= highestPort;
-}
-
 void warnOfPort(std::vector<std::string>& warnings, const std::string& what, unsigned port) {
-    if (!isPort(port))
+    if (!HTTP_IsPort(port))
         warnings.push_back(what + " is " + std::to_string(port) +
                            ", which is no port: 1 to 65535 is expected");
 }
@@ -35,7 +30,7 @@ void warnOfPort(std::vector<std::string>& warnings, const std::string& what, uns
 void warnOfReturnPorts(std::vector<std::string>& warnings, unsigned lowest, unsigned highest) {
     if (lowest == 0)
         return;
-    if (lowest > highest || highest > highestPort)
+    if (lowest > highest || highest > HTTP_HighestPort)
         warnings.push_back("AgentInfo: returnPortMin " + std::to_string(lowest) + " to returnPortMax " +
                            std::to_string(highest) +
                            " is no range of ports: the agent cannot call its server");
@@ -138,7 +133,7 @@ std::vector<std::string> Ctl_ConfigWarnings(const AgentConfig_Configuration& con
     std::vector<std::string> warnings;
     warnOfPort(warnings, "ServerInfo: port", configuration.getServerPort());
     warnOfPort(warnings, "ServerInfo: sslPort", configuration.getServerSSLPort());
-    if (!configuration.getProxyHostname().empty() && !isPort(configuration.getProxyPort()))
+    if (!configuration.getProxyHostname().empty() && !HTTP_IsPort(configuration.getProxyPort()))
         warnings.emplace_back("ServerInfo: proxyHostname without a usable proxyPort: the proxy is not used");
     warnOfReturnPorts(warnings, configuration.getReturnPortMin(), configuration.getReturnPortMax());
     warnOfBindList(warnings, configuration.getBindList());

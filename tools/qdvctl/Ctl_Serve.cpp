@@ -1,3 +1,4 @@
+#include "net/HTTP_AddressPortPair.h"
 #include "qdvctl/Ctl_Command.h"
 #include "qdvctl/Ctl_Failure.h"
 #include "qdvctl/Ctl_Layers.h"
@@ -48,7 +49,7 @@ void Ctl_AddServe(CLI::App& app, Ctl_Action& chosen) {
     CLI::App* command = app.add_subcommand(
         "serve", "Stand in for the management server: answer the agent's calls and show them");
     const auto options = std::make_shared<Ctl_ServeOptions>();
-    const auto isPort = CLI::Range(1, 65535);
+    const auto isPort = CLI::Range(1, HTTP_HighestPort);
     command->add_option("--port", options->port, "Port for plain calls")
         ->type_name("PORT")
         ->check(isPort)
