@@ -1,16 +1,10 @@
 #pragma once
 
 #include "threads/Thread_Mutex.h"
-
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <string>
 #include <vector>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMDocument;
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
 
 /// What became of one object of an action.
 struct Action_Item {

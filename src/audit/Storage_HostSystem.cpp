@@ -1,5 +1,6 @@
 #include "audit/Storage_HostSystem.h"
 
+#include <algorithm>
 #include <new>
 
 namespace {
@@ -17,10 +18,13 @@ std::unique_ptr<Object> copyOf(const Object* original, std::unique_ptr<Object> (
 
 } // namespace
 
-const XMLSerializable_Attribute<Storage_HostSystem> Storage_HostSystem::attributes_[] = {
-    XMLSerializable_Text<&Storage_HostSystem::type_>("type"),
-    XMLSerializable_Text<&Storage_HostSystem::domain_>("domain"),
-};
+XMLSerializable_Table<Storage_HostSystem> Storage_HostSystem::attributes() {
+    static constexpr XMLSerializable_Attribute<Storage_HostSystem> table[] = {
+        XMLSerializable_Text<&Storage_HostSystem::type_>("type"),
+        XMLSerializable_Text<&Storage_HostSystem::domain_>("domain"),
+    };
+    return table;
+}
 
 bool Storage_HostSystem::prepareForAudit() {
     deallocateMachine();
@@ -47,45 +51,27 @@ bool Storage_HostSystem::ensureOwned() {
     return os_ && machine_;
 }
 
-bool Storage_HostSystem::parse(xercesc::DOMElement* element) {
-    if (!parseObject(*this, attributes_, element) || !ensureOwned())
+bool Storage_HostSystem::parseChildren(const xercesc::DOMElement& own) {
+    if (!ensureOwned())
         return false;
-    return XMLSerializable_Attempt([&] {
-        for (xercesc::DOMElement* child : Xerces_ChildElements(*element)) {
-            const std::string name = Xerces_TagName(*child);
-            if (name == "Machine" && !machine_->parse(child))
-                return false;
-            if (name == "OS" && !os_->parse(child))
-                return false;
-        }
-        return true;
-    });
-}
-
-bool Storage_HostSystem::serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                                   xercesc::DOMElement* element) {
-    return XMLSerializable_Attempt([&] { return writeForm(document, parent, element); });
-}
-
-bool Storage_HostSystem::writeForm(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                                   xercesc::DOMElement* element) {
-    XMLSerializable_Element form(document, element, "HostSystem");
-    if (!System_Object::serialize(document, parent, form.get()))
-        return false;
-    const bool writeSelf = (getSerializationOptions() & System_SerializeSelf) != 0;
-    if (writeSelf)
-        XMLSerializable_WriteAttributes(attributes_, *this, *form);
-    if (os_ && !os_->serialize(document, form.get(), nullptr))
-        return false;
-    if (machine_ && !machine_->serialize(document, form.get(), nullptr))
-        return false;
-    xercesc::DOMElement& shares = Xerces_AppendElement(*form, "Shares");
-    for (const auto& share : shares_)
-        if (!share->serialize(document, &shares, nullptr))
+    for (xercesc::DOMElement* child : Xerces_ChildElements(own)) {
+        const std::string name = Xerces_TagName(*child);
+        if (name == Storage_Type_Strings[Machine] && !machine_->parse(child))
             return false;
-    if (writeSelf)
-        form.appendTo(parent);
+        if (name == Storage_Type_Strings[OS] && !os_->parse(child))
+            return false;
+    }
     return true;
+}
+
+bool Storage_HostSystem::serializeChildren(xercesc::DOMDocument* document, xercesc::DOMElement& own) {
+    if (os_ && !os_->serialize(document, &own, nullptr))
+        return false;
+    if (machine_ && !machine_->serialize(document, &own, nullptr))
+        return false;
+    xercesc::DOMElement& shares = Xerces_AppendElement(own, "Shares");
+    return std::all_of(shares_.begin(), shares_.end(),
+                       [&](const auto& share) { return share->serialize(document, &shares, nullptr); });
 }
 
 Storage_HostSystem& Storage_HostSystem::operator=(const Storage_HostSystem& other) {

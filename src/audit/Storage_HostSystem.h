@@ -10,14 +10,14 @@
 
 /// The host summary: the host with its operating system, its machine and its shares, all of which it owns.
 /// They are there from prepareForAudit to cleanupAfterAudit. The host name is the machine's name.
-class Storage_HostSystem : public System_Object {
+class Storage_HostSystem : public System_XMLObject<Storage_HostSystem, System_Object::HostSystem> {
 public:
-    StorageType getStorageType() const override { return HostSystem; }
+    static XMLSerializable_Table<Storage_HostSystem> attributes();
+    bool parseChildren(const xercesc::DOMElement& own);
+    bool serializeChildren(xercesc::DOMDocument* document, xercesc::DOMElement& own);
+
     bool prepareForAudit() override;
     bool cleanupAfterAudit() override;
-    bool parse(xercesc::DOMElement* element) override;
-    bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                   xercesc::DOMElement* element) override;
 
     virtual void deallocateMachine() { machine_.reset(); }
     virtual void deallocateOS() { os_.reset(); }
@@ -37,10 +37,7 @@ public:
     std::vector<std::unique_ptr<Storage_Share>>& getShares() { return shares_; }
 
 private:
-    static const XMLSerializable_Attribute<Storage_HostSystem> attributes_[];
-
     bool ensureOwned();
-    bool writeForm(xercesc::DOMDocument* document, xercesc::DOMElement* parent, xercesc::DOMElement* element);
 
     std::string type_;
     std::string domain_;

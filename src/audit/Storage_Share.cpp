@@ -2,18 +2,12 @@
 
 #include "model/System_Allocate.h"
 
-const XMLSerializable_Attribute<Storage_Share> Storage_Share::attributes_[] = {
-    XMLSerializable_Text<&Storage_Share::name_>("name"),
-    XMLSerializable_Text<&Storage_Share::path_>("path"),
-};
-
-bool Storage_Share::parse(xercesc::DOMElement* element) {
-    return parseObject(*this, attributes_, element);
-}
-
-bool Storage_Share::serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                              xercesc::DOMElement* element) {
-    return serializeObject(*this, "Share", attributes_, document, parent, element);
+XMLSerializable_Table<Storage_Share> Storage_Share::attributes() {
+    static constexpr XMLSerializable_Attribute<Storage_Share> table[] = {
+        XMLSerializable_Text<&Storage_Share::name_>("name"),
+        XMLSerializable_Text<&Storage_Share::path_>("path"),
+    };
+    return table;
 }
 
 std::unique_ptr<Storage_Share> Storage_FactoryAllocateShare() {

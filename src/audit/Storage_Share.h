@@ -1,17 +1,15 @@
 #pragma once
 
-#include "model/System_Object.h"
+#include "model/System_XMLObject.h"
 
 #include <memory>
 #include <string>
 
 /// A directory that the host offers to other hosts. Its name stands beside the name that every object has.
-class Storage_Share : public System_Object {
+class Storage_Share : public System_XMLObject<Storage_Share, System_Object::Share> {
 public:
-    StorageType getStorageType() const override { return Share; }
-    bool parse(xercesc::DOMElement* element) override;
-    bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                   xercesc::DOMElement* element) override;
+    static XMLSerializable_Table<Storage_Share> attributes();
+
     using System_Object::operator=;
     virtual Storage_Share& operator=(const Storage_Share& other) = default;
 
@@ -22,8 +20,6 @@ public:
     void setPath(const char* path) { path_ = path != nullptr ? path : ""; }
 
 private:
-    static const XMLSerializable_Attribute<Storage_Share> attributes_[];
-
     std::string name_;
     std::string path_;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/System_Object.h"
+#include "model/System_XMLObject.h"
 
 #include <cstdint>
 #include <memory>
@@ -8,12 +8,9 @@
 
 /// The machine that the host runs on, its place in the network and its clock. Its name, the host name, stands
 /// beside the name that every object has. All text setters take null as the empty text.
-class System_Machine : public System_Object {
+class System_Machine : public System_XMLObject<System_Machine, System_Object::Machine> {
 public:
-    StorageType getStorageType() const override { return Machine; }
-    bool parse(xercesc::DOMElement* element) override;
-    bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                   xercesc::DOMElement* element) override;
+    static XMLSerializable_Table<System_Machine> attributes();
 
     virtual const std::string& getType() const { return type_; }
     virtual void setType(const char* type) { type_ = textOf(type); }
@@ -39,7 +36,6 @@ public:
     virtual bool serializeLI(xercesc::DOMDocument*, xercesc::DOMElement*) { return false; }
 
 private:
-    static const XMLSerializable_Attribute<System_Machine> attributes_[];
     static const char* textOf(const char* text) { return text != nullptr ? text : ""; }
 
     std::string type_;

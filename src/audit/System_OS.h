@@ -1,17 +1,14 @@
 #pragma once
 
-#include "model/System_Object.h"
+#include "model/System_XMLObject.h"
 
 #include <memory>
 #include <string>
 
 /// The operating system of the host. Its name stands beside the name that every object has.
-class System_OS : public System_Object {
+class System_OS : public System_XMLObject<System_OS, System_Object::OS> {
 public:
-    StorageType getStorageType() const override { return OS; }
-    bool parse(xercesc::DOMElement* element) override;
-    bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                   xercesc::DOMElement* element) override;
+    static XMLSerializable_Table<System_OS> attributes();
 
     virtual const std::string& getName() const { return name_; }
     /// Null sets the empty text.
@@ -20,8 +17,6 @@ public:
     virtual System_OS& operator=(const System_OS& other) = default;
 
 private:
-    static const XMLSerializable_Attribute<System_OS> attributes_[];
-
     std::string name_;
 };
 

@@ -1,14 +1,9 @@
 #pragma once
 
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <memory>
 #include <string>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMDocument;
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
 
 /// The identifier that the server gave this agent for one target host; the empty host stands for the agent
 /// itself.

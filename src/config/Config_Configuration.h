@@ -1,13 +1,9 @@
 #pragma once
 
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <exception>
 #include <string>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class InputSource;
-XERCES_CPP_NAMESPACE_END
 
 /// What a configuration file holds: knows the format, knows nothing of files. No locks; no exception leaves
 /// it.

@@ -1,13 +1,8 @@
 #pragma once
 
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <string>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class InputSource;
-class MemBufInputSource;
-XERCES_CPP_NAMESPACE_END
 
 /// Ties a file to an object that knows its format: finds, reads, writes and deletes it. A relative path is
 /// taken against the working directory. No locks: who shares an object holds the mutex that goes with it.

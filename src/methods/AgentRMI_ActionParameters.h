@@ -1,16 +1,11 @@
 #pragma once
 
 #include "base/Secret_Text.h"
-
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <optional>
 #include <string>
 #include <vector>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
 
 /// What a SubmitAction or a SaveAction is about. A parameter that the request did not have is absent or
 /// empty.

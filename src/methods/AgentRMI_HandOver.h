@@ -1,16 +1,11 @@
 #pragma once
 
 #include "threads/Thread_Runnable.h"
-
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <functional>
 #include <memory>
 #include <pthread.h>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
 
 class AgentRMI_AsynchManager;
 

@@ -1,12 +1,7 @@
 #pragma once
 
 #include "rmi/RMI_MethodException.h"
-
-#include <xercesc/util/XercesDefs.hpp>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
+#include "xml/Xerces_Types.h"
 
 /// What the methods share.
 

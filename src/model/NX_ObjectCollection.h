@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/Auditable_Auditable.h"
-#include "model/XMLSerializable_XMLSerializable.h"
+#include "xml/XMLSerializable_XMLSerializable.h"
 
 #include <string>
 

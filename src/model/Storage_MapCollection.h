@@ -4,7 +4,7 @@
 #include "model/Storage_Collection.h"
 #include "model/Storage_Tables.h"
 #include "model/System_Object.h"
-#include "model/XMLSerializable_Element.h"
+#include "xml/XMLSerializable_Element.h"
 #include "xml/Xerces_Document.h"
 
 #include <map>

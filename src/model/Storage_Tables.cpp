@@ -9,12 +9,12 @@ const char* Storage_TableRow(std::span<const char* const> table, int value) {
                : "";
 }
 
-int Storage_FindTableRow(std::span<const char* const> table, const std::string& text) {
-    const int last = static_cast<int>(table.size()) - 1;
-    for (int index = 0; index < last; ++index) {
-        const char* row = table[static_cast<std::size_t>(index)];
+int Storage_FindTableRow(std::span<const char* const> rows, const std::string& text) {
+    int index = 0;
+    for (const char* row : rows) {
         if (strncasecmp(text.c_str(), row, std::strlen(row)) == 0)
-            return index;
+            break;
+        ++index;
     }
-    return last;
+    return index;
 }

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "xml/XMLSerializable_Attributes.h"
+
 #include <array>
 #include <span>
 #include <string>
+#include <string_view>
 
 /// The enumerations of the storage model and the texts that stand for them in XML. A value is the index of
 /// its row; a table is the only XML form of its enumeration, so neither rows nor their order may change.
@@ -103,6 +106,25 @@ inline constexpr std::array<const char*, 5> Storage_DriveSubsystemModel = {
 /// The text of a value; empty for a number that is no value.
 const char* Storage_TableRow(std::span<const char* const> table, int value);
 
-/// The index of the first row that `text` begins with, without regard to case, so "RAID10" is found as
-/// "RAID1". If there is none, the index of the last row, which stands for what is not known.
-int Storage_FindTableRow(std::span<const char* const> table, const std::string& text);
+/// The index of the first of `rows` that `text` begins with, without regard to case, so "RAID10" is found as
+/// "RAID1"; the number of rows if there is none.
+int Storage_FindTableRow(std::span<const char* const> rows, const std::string& text);
+
+/// An enumeration as an attribute, always written. A text that is no row reads as `Otherwise`, usually the
+/// last row, which stands for what is not known.
+template <auto Field, const auto& Table, int Otherwise = static_cast<int>(Table.size()) - 1>
+constexpr auto Storage_Enumeration(const char* name) {
+    using Object = XMLSerializable_ObjectOf<Field>;
+    using Value = XMLSerializable_HeldBy<Field>;
+    return XMLSerializable_Attribute<Object>{
+        name,
+        [](const Object& object, std::string&) {
+            return XMLSerializable_Value(std::string_view(Storage_TableRow(Table, object.*Field)));
+        },
+        [](Object& object, const std::string& text) {
+            const int index = Storage_FindTableRow(Table, text);
+            object.*Field = static_cast<Value>(index < static_cast<int>(Table.size()) ? index : Otherwise);
+        }}
+        .always()
+        .clearedIfAbsent();
+}

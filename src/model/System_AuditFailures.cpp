@@ -1,11 +1,16 @@
 #include "model/System_AuditFailures.h"
 
-#include "model/XMLSerializable_Element.h"
-#include "xml/Xerces_Document.h"
+#include "xml/XMLSerializable_Attributes.h"
+#include "xml/XMLSerializable_Element.h"
 
 namespace {
 
 constexpr std::size_t maximumFailures = 20001;
+
+constexpr XMLSerializable_Attribute<System_ObjectTypePair> attributes[] = {
+    XMLSerializable_Text<&System_ObjectTypePair::getName, nullptr>("name").always(),
+    XMLSerializable_Text<&System_ObjectTypePair::getStorageTypeString, nullptr>("type").always(),
+};
 
 } // namespace
 
@@ -24,11 +29,9 @@ bool System_AuditFailures::serialize(xercesc::DOMDocument* document, xercesc::DO
         return true;
     return XMLSerializable_Attempt([&] {
         XMLSerializable_Element list(document, element, "AuditFailedItems");
-        for (const auto& failure : failures_) {
-            xercesc::DOMElement& item = Xerces_AppendElement(*list, "FailedObject");
-            Xerces_SetAttribute(item, "name", failure.second.getName());
-            Xerces_SetAttribute(item, "type", failure.second.getStorageTypeString());
-        }
+        for (const auto& failure : failures_)
+            XMLSerializable_WriteAttributes(attributes, failure.second,
+                                            Xerces_AppendElement(*list, "FailedObject"));
         list.appendTo(parent);
         return true;
     });

@@ -1,16 +1,10 @@
 #pragma once
 
 #include "model/System_ObjectTypePair.h"
-
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <map>
 #include <string>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMDocument;
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
 
 /// The items that an audit could not finish, which travel beside its result. Bounded, so that a host on which
 /// everything fails cannot fill the memory. Used by one thread at a time; nothing throws.

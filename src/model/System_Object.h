@@ -2,11 +2,9 @@
 
 #include "model/Auditable_Auditable.h"
 #include "model/Storage_Tables.h"
-#include "model/XMLSerializable_Attributes.h"
-#include "model/XMLSerializable_Element.h"
-#include "model/XMLSerializable_XMLSerializable.h"
+#include "xml/XMLSerializable_Attributes.h"
+#include "xml/XMLSerializable_XMLSerializable.h"
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -117,44 +115,9 @@ protected:
 
     System_AuditFailures* getAuditFailures() const { return auditFailures_; }
 
-    /// What the serialize of a class derived from this does: `own` is the table of its attributes. A class
-    /// that overrides it to add more passes its element down, so that one element carries the attributes of
-    /// all.
-    template <typename Object, typename Table>
-    static bool serializeObject(Object& object, const char* elementName, const Table& own,
-                                xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                                xercesc::DOMElement* element) {
-        return XMLSerializable_Attempt([&] {
-            XMLSerializable_Element form(document, element, elementName);
-            if (!object.System_Object::serialize(document, parent, form.get()))
-                return false;
-            if ((object.getSerializationOptions() & System_SerializeSelf) != 0) {
-                XMLSerializable_WriteAttributes(own, object, *form);
-                form.appendTo(parent);
-            }
-            return true;
-        });
-    }
-
-    /// For a class that has no attributes of its own.
-    template <typename Object>
-    static bool serializeObject(Object& object, const char* elementName, xercesc::DOMDocument* document,
-                                xercesc::DOMElement* parent, xercesc::DOMElement* element) {
-        constexpr std::array<XMLSerializable_Attribute<Object>, 0> none{};
-        return serializeObject(object, elementName, none, document, parent, element);
-    }
-
-    /// The same for parse.
-    template <typename Object, typename Table>
-    static bool parseObject(Object& object, const Table& own, xercesc::DOMElement* element) {
-        return object.System_Object::parse(element) && XMLSerializable_Attempt([&] {
-                   XMLSerializable_ReadAttributes(own, object, *element);
-                   return true;
-               });
-    }
-
 private:
-    static const XMLSerializable_Attribute<System_Object> attributes_[];
+    static XMLSerializable_Table<System_Object> commonAttributes();
+    void setMirrorOfName(const char* name) { mirrorOfName_ = name; }
 
     System_SerializeOptions serializationOptions_ = System_SerializeSelf;
     std::uint64_t nxId_ = 0;

@@ -1,15 +1,9 @@
 #pragma once
 
 #include "net/Socket_Socket.h"
-
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <string>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMDocument;
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
 
 /// One remote method call that the server makes to this agent. An object is made for one request, checked,
 /// given what the request's attributes said, invoked and destroyed, all on one thread. What it wants to keep

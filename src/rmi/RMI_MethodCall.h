@@ -1,14 +1,9 @@
 #pragma once
 
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <cstddef>
 #include <string>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMDocument;
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
 
 /// One call of the agent to the server: the request in its envelope, the exchange, the checks of the reply. A
 /// call object belongs to the thread that makes the call.

@@ -1,18 +1,13 @@
 #pragma once
 
 #include "model/Storage_MapCollection.h"
-#include "model/System_Object.h"
+#include "model/System_XMLObject.h"
 #include "storage/Storage_Factory.h"
 
 /// Extents that act as one device, on Linux a software RAID. Its name is the path of its device node; an
 /// extent in no array has a placeholder.
-class Storage_ExtentPool : public System_Object {
+class Storage_ExtentPool : public System_XMLObject<Storage_ExtentPool, System_Object::ExtentPool> {
 public:
-    static constexpr StorageType storageType = ExtentPool;
-
-    StorageType getStorageType() const override { return storageType; }
-    bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                   xercesc::DOMElement* element) override;
     using System_Object::operator=;
     virtual Storage_ExtentPool& operator=(const Storage_ExtentPool& other) = default;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/Storage_MapCollection.h"
-#include "model/System_Object.h"
+#include "model/System_XMLObject.h"
 #include "storage/Storage_Factory.h"
 
 #include <cstdint>
@@ -9,14 +9,10 @@
 
 /// A whole disk: what it is and how it is reached. Its name is the path of its device node. Setters of texts
 /// take null as the empty text.
-class Storage_PhysicalDrive : public System_Object {
+class Storage_PhysicalDrive : public System_XMLObject<Storage_PhysicalDrive, System_Object::PhysicalDrive> {
 public:
-    static constexpr StorageType storageType = PhysicalDrive;
+    static XMLSerializable_Table<Storage_PhysicalDrive> attributes();
 
-    StorageType getStorageType() const override { return storageType; }
-    bool parse(xercesc::DOMElement* element) override;
-    bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                   xercesc::DOMElement* element) override;
     using System_Object::operator=;
     virtual Storage_PhysicalDrive& operator=(const Storage_PhysicalDrive& other) = default;
 
@@ -45,7 +41,6 @@ public:
     void setProviderAddress(const char* address) { providerAddress_ = textOf(address); }
 
 private:
-    static const XMLSerializable_Attribute<Storage_PhysicalDrive> attributes_[];
     static const char* textOf(const char* text) { return text != nullptr ? text : ""; }
 
     std::string manufacturer_;

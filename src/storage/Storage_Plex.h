@@ -1,18 +1,13 @@
 #pragma once
 
 #include "model/Storage_MapCollection.h"
-#include "model/System_Object.h"
+#include "model/System_XMLObject.h"
 #include "storage/Storage_Factory.h"
 
 /// The level between pools and volumes, on Linux a volume group. Its name is the name of the group; what
 /// belongs to no group has a placeholder.
-class Storage_Plex : public System_Object {
+class Storage_Plex : public System_XMLObject<Storage_Plex, System_Object::Plex> {
 public:
-    static constexpr StorageType storageType = Plex;
-
-    StorageType getStorageType() const override { return storageType; }
-    bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                   xercesc::DOMElement* element) override;
     using System_Object::operator=;
     virtual Storage_Plex& operator=(const Storage_Plex& other) = default;
 };

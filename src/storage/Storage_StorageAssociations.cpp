@@ -1,6 +1,6 @@
 #include "storage/Storage_StorageAssociations.h"
 
-#include "model/XMLSerializable_Element.h"
+#include "xml/XMLSerializable_Element.h"
 #include "xml/Xerces_Document.h"
 
 #include <array>

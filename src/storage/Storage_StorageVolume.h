@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/Storage_MapCollection.h"
-#include "model/System_Object.h"
+#include "model/System_XMLObject.h"
 #include "storage/Storage_Factory.h"
 
 #include <cstdint>
@@ -9,16 +9,12 @@
 
 /// A mounted file system, how full it is, and what was counted in it. Its name is its mount point. Setters of
 /// texts take null as the empty text.
-class Storage_StorageVolume : public System_Object {
+class Storage_StorageVolume : public System_XMLObject<Storage_StorageVolume, System_Object::StorageVolume> {
 public:
-    static constexpr StorageType storageType = StorageVolume;
+    static XMLSerializable_Table<Storage_StorageVolume> attributes();
 
     /// Volumes are logical by nature.
     Storage_StorageVolume() { setPhysicality(Physicality_Logical); }
-    StorageType getStorageType() const override { return storageType; }
-    bool parse(xercesc::DOMElement* element) override;
-    bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                   xercesc::DOMElement* element) override;
     using System_Object::operator=;
     virtual Storage_StorageVolume& operator=(const Storage_StorageVolume& other) = default;
 
@@ -57,7 +53,6 @@ public:
     void setNumDirsArchivedSet(std::uint64_t count) { numDirsArchived_ = count; }
 
 private:
-    static const XMLSerializable_Attribute<Storage_StorageVolume> attributes_[];
     static const char* textOf(const char* text) { return text != nullptr ? text : ""; }
 
     std::string fileSystem_;

@@ -1,19 +1,12 @@
 #pragma once
 
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMDocument;
-class DOMElement;
-class DOMNode;
-class InputSource;
-XERCES_CPP_NAMESPACE_END
 
 /// The small operations that everything above does with a DOM, and the one road from outside text to a
 /// document.

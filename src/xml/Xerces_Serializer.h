@@ -1,12 +1,8 @@
 #pragma once
 
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <string>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMNode;
-XERCES_CPP_NAMESPACE_END
 
 /// Writes a document (or one element and what is below it) as UTF-8, character for character as the library's
 /// own writer does with its default settings, but several times faster and without recursion, so that the

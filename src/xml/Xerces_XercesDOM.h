@@ -1,18 +1,8 @@
 #pragma once
 
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <memory>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMDocument;
-class DOMDocumentType;
-class DOMImplementation;
-class DOMLSOutput;
-class DOMLSSerializer;
-class DOMNode;
-class XMLFormatTarget;
-XERCES_CPP_NAMESPACE_END
 
 /// The library's own maker and writer of documents, for one thread, on the stack of who needs it. Exceptions
 /// of the library pass through, except where an operation says otherwise.

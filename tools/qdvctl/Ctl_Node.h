@@ -1,15 +1,11 @@
 #pragma once
 
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
 
 /// A piece of a document as plain values: an element, or, if it has no name, a run of text. What is shown,
 /// sent and received passes through this form, so that rendering needs no document. Texts are bytes of any

@@ -1,6 +1,6 @@
 #include "model/Audit_XML.h"
 
-#include "model/XMLSerializable_XMLSerializable.h"
+#include "xml/XMLSerializable_XMLSerializable.h"
 #include "xml/Xerces_Layer.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 #include "model/Audit_XML.h"
 #include "model/Storage_MapCollection.h"
 #include "model/System_AuditFailures.h"
+#include "model/System_XMLObject.h"
 
 #include <gtest/gtest.h>
 
@@ -17,12 +18,9 @@ Names cleaned;
 bool factoryWorks = true;
 
 /// A member that tells what becomes of it, and fails in what its name says.
-class Slice : public System_Object {
+class Slice : public System_XMLObject<Slice, System_Object::DriveExtent> {
 public:
-    static constexpr StorageType storageType = DriveExtent;
-
     ~Slice() override { gone.push_back(getName()); }
-    StorageType getStorageType() const override { return storageType; }
     bool audit() override {
         return getName() == "faulty" ? throw std::runtime_error("a fault") : getName() != "failing";
     }
@@ -30,13 +28,13 @@ public:
         cleaned.push_back(getName());
         return true;
     }
-    using System_Object::operator=;
+    using System_XMLObject::operator=;
     bool parse(xercesc::DOMElement* element) override {
-        return System_Object::parse(element) && getName() != "unreadable";
+        return System_XMLObject::parse(element) && getName() != "unreadable";
     }
     bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
                    xercesc::DOMElement* element) override {
-        return getName() != "unwritable" && serializeObject(*this, "DriveExtent", document, parent, element);
+        return getName() != "unwritable" && System_XMLObject::serialize(document, parent, element);
     }
 };
 

@@ -1,4 +1,4 @@
-#include "model/XMLSerializable_Element.h"
+#include "xml/XMLSerializable_Element.h"
 
 #include "xml/Xerces_XercesString.h"
 

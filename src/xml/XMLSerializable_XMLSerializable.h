@@ -1,11 +1,6 @@
 #pragma once
 
-#include <xercesc/util/XercesDefs.hpp>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMDocument;
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
+#include "xml/Xerces_Types.h"
 
 /// Root of everything that has an XML form. Both operations report every failure, an exception of the XML
 /// library or a lack of memory included, as false; no exception leaves them.

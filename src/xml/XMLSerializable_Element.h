@@ -1,13 +1,8 @@
 #pragma once
 
-#include <xercesc/util/XercesDefs.hpp>
+#include "xml/Xerces_Types.h"
 
 #include <utility>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class DOMDocument;
-class DOMElement;
-XERCES_CPP_NAMESPACE_END
 
 /// The element that an object is being written into: one that the caller brought, or a new one that hangs
 /// nowhere until appendTo. A new element that was not appended is given back to its document when this object
