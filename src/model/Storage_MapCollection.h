@@ -39,11 +39,12 @@ public:
         return members_.try_emplace(std::move(name), std::move(member)).second;
     }
 
-    /// Audits the member and takes it in. One whose name is there already is not audited and goes; one that
-    /// cannot be audited is cleaned up and goes.
+    /// Audits the member, on the host of the collection, and takes it in. One whose name is there already is
+    /// not audited and goes; one that cannot be audited is cleaned up and goes.
     Storage_Admission auditAndInsert(std::unique_ptr<Member> member) {
         if (members_.contains(member->getName()))
             return Storage_Admission::AlreadyThere;
+        member->setHost(getHost());
         if (!Auditable_TryAudit(*member)) {
             member->cleanupAfterAudit();
             return Storage_Admission::Failed;

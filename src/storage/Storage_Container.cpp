@@ -55,8 +55,14 @@ Storage_Collection* Storage_Container::ensure(System_Object::StorageType type) {
     return collection != nullptr ? collection : allocate(type);
 }
 
-Storage_Collection* Storage_Container::ensureAudited(System_Object::StorageType type, const char* failure) {
-    Storage_Collection* collection = ensure(type);
+Storage_Collection* Storage_Container::ensureAudited(System_Object::StorageType type,
+                                                     const Auditable_Auditable& asker, const char* failure) {
+    Storage_Collection* collection = get(type);
+    if (collection == nullptr) {
+        collection = allocate(type);
+        if (collection != nullptr)
+            collection->setHost(asker.getHost());
+    }
     if (collection != nullptr && (collection->hasAudited() || Auditable_TryAudit(*collection)))
         return collection;
     DEBUG_LOG("%s", failure);

@@ -51,11 +51,12 @@ public:
     Collection* ensure() {
         return static_cast<Collection*>(ensure(Collection::storageType));
     }
-    /// What an audit needs of another level: the collection, made if there is none and audited unless it has
-    /// been. If that fails, logs `failure` and gives null; what was found until then stays.
+    /// What the audit of `asker` needs of another level: the collection, made for the same host if there is
+    /// none and audited unless it has been. If that fails, logs `failure` and gives null; what was found
+    /// until then stays.
     template <typename Collection>
-    Collection* ensureAudited(const char* failure) {
-        return static_cast<Collection*>(ensureAudited(Collection::storageType, failure));
+    Collection* ensureAudited(const Auditable_Auditable& asker, const char* failure) {
+        return static_cast<Collection*>(ensureAudited(Collection::storageType, asker, failure));
     }
 
     Storage_PhysicalDrives* getPhysicalDrives() const;
@@ -74,7 +75,8 @@ public:
 
 private:
     Storage_Collection* ensure(System_Object::StorageType type);
-    Storage_Collection* ensureAudited(System_Object::StorageType type, const char* failure);
+    Storage_Collection* ensureAudited(System_Object::StorageType type, const Auditable_Auditable& asker,
+                                      const char* failure);
     template <typename Collection>
     Collection* get() const {
         return static_cast<Collection*>(get(Collection::storageType));

@@ -1,3 +1,4 @@
+#include "host/Host_RecordedHost.h"
 #include "model/Audit_Log.h"
 #include "storage/Storage_Container.h"
 #include "storage/Storage_Played.h"
@@ -44,23 +45,26 @@ TEST_F(Container, ClearsFromTheDrivesUpEvenWhenItGoesLocked) {
 TEST_F(Container, AuditsALevelThatIsNeededUntilItIsAudited) {
     const char* const message = "Some_Level::audit: failed to audit plexes\n";
     Storage_Container container(Storage_PlayedLevels);
+    Host_RecordedHost host{Host_Record()};
+    Storage_PlayedCollection<Storage_DriveExtents> asker;
+    asker.setHost(host);
     const Audit_Log log;
     play_.audit = [](const std::string&, Storage_Collection&) -> bool {
         throw std::runtime_error("a fault");
     };
-    EXPECT_EQ(container.ensureAudited<Storage_Plexes>(message), nullptr);
+    EXPECT_EQ(container.ensureAudited<Storage_Plexes>(asker, message), nullptr);
     Storage_Plexes* plexes = container.getPlexes();
     ASSERT_NE(plexes, nullptr) << "made, and kept with what was found";
     EXPECT_EQ(plexes->getMap().size(), 1u);
     play_.audit = [](const std::string&, Storage_Collection&) { return false; };
-    EXPECT_EQ(container.ensureAudited<Storage_Plexes>(message), nullptr);
+    EXPECT_EQ(container.ensureAudited<Storage_Plexes>(asker, message), nullptr);
     EXPECT_EQ(log.messages(), std::string(message) + message);
-    play_.audit = [](const std::string&, Storage_Collection& collection) {
+    play_.audit = [&host](const std::string&, Storage_Collection& collection) {
         collection.setAudited();
-        return true;
+        return &collection.getHost() == &host;
     };
     for (int round = 0; round < 2; ++round)
-        EXPECT_EQ(container.ensureAudited<Storage_Plexes>(message), plexes);
+        EXPECT_EQ(container.ensureAudited<Storage_Plexes>(asker, message), plexes);
     EXPECT_EQ(events_, std::vector<std::string>(3, "audit Plexes"));
     const auto* links = container.ensure<Storage_StorageAssociations>();
     EXPECT_NE(links, nullptr);
@@ -71,7 +75,7 @@ TEST_F(Container, AuditsALevelThatIsNeededUntilItIsAudited) {
     none[Storage_LevelIndex(System_Object::Plexes)].allocate = []() noexcept {
         return std::unique_ptr<Storage_Collection>();
     };
-    EXPECT_EQ(Storage_Container(none).ensureAudited<Storage_Plexes>(message), nullptr);
+    EXPECT_EQ(Storage_Container(none).ensureAudited<Storage_Plexes>(asker, message), nullptr);
 }
 
 } // namespace
