@@ -1,14 +1,12 @@
-#include "base/File_Contents.h"
 #include "net/HTTP_AddressPortPair.h"
 #include "qdvctl/Ctl_AgentCommand.h"
 #include "qdvctl/Ctl_Failure.h"
+#include "qdvctl/Ctl_Input.h"
 #include "qdvctl/Ctl_Password.h"
 #include "qdvctl/Ctl_Server.h"
 
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
-#include <cstring>
 #include <memory>
 #include <optional>
 
@@ -38,13 +36,6 @@ Ctl_Node parameter(const char* name, std::string text) {
     return node;
 }
 
-std::string readScript(const std::string& file) {
-    std::string contents;
-    if (!File_ReadWhole(file.c_str(), contents, largestScript))
-        throw Ctl_Failure(Ctl_WrongUsage, file + ": " + std::strerror(errno));
-    return contents;
-}
-
 /// The user goes into the parameters and not into the request, so both are taken out of the shared options.
 void addUser(Ctl_AgentOptions& agent, Ctl_Request& request) {
     if (agent.user.empty())
@@ -58,7 +49,7 @@ void addUser(Ctl_AgentOptions& agent, Ctl_Request& request) {
 
 Ctl_Request buildAction(const char* method, Ctl_AgentOptions& agent, const ActionOptions& action) {
     Ctl_Request request = Ctl_RequestFor(method);
-    std::string script = readScript(action.script);
+    std::string script = Ctl_ReadInput(action.script, action.script, largestScript);
     addUser(agent, request);
     request.parameters.push_back(parameter("actionname", action.name));
     request.parameters.push_back(parameter("actionid", action.id));
@@ -89,7 +80,9 @@ std::shared_ptr<Ctl_AgentOptions> agentOverTLS() {
 }
 
 void addScriptOptions(CLI::App& command, ActionOptions& action) {
-    command.add_option("script", action.script, "The action script")->type_name("FILE")->required();
+    command.add_option("script", action.script, "The action script; - is standard input")
+        ->type_name("FILE")
+        ->required();
     command.add_option("--name", action.name, "Name of the action")->capture_default_str();
     command.add_option("--id", action.id, "Number of the action")->capture_default_str();
 }

@@ -1,11 +1,8 @@
-#include "base/File_Contents.h"
 #include "qdvctl/Ctl_AgentCommand.h"
-#include "qdvctl/Ctl_Failure.h"
+#include "qdvctl/Ctl_Input.h"
 
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
-#include <cstring>
 #include <iterator>
 #include <memory>
 
@@ -13,7 +10,6 @@ namespace {
 
 /// What an agent takes at most.
 constexpr std::size_t largestBody = std::size_t(256) << 20;
-constexpr const char* standardInput = "-";
 
 struct CallOptions {
     std::string method;
@@ -21,21 +17,14 @@ struct CallOptions {
     std::string bodyFile;
 };
 
-std::string readBody(const std::string& file) {
-    const char* path = file == standardInput ? "/dev/stdin" : file.c_str();
-    std::string contents;
-    if (!File_ReadWhole(path, contents, largestBody))
-        throw Ctl_Failure(Ctl_WrongUsage, "--body " + file + ": " + std::strerror(errno));
-    return contents;
-}
-
 Ctl_Request buildRequest(const CallOptions& options) {
     Ctl_Request request = Ctl_RequestFor(options.method);
     for (const std::string& parameter : options.parameters)
         request.parameters.push_back(Ctl_ParseParameter(parameter));
     if (!options.bodyFile.empty()) {
+        const std::string what = "--body " + options.bodyFile;
         std::vector<Ctl_Node> body =
-            Ctl_ParseParameters(readBody(options.bodyFile), "--body " + options.bodyFile);
+            Ctl_ParseParameters(Ctl_ReadInput(what, options.bodyFile, largestBody), what);
         std::move(body.begin(), body.end(), std::back_inserter(request.parameters));
     }
     return request;
