@@ -7,9 +7,23 @@ from pathlib import Path
 
 import pytest
 
-from harness import Agent, ManagementServer, Tree
+from harness import Agent, Ctl, ManagementServer, Tree
 
 LOG_TAIL = 3000
+
+
+def end_in_order(*unused):
+    """Lets the fixtures end their agents when the test run itself is told to end."""
+    raise KeyboardInterrupt
+
+
+# Also where the caller ignores or blocks signals, as a shell does for what it runs in the background: what the
+# tests start inherits none of that.
+for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT):
+    signal.signal(number, end_in_order)
+for number in (signal.SIGTSTP, signal.SIGCHLD, signal.SIGALRM, signal.SIGXCPU):
+    signal.signal(number, signal.SIG_DFL)
+signal.pthread_sigmask(signal.SIG_SETMASK, [])
 
 
 @pytest.fixture(scope="session")
@@ -20,12 +34,9 @@ def stage():
     return path
 
 
-def end_in_order(*unused):
-    """Lets the fixtures end their agents when the test run itself is told to end."""
-    raise KeyboardInterrupt
-
-
-signal.signal(signal.SIGTERM, end_in_order)
+@pytest.fixture(scope="session")
+def ctl(stage):
+    return Ctl(stage)
 
 
 class Ward:
@@ -41,19 +52,17 @@ class Ward:
         return self.trees[-1]
 
     def start(self, tree=None, wait=True, **options):
-        agent = Agent(tree or self.new_tree(), **options)
-        self.agents.append(agent)
-        return agent.wait_ready() if wait else agent
+        self.agents.append(Agent(tree or self.new_tree(), **options))
+        return self.agents[-1].wait_ready() if wait else self.agents[-1]
 
     def finish(self):
         """Ends all agents side by side and fails if one of them did not live and end as it should."""
         with ThreadPoolExecutor(16) as pool:
-            troubles = list(pool.map(lambda agent: agent.finish(), self.agents))
-        tails = "".join(f"\n--- log of {a.pid}\n{a.log()[-LOG_TAIL:]}" for a, t in zip(self.agents, troubles) if t)
+            troubles = list(pool.map(Agent.finish, self.agents))
+        told = [f"{t}\n--- log of {a.pid}\n{a.log()[-LOG_TAIL:]}" for a, t in zip(self.agents, troubles) if t]
         for tree in self.trees:
             tree.remove()
-        troubles = [trouble for trouble in troubles if trouble]
-        assert not troubles, "\n".join(troubles) + tails
+        assert not told, "\n".join(told)
 
 
 def ward(stage):
@@ -76,31 +85,16 @@ def start(ward_of_test):
     return ward_of_test.start
 
 
-def still_runs(shared):
-    yield shared
-    assert shared.is_running(), f"the shared agent ended with {shared.process.returncode}\n{shared.log()[-LOG_TAIL:]}"
-
-
 @pytest.fixture(scope="module")
 def shared_agent(ward_of_file):
     return ward_of_file.start()
 
 
-@pytest.fixture(scope="module")
-def shared_quiet_agent(ward_of_file):
-    return ward_of_file.start(flags=())
-
-
 @pytest.fixture
 def agent(shared_agent):
-    """An agent with -verbose that all tests of the file share."""
-    yield from still_runs(shared_agent)
-
-
-@pytest.fixture
-def quiet_agent(shared_quiet_agent):
-    """The same without -verbose."""
-    yield from still_runs(shared_quiet_agent)
+    """An agent with -verbose that all tests of the file share, none of which leaves a trace in it."""
+    yield shared_agent
+    assert shared_agent.is_running(), f"ended with {shared_agent.process.returncode}\n{shared_agent.log()[-LOG_TAIL:]}"
 
 
 @pytest.fixture

@@ -1,12 +1,18 @@
-"""agent.conf as it may be written, beyond the form that the agent itself would write."""
+"""agent.conf: what the agent and `qdvctl config` make of it, good and bad, and the dialog of -editConfig."""
+
+import json
+import os
+import re
+import shutil
+import socket
+import xml.etree.ElementTree as ET
 
 import pytest
 
-from harness import Connection, Port, agent_conf
+from harness import Dialog, Port, agent_conf, uuid_conf
+from harness.tree import bind
 
-
-def bind(port, address="127.0.0.1", extra=""):
-    return f'<Bind address="{address}" port="{port.number}"{extra}/>'
+CANNOT_PARSE = "Agent: Failed to parse agent configuration file\n"
 
 
 @pytest.fixture
@@ -17,70 +23,277 @@ def ports():
         port.release()
 
 
-def serves(port):
-    try:
-        with Connection(port.number) as connection:
-            connection.send(b"GET / HTTP/1.0\r\n\r\n")
-            return b"Norvalith Agent" in connection.read_to_end()
-    except ConnectionRefusedError:
-        return False
+# ---- what is read and what is refused
 
 
 def test_forms_that_are_read(start, new_tree, ports):
     one, two, three = ports
-    loose = f"""
-        <!-- the first -->
-        {bind(one)} text <Other address="127.0.0.1" port="{three.number}"/>
-        <bind address="127.0.0.1" port="{three.number}"/>
-        <Group>{bind(three)}</Group>
-        <![CDATA[{bind(three)}]]>
-        <?pi {bind(three)}?>
-        {bind(two, extra=' more="x"')}
-    """
+    both = bind(one) + bind(two)
+    loose = (
+        f'<!-- the first --> {bind(one)} text <Other address="127.0.0.1" port="{three.number}"/>'
+        f"{bind(three).replace('Bind', 'bind')}<Group>{bind(three)}</Group><![CDATA[{bind(three)}]]><?pi {bind(three)}?>"
+        + bind(two, extra=' more="x"')
+    )
     optional = {"proxyHostname": "", "proxyPort": "", "username": "", "password": ""}
     empty = {"returnAddress": "", "returnPortMin": "", "returnPortMax": ""}
-    plain = agent_conf([("127.0.0.1", one.number), ("127.0.0.1", two.number)])
-    padded = plain + "<!--" + "x" * (-(len(plain) + 7) % 1024) + "-->"
-    assert len(padded) % 1024 == 0
-    texts = {
-        "loose": agent_conf([], bind_xml=loose),
-        "optional attributes empty": agent_conf([], server=optional, agent=empty, bind_xml=bind(one) + bind(two)),
-        "numbers with text behind": agent_conf(
-            [], server={"port": "80x", "sslPort": "x"}, bind_xml=bind(one) + bind(two).replace('"/>', 'x"/>')
-        ),
-        "whole blocks": padded,
-        "AgentInfo before ServerInfo": (
-            f'<AgentConfiguration version="1.0"><AgentInfo><BindList>{bind(one)}{bind(two)}</BindList></AgentInfo>'
-            '<ServerInfo uri="/x" sslPort="9" port="9" hostname="127.0.0.1"/></AgentConfiguration>'
-        ),
-        "another encoding": plain.replace("UTF-8", "ISO-8859-1").replace("<Agent", "<!-- ü --><Agent", 1),
-    }
-    for name, text in texts.items():
+    plain = agent_conf(bind_xml=both)
+    server_info = '<ServerInfo uri="/x" sslPort="9" port="9" hostname="127.0.0.1"/>'
+    for text in (
+        agent_conf(bind_xml=loose),
+        agent_conf(server=optional, agent=empty, bind_xml=both),
+        agent_conf(server={"port": "80x", "sslPort": "x"}, bind_xml=bind(one) + bind(two).replace('"/>', 'x"/>')),
+        plain + "<!--" + "x" * (-(len(plain) + 7) % 1024) + "-->",  # whole blocks
+        f'<AgentConfiguration version="1.0"><AgentInfo><BindList>{both}</BindList></AgentInfo>{server_info}'
+        "</AgentConfiguration>",
+        plain.replace("UTF-8", "ISO-8859-1").replace("<Agent", "<!-- \xfc --><Agent", 1),
+    ):
         tree = new_tree()
-        tree.agent_conf.write_text(text, encoding="iso-8859-1" if "ISO-8859-1" in text else "utf-8")
+        tree.agent_conf.write_text(text, encoding="iso-8859-1")
         agent = start(tree, write_conf=False, binds=0)
-        assert [serves(port) for port in ports] == [True, True, False], name
-        assert tree.agent_conf.read_text(encoding="iso-8859-1") == text, name
+        assert [agent.answers(port.number) for port in ports] == [True, True, False], text
+        assert tree.agent_conf.read_text(encoding="iso-8859-1") == text
         assert agent.stop() == 0
 
 
-def test_large_bind_list(start, new_tree):
-    """One accepting thread for each pair, and every pair serves."""
-    agent = start(binds=40)
-    assert all(serves(port) for port in agent.ports)
-    assert agent.stop() == 0
+SERVER_INFO = '<ServerInfo hostname="h" port="9" sslPort="9" uri="/x"/>'
+BIND = '<Bind address="127.0.0.1" port="9"/>'
+BIND_LIST = f"<BindList>{BIND}</BindList>"
+AGENT_INFO = f"<AgentInfo>{BIND_LIST}</AgentInfo>"
+GOOD = f'<AgentConfiguration version="1.0">{SERVER_INFO}{AGENT_INFO}</AgentConfiguration>'
+ATTRIBUTES = {"ServerInfo": ("hostname", "port", "sslPort", "uri"), "Bind": ("address", "port")}
+# text of the file, and words with which the refusal explains itself
+BROKEN = [
+    ("", ()),
+    ("hostname=127.0.0.1\n", ("line 1",)),
+    ("\0" * 3000, ()),
+    (GOOD[:-20], ("line 1",)),
+    (GOOD * 2, ("line 1",)),
+    (GOOD.replace("AgentConfiguration", "AgentConfig"), ("AgentConfiguration",)),
+    (GOOD.replace("AgentConfiguration", "agentconfiguration"), ("AgentConfiguration",)),
+    *((GOOD.replace("1.0", text), ("AgentConfiguration", "version", '"1.0"')) for text in ("1.1", "1.0 ", "")),
+    (GOOD.replace(' version="1.0"', ""), ("AgentConfiguration", "version")),
+    *((GOOD.replace(one, one * times), (word,)) for times in (0, 2) for one, word in (
+        (SERVER_INFO, "ServerInfo"), (AGENT_INFO, "AgentInfo"), (BIND_LIST, "BindList"),
+    )),
+    (GOOD.replace(AGENT_INFO, "<AgentInfo/><BindList/>"), ("BindList",)),
+    (GOOD.replace(BIND, BIND + '<Bind address="127.0.0.1"/>'), ("Bind", '"port"')),
+    (GOOD.replace(BIND, BIND + '<Bind address="" port="1"/>'), ("Bind", '"address"', "host name or an IP address")),
+    ('<!DOCTYPE AgentConfiguration [<!ENTITY uri "/x">]>' + GOOD.replace('"/x"', '"&uri;"'), ()),
+    *((re.sub(rf'(<{element} [^>]*{name})="[^"]+"', rf"\1{change}", GOOD), (element, f'"{name}"'))
+      for element, names in ATTRIBUTES.items() for name in names for change in ('=""', 'X="1"')),
+]  # fmt: skip
 
 
-def test_nothing_outside_the_tree_is_touched(start):
-    """A run and its identity leave exactly the files that they are known to leave."""
-    agent = start()
+def test_refusals_end_the_start_and_are_explained(ctl, new_tree):
+    """By the agent and by `qdvctl config check` with the same words."""
+    tree = new_tree()
+
+    def refused(words):
+        run = tree.run("-verbose")
+        assert (run.status, run.stderr) == (1, "") and CANNOT_PARSE in run.stdout
+        checked = ctl("config", "check", tree.conf)
+        line, other = checked.stdout.splitlines()
+        assert checked.status == 1 and line.startswith(f"{tree.agent_conf}: faulty: ")
+        reason = line.partition(": faulty: ")[2].replace(str(tree.conf), f"{tree.bin}/../conf")
+        assert reason in run.stdout and all(word in reason for word in words), line
+        assert other == f"{tree.uuid_conf}: absent; the agent makes it when it starts"
+
+    for text, words in BROKEN:
+        tree.agent_conf.write_text(text)
+        try:
+            refused(words)
+        except AssertionError as fault:
+            raise AssertionError(f"with {text!r}") from fault
+    tree.agent_conf.unlink()
+    assert "absent" in ctl("config", "check", tree.conf).stdout
+    tree.agent_conf.mkdir()
+    refused(("Is a directory",))
+    assert ctl("config", "show", tree.conf).status == 1
+    assert not tree.uuid_conf.exists()
+
+
+def test_missing_configuration_ends_the_start(new_tree):
+    tree = new_tree()
+    run = tree.run()
+    assert (run.status, run.stdout, run.stderr) == (1, "", "")
+    run = tree.run("-verbose")
+    assert run.status == 1 and "Agent: Failed to find agent configuration file\n" in run.stdout
+    assert "guid" not in run.stdout and "HTTP: " not in run.stdout
+    assert not tree.uuid_conf.exists(), "nothing is written by an agent that does not start"
+    shutil.rmtree(tree.conf)
+    assert tree.run().status == 1
+
+
+def test_bind_failures_end_the_start(new_tree, ports):
+    tree = new_tree()
+    free, busy = (port.number for port in ports[:2])
+    ports[1].listen()
+    for pairs in (
+        [("127.0.0.1", busy)],
+        [("127.0.0.1", free), ("127.0.0.1", busy)],
+        [("127.0.0.1", free)] * 2,
+        [("127.0.0.1", free), ("localhost", free)],
+        [("192.0.2.1", free)],
+        [("a..b", free)],
+    ):
+        tree.agent_conf.write_text(agent_conf(pairs))
+        run = tree.run("-verbose")
+        assert run.status == 1 and "Agent: HTTP server init failed\n" in run.stdout, pairs
+        quiet = tree.run()
+        assert (quiet.status, quiet.stdout, quiet.stderr) == (1, "", ""), pairs
+
+
+@pytest.mark.parametrize("pairs", [0, 40])
+def test_number_of_pairs(start, pairs):
+    """Every pair serves; without one the agent only waits for a signal. A run leaves exactly the files it has."""
+    agent = start(binds=pairs)
 
     def files():
         return {str(path.relative_to(agent.tree.top)) for path in agent.tree.top.rglob("*") if path.is_file()}
 
     before = files()
     assert "conf/uuid.conf" in before
-    assert agent.call(uuid="id").uuid == "id"
-    assert agent.get("/x").status == 404
+    assert all(agent.answers(port.number) for port in agent.ports)
+    assert pairs == 0 or agent.call(uuid="id").uuid == "id"
     assert agent.stop() == 0
     assert files() == before
+
+
+def test_qdvctl_shows_and_warns(ctl, new_tree):
+    tree = new_tree()
+    secret = {"password": "topsecret", "username": "u"}
+    tree.agent_conf.write_text(agent_conf([("0.0.0.0", 1), ("h", 2)], server=secret))
+    tree.agent_conf.chmod(0o600)
+    tree.uuid_conf.write_text(uuid_conf([("id1", ""), ("id2", "host")]))
+    own = ctl("config", "check", program=tree.bin / "qdvctl")
+    assert (own.status, own.stdout) == (0, f"{tree.agent_conf}: good\n{tree.uuid_conf}: good\n")
+    shown = ctl("config", "show", tree.conf)
+    assert shown.status == 0 and "topsecret" not in shown.stdout
+    for text in ("password       (set)\n", "hostname       127.0.0.1\n", "id2", "returnPortMin  0\n"):
+        assert text in shown.stdout
+    assert re.search(r"^ +Bind\n +address +port\n +0\.0\.0\.0 +1\n +h +2\n", shown.stdout, re.M)
+    found = ctl("config", "show", tree.conf, "--json").json[0]["elements"]
+    assert [file["attributes"]["state"] for file in found] == ["good", "good"]
+    assert found[0]["elements"][0]["element"] == "AgentConfiguration" and "topsecret" not in json.dumps(found)
+    tree.agent_conf.write_text(agent_conf(server={"port": "http"} | secret))
+    tree.agent_conf.chmod(0o644)
+    warned = ctl("config", "check", tree.conf)
+    for warning in ("ServerInfo: port is 0, which is no port", "BindList is empty: the agent listens nowhere\n", "every user"):
+        assert re.search(f"^{tree.agent_conf}: warning: .*{warning}", warned.stdout, re.M), warned.stdout
+    assert warned.status == 0
+    tree.uuid_conf.write_text("<AgentUuidConfiguration/>")
+    assert ctl("config", "check", tree.conf).status == 1
+
+
+# ---- the dialog
+
+THIS_HOST = socket.gethostname()
+EXISTS = "The QDVAgent configuration file already exists.\nDo you want to edit it? <Y|n>: "
+END_OF_INPUT = "\nAn error occurred.  Exiting and not saving changes.\n"
+
+
+def edit(tree, text, *flags):
+    """Holds the dialog with all answers given beforehand."""
+    path = tree.root / "answers"
+    path.write_bytes(text.encode() if isinstance(text, str) else text)
+    with open(path, "rb") as answers:
+        return tree.run(*flags, "-editConfig", stdin=answers)
+
+
+def attributes_of(tree):
+    root = ET.fromstring(tree.agent_conf.read_bytes())
+    assert (root.tag, root.attrib) == ("AgentConfiguration", {"version": "1.0"})
+    server, agent = root
+    return dict(server.attrib), dict(agent.attrib), [(bind.get("address"), bind.get("port")) for bind in agent[0]]
+
+
+@pytest.mark.parametrize("terminal", [False, True], ids=["pipe", "terminal"])
+def test_dialog_makes_a_file_that_starts_the_agent(new_tree, start, ports, terminal):
+    tree = new_tree()
+    port = ports[0].number
+    dialog = Dialog(tree.program, "-editConfig", terminal=terminal)
+    for prompt, text in (
+        ("Enter the QDVServer hostname <ip|hostname>[]: ", "127.0.0.1"),
+        ("Enter the QDVServer port <port>(80)[80]: ", "9"),
+        ("Enter the QDVServer SSL port <port>(443)[443]: ", "9"),
+        ("Should the QDVAgent contact an HTTP proxy to access the\nQDVServer? <y|N>: ", ""),
+        ("Should the QDVAgent use return ports and/or addresses? <y|N>: ", "n"),
+        (f"Enter the address to listen on <ip|hostname>[{THIS_HOST}]: ", "127.0.0.1"),
+        ("Enter the port to listen on <port>(8372)[8372]: ", str(port)),
+        ("Do you want to add more port/address pairs? <y|N>: ", ""),
+        ("Do you want to modify your changes? <y|N>: ", ""),
+        ("Changes have been made to the configuration.\nDo you want to save the changes? <Y|n>: ", ""),
+    ):
+        dialog.answer(prompt, text)
+    assert dialog.finish() == 0
+    for text in ("does not exist, it will be created now.\n ", "CONTENTS\n\n", f"\t127.0.0.1\t{port}\n"):
+        assert text in dialog.seen
+    assert tree.agent_conf.stat().st_mode & 0o007 == 0, "others can read the file"
+    assert start(tree, write_conf=False, binds=0).answers(port)
+
+
+def test_dialog_writes_every_answer(new_tree):
+    tree = new_tree()
+    tree.agent_conf.write_text(agent_conf([("old", 1), ("kept", 2)], server={"uri": "/other"}))
+    secret = "se<cret&\"'"
+    answers = f"\nqdv\n81\n444\ny\nproxy\n3128\ny\njoe\n{secret}\ny\n5000\n5010\n\ny\nn\n\n\ny\nkept\n2\ny\nnew\n3\n\n\n\n"
+    run = edit(tree, answers)
+    assert run.status == 0, run.stdout
+    assert attributes_of(tree) == (
+        {"hostname": "qdv", "port": "81", "sslPort": "444", "uri": "/other", "proxyHostname": "proxy",
+         "proxyPort": "3128", "username": "joe", "password": secret},
+        {"returnAddress": THIS_HOST, "returnPortMin": "5000", "returnPortMax": "5010"},
+        [("kept", "2"), ("new", "3")],
+    )  # fmt: skip
+    for line in ("The port/address pair already exists.\n", f"  HTTP proxy password: {secret}\n", "\tkept\t2\n\tnew\t3\n"):
+        assert line in run.stdout
+    # From what could be read of a broken file.
+    tree.agent_conf.write_text(agent_conf([("gone", 1)], server={"hostname": "known", "port": ""}))
+    run = edit(tree, "\n" * 11)
+    assert run.status == 0 and EXISTS in run.stdout
+    assert "Enter the QDVServer hostname <ip|hostname>[known]: " in run.stdout
+    info, _, binds = attributes_of(tree)
+    assert (info["hostname"], info["port"], binds) == ("known", "80", [(THIS_HOST, "8372")])
+
+
+def test_dialog_that_saves_nothing(new_tree):
+    tree = new_tree()
+    for answers in ("", "\n" * 5, "\n" * 9 + "n\n"):
+        run = edit(tree, answers)
+        assert run.status == 1 and run.stdout.endswith(END_OF_INPUT) == (not answers.endswith("n\n"))
+        assert not list(tree.conf.iterdir())
+    dialog = Dialog(tree.program, "-editConfig")
+    dialog.answer("<ip|hostname>[]: ", "qdv")
+    assert dialog.has_echo()
+    dialog.type("\x03")
+    assert dialog.finish() == -2
+    run = tree.run("-version", "-editConfig")
+    assert run.status == 1 and "QDV SERVER INFORMATION\n" in run.stdout and "version" not in run.stdout
+    assert not list(tree.conf.iterdir())
+
+    # Empty lines give a file without a server, which the agent refuses; an existing file is left alone.
+    assert edit(tree, "\n" * 10).status == 0
+    info, _, binds = attributes_of(tree)
+    assert (info["hostname"], info["uri"], binds) == ("", "/BrindlexServer", [(THIS_HOST, "8372")])
+    assert CANNOT_PARSE in tree.run("-verbose").stdout
+    text = agent_conf([("127.0.0.1", 1)])
+    tree.agent_conf.write_text(text)
+    before = tree.agent_conf.stat()
+    for answers, status in (("n\n", 0), ("N", 0), ("\n" * 8 + "\nn\n", 0), ("", 1), ("y\n", 1), ("\n" * 9, 1)):
+        run = edit(tree, answers)
+        assert run.status == status and EXISTS in run.stdout, answers
+        assert run.stdout.endswith(END_OF_INPUT) == (status == 1)
+    after = tree.agent_conf.stat()
+    assert tree.agent_conf.read_text() == text and (after.st_ino, after.st_mtime_ns) == (before.st_ino, before.st_mtime_ns)
+
+
+def test_dialog_under_bad_conditions(new_tree):
+    tree = new_tree()
+    assert edit(tree, b"h\xff\x01\n" + b"\0\n" * 2 + b"x" * 100000 + b"\n" * 50).status in (0, 1)
+    if os.path.exists(tree.agent_conf):
+        assert attributes_of(tree)
+    shutil.rmtree(tree.conf)
+    tree.conf.write_text("no directory")
+    run = edit(tree, "\n" * 10, "-verbose")
+    assert run.status == 1
+    assert re.search(r"^[0-9 :-]{19}: Agent: Fatal error writting agent configuration file$", run.stdout, re.M)

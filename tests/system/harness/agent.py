@@ -8,68 +8,60 @@ import time
 from pathlib import Path
 
 from .envelope import envelope, form, parse_answer
-from .limits import limit, wait_until
+from .limits import PATIENCE, wait_until
 from .ports import Port
 from .tree import SANITIZER_SIGNS, agent_conf, environment
-from .wire import Connection
+from .wire import FORM, GET, Connection
 
 STARTED = "Agent: startup successful\n"
-STOPPING_SIGNALS = (1, 2, 15, 24)
+
+
+def post_request(body, uri="/nxCommand", content_type="text/xml", version="HTTP/1.0", headers=""):
+    """A POST with its head, as bytes."""
+    head = f"POST {uri} {version}\r\nContent-Type: {content_type}\r\nContent-Length: {len(body)}\r\n{headers}\r\n"
+    return head.encode() + body
 
 
 class Agent:
     """The program over a Tree, from its start to its end.
 
     tree      a Tree; its agent.conf is written unless write_conf is False
-    flags     the command line; -verbose brings the log, which stays readable after the end
+    verbose   brings the log, which stays readable after the end
+    flags     more of the command line
     server    a ManagementServer that agent.conf names, else nobody answers on the server's ports
     conf      more attributes for agent.conf, by element name
-    binds     number of ports to listen on, at 127.0.0.1
+    binds     number of ports to listen on, at `address`
     ports     the ports of an agent before this one instead; they must not be released meanwhile
-    address   the address text of the Bind elements
+    more      environment variables
     umask     file mode mask of the process
     """
 
     def __init__(
-        self, tree, *, flags=("-verbose",), server=None, conf=None, binds=1, ports=None, address="127.0.0.1",
-        write_conf=True, umask=0o22,
+        self, tree, *, verbose=True, flags=(), server=None, conf=None, binds=1, ports=None, address="127.0.0.1",
+        write_conf=True, more=None, umask=0o22,
     ):  # fmt: skip
         self.tree = tree
-        self.ports = ports if ports is not None else [Port() for _ in range(binds)]
-        self._nobody = Port()
-        self._held = [self._nobody, *(self.ports if ports is None else [])]
-        self._killed = False
-        self._end_is_expected = False
+        self.verbose = verbose
+        self.ports = [Port() for _ in range(binds)] if ports is None else ports
+        nobody = Port()
+        self._held = [nobody, *self.ports]
+        self._end_is_expected = self._killed = False
         self._log_read = bytearray()
         if write_conf:
-            numbers = (
-                {"port": str(server.plain_port), "sslPort": str(server.tls_port)}
-                if server
-                else {"port": str(self._nobody.number), "sslPort": str(self._nobody.number)}
-            )
-            pairs = [(address, port.number) for port in self.ports]
+            plain, tls = (server.plain_port, server.tls_port) if server else (nobody.number, nobody.number)
             conf = conf or {}
-            info = numbers | conf.get("ServerInfo", {})
+            info = {"port": str(plain), "sslPort": str(tls)} | conf.get("ServerInfo", {})
+            pairs = [(address, port.number) for port in self.ports]
             tree.agent_conf.write_text(agent_conf(pairs, server=info, agent=conf.get("AgentInfo")))
-        self.verbose = "-verbose" in flags
-        self._stdout = tree.root / f"stdout-{time.monotonic_ns()}"
-        self._stderr = tree.root / f"stderr-{time.monotonic_ns()}"
+        self._stdout, self._stderr = (tree.root / f"{name}-{time.monotonic_ns()}" for name in ("stdout", "stderr"))
         with open(self._stdout, "wb") as out, open(self._stderr, "wb") as err:
             self.process = subprocess.Popen(
-                [str(tree.program), *flags],
-                cwd="/",
-                env=environment(),
-                stdin=subprocess.DEVNULL,
-                stdout=out,
-                stderr=err,
-                umask=umask,
+                [str(tree.program), *flags, *(["-verbose"] if verbose else [])],
+                cwd="/", env=environment(**(more or {})), stdin=subprocess.DEVNULL, stdout=out, stderr=err, umask=umask,
                 start_new_session=True,  # an interrupt at the terminal is for the tests, which then end the agents
-            )
+            )  # fmt: skip
         self.pid = self.process.pid
-
-    @property
-    def port(self):
-        return self.ports[0].number
+        self.port = self.ports[0].number if self.ports else None
 
     # ---- start and end
 
@@ -77,35 +69,33 @@ class Agent:
         """Waits until the agent serves; with -verbose until it says that it has started."""
 
         def ready():
-            status = self.process.poll()
-            assert status is None, f"the agent ended with {status} at its start\n{self.log()}{self.stderr()}"
+            assert self.is_running(), f"ended at its start, {self.process.returncode}\n{self.log()}{self.stderr()}"
             if self.verbose:
                 return STARTED.encode() in self._log_bytes()
-            return all(self._answers(port.number) for port in self.ports)
+            return all(self.answers(port.number) for port in self.ports)
 
-        wait_until(ready, 10, "the agent to be ready")
+        wait_until(ready, "the agent to be ready")
         return self
 
-    def _answers(self, port):
+    def answers(self, port):
         try:
             with Connection(port) as connection:
-                connection.send(b"GET / HTTP/1.0\r\n\r\n")
-                return connection.read_reply() is not None
+                return connection.ask(GET) is not None
         except OSError:
             return False
 
     def send_signal(self, number):
-        self._end_is_expected |= number in STOPPING_SIGNALS
+        self._end_is_expected |= number in (1, 2, 15, 24)
         os.kill(self.pid, number)
 
-    def wait(self, seconds=10):
+    def wait(self):
         """Waits for the end and returns the exit status; below 0 for a signal."""
         self._end_is_expected = True
-        return self.process.wait(timeout=limit(seconds))
+        return self.process.wait(PATIENCE)
 
-    def stop(self, number=signal.SIGTERM, seconds=10):
+    def stop(self, number=signal.SIGTERM):
         self.send_signal(number)
-        return self.wait(seconds)
+        return self.wait()
 
     def kill(self):
         """Ends the process at once, as a crash would. Not counted as a fault."""
@@ -116,7 +106,7 @@ class Agent:
     def is_running(self):
         return self.process.poll() is None
 
-    def finish(self, seconds=10):
+    def finish(self):
         """Ends the process if it still runs, and returns what was wrong with its life, or None."""
         trouble = None
         if not self.is_running():
@@ -124,19 +114,19 @@ class Agent:
                 trouble = f"the agent ended by itself with status {self.process.returncode}"
         else:
             try:
-                self.stop(seconds=seconds)
+                self.stop()
             except subprocess.TimeoutExpired:
                 trouble = "the agent did not end on SIGTERM"
                 self.kill()
-        status = self.process.returncode
         for port in self._held:
             port.release()
-        if any(sign in self.stderr() for sign in SANITIZER_SIGNS):
-            trouble = "sanitizer report:\n" + self.stderr()
+        status, errors = self.process.returncode, self.stderr()
+        if any(sign in errors for sign in SANITIZER_SIGNS):
+            trouble = "sanitizer report:\n" + errors
         elif status not in (0, 1) and not self._killed:
-            trouble = f"the agent ended with status {status}\n{self.stderr()}"
-        elif self.stderr() and not trouble:
-            trouble = "the agent wrote to standard error:\n" + self.stderr()
+            trouble = f"the agent ended with status {status}\n{errors}"
+        elif errors and not trouble:
+            trouble = "the agent wrote to standard error:\n" + errors
         return trouble
 
     # ---- requests
@@ -144,7 +134,7 @@ class Agent:
     def connect(self, **options):
         return Connection(self.port, **options)
 
-    def raw(self, data, half_close=False, seconds=10):
+    def raw(self, data, half_close=False):
         """Sends bytes and returns all that comes until the agent ends the connection."""
         with self.connect() as connection:
             try:
@@ -153,41 +143,35 @@ class Agent:
                     connection.half_close()
             except ConnectionError:
                 pass  # the agent may end the connection before it has taken everything
-            return connection.read_to_end(seconds)
+            return connection.read_to_end()
 
-    def exchange(self, data, seconds=10):
-        """Sends bytes on a connection of its own and returns the one Reply, or None."""
-        with self.connect() as connection:
-            connection.send(data)
-            return connection.read_reply(seconds)
-
-    def get(self, uri="/", version="HTTP/1.0"):
-        """Gets a page on a connection of its own and returns the Reply."""
-        reply = self.exchange(f"GET {uri} {version}\r\n\r\n".encode())
-        assert reply is not None, "the connection ended without a reply"
-        return reply
-
-    def post(self, body, uri="/nxCommand", content_type="text/xml", seconds=10, tls=None):
-        """Posts one body on a connection of its own and returns the Reply."""
+    def exchange(self, data, tls=None):
+        """Sends bytes on a connection of its own and returns the one Reply."""
         with self.connect(tls=tls) as connection:
-            connection.send(post_request(body, uri=uri, content_type=content_type))
-            reply = connection.read_reply(seconds)
+            reply = connection.ask(data)
         assert reply is not None, "the connection ended without a reply"
         return reply
 
-    def call(self, method="Ping", params="", *, uuid=None, host=None, seconds=10, tls=None, **request):
-        """Calls a method and returns the Answer; the envelope must have been accepted."""
-        body = envelope(method, params, request={"uuid": uuid, "hostTarget": host} | request)
-        return self.answer(body, seconds=seconds, tls=tls)
+    def get(self, uri="/"):
+        return self.exchange(f"GET {uri} HTTP/1.0\r\n\r\n".encode())
 
-    def answer(self, body, content_type="text/xml", seconds=10, tls=None):
-        reply = self.post(body, content_type=content_type, seconds=seconds, tls=tls)
-        assert reply.status == 200, f"status {reply.status} for {body[:300]!r}"
-        assert reply.header("Content-Type") == "text/xml"
+    def post(self, body, uri="/nxCommand", content_type="text/xml", tls=None):
+        return self.exchange(post_request(body, uri=uri, content_type=content_type), tls)
+
+    def call(self, method="Ping", params="", *, uuid=None, host=None, tls=None):
+        """Calls a method and returns the Answer; the envelope must have been accepted."""
+        return self.answer(envelope(method, params, request={"uuid": uuid, "hostTarget": host}), tls=tls)
+
+    def outcome(self, *arguments, **options):
+        return self.call(*arguments, **options).outcome
+
+    def answer(self, body, content_type="text/xml", tls=None):
+        reply = self.post(body, content_type=content_type, tls=tls)
+        assert (reply.status, reply.header("Content-Type")) == (200, "text/xml"), body[:300]
         return parse_answer(reply.body)
 
     def answer_form(self, xml):
-        return self.answer(form(xml), content_type="application/x-www-form-urlencoded")
+        return self.answer(form(xml), content_type=FORM)
 
     # ---- what can be seen from outside
 
@@ -205,8 +189,8 @@ class Agent:
     def stderr(self):
         return self._stderr.read_text(errors="replace")
 
-    def wait_log(self, text, count=1, seconds=10):
-        wait_until(lambda: self._log_bytes().count(text.encode()) >= count, seconds, f"{text!r} in the log")
+    def wait_log(self, text, count=1):
+        wait_until(lambda: self._log_bytes().count(text.encode()) >= count, f"{text!r} in the log")
 
     def descriptors(self):
         """Descriptor number -> open flags."""
@@ -216,7 +200,7 @@ class Agent:
                 info = Path(f"/proc/{self.pid}/fdinfo/{entry}").read_text()
             except FileNotFoundError:
                 continue
-            flags[int(entry)] = int(re.search(r"^flags:\s+(\d+)", info, re.M).group(1), 8)
+            flags[int(entry)] = int(re.search(r"^flags:\s+(\d+)", info, re.M)[1], 8)
         return flags
 
     def rss(self):
@@ -227,25 +211,15 @@ class Agent:
         return self._status_number("Threads")
 
     def cpu_seconds(self):
-        """Processor time used so far: unlike elapsed time it does not depend on what else the machine does."""
+        """Processor time used so far."""
         fields = Path(f"/proc/{self.pid}/stat").read_text().rpartition(")")[2].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
     def context_switches(self):
         """How often all threads together have gone to sleep of themselves."""
-        total = 0
-        for task in Path(f"/proc/{self.pid}/task").iterdir():
-            total += int(re.search(r"^voluntary_ctxt_switches:\s+(\d+)", (task / "status").read_text(), re.M).group(1))
-        return total
+        tasks = Path(f"/proc/{self.pid}/task").iterdir()
+        return sum(self._status_number("voluntary_ctxt_switches", task) for task in tasks)
 
-    def _status_number(self, field):
-        text = Path(f"/proc/{self.pid}/status").read_text()
-        return int(re.search(rf"^{field}:\s+(\d+)", text, re.M).group(1))
-
-
-def post_request(body, uri="/nxCommand", content_type="text/xml", version="HTTP/1.0", headers=""):
-    """A POST with its head, as bytes."""
-    head = (
-        f"POST {uri} {version}\r\nContent-Type: {content_type}\r\nContent-Length: {len(body)}\r\n{headers}\r\n"
-    )
-    return head.encode() + body
+    def _status_number(self, field, process=None):
+        text = ((process or Path(f"/proc/{self.pid}")) / "status").read_text()
+        return int(re.search(rf"^{field}:\s+(\d+)", text, re.M)[1])

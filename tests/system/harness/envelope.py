@@ -1,22 +1,25 @@
 """The request envelope of the remote method calls, and the answer taken apart."""
 
 import xml.etree.ElementTree as ET
-from dataclasses import dataclass, field
+from dataclasses import dataclass
 from urllib.parse import quote_plus
 from xml.sax.saxutils import quoteattr
+
+SUCCESS = ("success", "success")
+INVALID_UUID = ("error", "invalid uuid")
+FAILED = ("error", "")
+TOO_MANY = ("too many parameters", "")
 
 
 def attributes(values):
     return "".join(f" {name}={quoteattr(value)}" for name, value in values.items() if value is not None)
 
 
-def envelope(method="Ping", params="", *, request=None, version="1.2", schema="2.1", root="NorvalithRMI"):
+def envelope(method="Ping", params="", *, request=None, version="1.2"):
     """A request as bytes. `params` is XML below Method; None as a value leaves the attribute out."""
     return (
-        f"<{root}{attributes({'version': version, 'schema': schema})}>"
-        f"<Request{attributes(request or {})}>"
-        f"<Method{attributes({'name': method})}>{params}</Method>"
-        f"</Request></{root}>"
+        f"<NorvalithRMI{attributes({'version': version, 'schema': '2.1'})}><Request{attributes(request or {})}>"
+        f"<Method{attributes({'name': method})}>{params}</Method></Request></NorvalithRMI>"
     ).encode()
 
 
@@ -27,14 +30,13 @@ def form(xml):
 
 @dataclass
 class Answer:
-    """The Response element of a reply with status 200."""
+    """The Response element of a reply with status 200; (response, reason) is its outcome."""
 
     attributes: dict
-    children: list = field(default_factory=list)
+    children: list
 
     @property
     def outcome(self):
-        """(response, reason), None for an attribute that is not there."""
         return self.attributes.get("response"), self.attributes.get("reason")
 
     @property
@@ -45,12 +47,6 @@ class Answer:
 def parse_answer(body):
     """Checks the fixed part of the reply document and returns the Answer."""
     root = ET.fromstring(body)
-    assert root.tag == "NorvalithRMI", root.tag
-    assert root.attrib == {"version": "1.2", "schema": "2.1"}, root.attrib
+    assert (root.tag, root.attrib) == ("NorvalithRMI", {"version": "1.2", "schema": "2.1"})
     assert [child.tag for child in root] == ["Response"], body
     return Answer(dict(root[0].attrib), list(root[0]))
-
-
-SUCCESS = ("success", "success")
-INVALID_UUID = ("error", "invalid uuid")
-FAILED = ("error", "")

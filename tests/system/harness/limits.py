@@ -4,19 +4,14 @@ import os
 import time
 
 SLOW = float(os.environ.get("QDV_SLOW", "1"))
+PATIENCE = 30 * SLOW
+"""Seconds after which a wait is given up. A sound agent is far quicker, also on a busy machine."""
 
 
-def limit(seconds):
-    return seconds * SLOW
-
-
-def wait_until(condition, seconds, what):
-    """Polls until condition() is true and returns its value; fails with `what` after the time limit."""
-    end = time.monotonic() + limit(seconds)
-    while True:
-        value = condition()
-        if value:
-            return value
-        if time.monotonic() > end:
-            raise AssertionError(f"not within {limit(seconds):.0f} s: {what}")
+def wait_until(condition, what):
+    """Polls until condition() is true and returns its value."""
+    end = time.monotonic() + PATIENCE
+    while not (value := condition()):
+        assert time.monotonic() < end, f"not within {PATIENCE:.0f} s: {what}"
         time.sleep(0.01)
+    return value

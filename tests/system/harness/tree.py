@@ -9,35 +9,39 @@ from dataclasses import dataclass
 from pathlib import Path
 
 from .envelope import attributes
-from .limits import limit
+from .limits import PATIENCE
 
 SANITIZER_SIGNS = ("AddressSanitizer", "LeakSanitizer", "ThreadSanitizer", "runtime error:")
 
 
-def environment():
-    """What the agent's environment holds: nothing that it could depend on."""
+def environment(**more):
+    """What the environment of a program holds: nothing that it could depend on."""
     sanitizers = {
         "ASAN_OPTIONS": "exitcode=99",
         "UBSAN_OPTIONS": "print_stacktrace=1:halt_on_error=1:exitcode=99",
         "TSAN_OPTIONS": "exitcode=99",
     }
-    return {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin"} | {n: os.environ.get(n, v) for n, v in sanitizers.items()}
+    path = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin"}
+    return path | {name: os.environ.get(name, value) for name, value in sanitizers.items()} | more
 
 
-def agent_conf(binds, *, server=None, agent=None, bind_xml=None):
+def bind(port, address="127.0.0.1", extra=""):
+    return f'<Bind address="{address}" port="{getattr(port, "number", port)}"{extra}/>'
+
+
+def agent_conf(pairs=(), *, server=None, agent=None, bind_xml=None):
     """The text of an agent.conf.
 
-    binds: (address, port) pairs. server, agent: attributes of ServerInfo and AgentInfo that differ from the
+    pairs: (address, port) to listen on. server, agent: attributes of ServerInfo and AgentInfo that differ from the
     plain case; None leaves one out. bind_xml: the content of BindList instead of the pairs.
     """
-    server_info = {"hostname": "127.0.0.1", "port": "9", "sslPort": "9", "uri": "/BrindlexServer"} | (server or {})
+    info = {"hostname": "127.0.0.1", "port": "9", "sslPort": "9", "uri": "/BrindlexServer"} | (server or {})
     if bind_xml is None:
-        bind_xml = "".join(f"<Bind{attributes({'address': a, 'port': str(p)})}/>" for a, p in binds)
+        bind_xml = "".join(bind(port, address) for address, port in pairs)
     return (
         '<?xml version="1.0" encoding="UTF-8"?>\n<AgentConfiguration version="1.0">\n'
-        f"<ServerInfo{attributes(server_info)}/>\n"
-        f"<AgentInfo{attributes(agent or {})}>\n<BindList>{bind_xml}</BindList>\n</AgentInfo>\n"
-        "</AgentConfiguration>\n"
+        f"<ServerInfo{attributes(info)}/>\n<AgentInfo{attributes(agent or {})}>\n<BindList>{bind_xml}</BindList>\n"
+        "</AgentInfo>\n</AgentConfiguration>\n"
     )
 
 
@@ -78,25 +82,17 @@ class Tree:
     def identities(self):
         """The pairs (value, hostTarget) of uuid.conf, which must be whole and in the form that is written."""
         root = ET.fromstring(self.uuid_conf.read_bytes())
-        assert root.tag == "AgentUuidConfiguration" and root.attrib == {"version": "1.1"}, root.attrib
-        assert [child.tag for child in root] == ["Uuids"] and not root[0].attrib
-        pairs = []
-        for item in root[0]:
-            assert item.tag == "Uuid" and sorted(item.attrib) == ["hostTarget", "value"], item.attrib
-            pairs.append((item.get("value"), item.get("hostTarget")))
-        return pairs
+        assert (root.tag, root.attrib) == ("AgentUuidConfiguration", {"version": "1.1"})
+        assert [(child.tag, child.attrib) for child in root] == [("Uuids", {})]
+        assert all(item.tag == "Uuid" and sorted(item.attrib) == ["hostTarget", "value"] for item in root[0])
+        return [(item.get("value"), item.get("hostTarget")) for item in root[0]]
 
-    def run(self, *flags, argv0=None, cwd="/", seconds=10, stdin=subprocess.DEVNULL):
+    def run(self, *flags, argv0=None, cwd="/", stdin=subprocess.DEVNULL):
         """Runs the program to its end. argv0 is what the program sees as its own name."""
         done = subprocess.run(
-            [str(argv0 if argv0 is not None else self.program), *flags],
-            executable=str(self.program),
-            cwd=cwd,
-            env=environment(),
-            stdin=stdin,
-            capture_output=True,
-            timeout=limit(seconds),
-        )
+            [str(self.program) if argv0 is None else argv0, *flags], executable=str(self.program), cwd=cwd,
+            env=environment(), stdin=stdin, capture_output=True, timeout=PATIENCE,
+        )  # fmt: skip
         run = Run(done.returncode, done.stdout.decode(errors="surrogateescape"), done.stderr.decode(errors="replace"))
         assert not any(sign in run.stderr for sign in SANITIZER_SIGNS), run.stderr
         return run
@@ -111,5 +107,3 @@ class Tree:
             program = self.program.read_bytes()
             self._sanitized = b"__asan_init" in program or b"__tsan_init" in program
         return self._sanitized
-
-

@@ -7,13 +7,11 @@ import struct
 import time
 from dataclasses import dataclass
 
-from .limits import limit
+from .limits import PATIENCE
 
-STATUS_LINE = re.compile(rb"(HTTP/\d\.\d) (\d{3}) ([^\r\n]+)\Z")
-
-
-class Incomplete(AssertionError):
-    """The connection ended, or the time was up, within a reply."""
+GET = b"GET / HTTP/1.0\r\n\r\n"
+GET11 = b"GET / HTTP/1.1\r\n\r\n"
+FORM = "application/x-www-form-urlencoded"
 
 
 @dataclass
@@ -28,22 +26,17 @@ class Reply:
     raw: bytes
 
     def header(self, name):
-        values = [value for key, value in self.headers if key.lower() == name.lower()]
-        assert len(values) <= 1, f"{name} appears {len(values)} times"
-        return values[0] if values else None
+        (value,) = [value for key, value in self.headers if key.lower() == name.lower()] or [None]
+        return value
 
 
 def parse_head(head):
     """Takes the head of a reply apart: (version, status, reason, headers)."""
-    lines = head.split(b"\r\n")
-    match = STATUS_LINE.match(lines[0])
-    assert match, f"no status line: {lines[0]!r}"
-    headers = []
-    for line in lines[1:]:
-        name, colon, value = line.partition(b": ")
-        assert colon and b"\n" not in line and b"\r" not in line, f"no header line: {line!r}"
-        headers.append((name.decode("ascii"), value.decode("ascii")))
-    return match.group(1).decode(), int(match.group(2)), match.group(3).decode(), headers
+    first, *lines = head.decode("ascii").split("\r\n")
+    match = re.fullmatch(r"(HTTP/\d\.\d) (\d{3}) ([^\r\n]+)", first)
+    assert match, f"no status line: {first!r}"
+    assert all(re.fullmatch(r"[^\r\n:]+: [^\r\n]*", line) for line in lines), f"no header lines: {lines}"
+    return match[1], int(match[2]), match[3], [tuple(line.split(": ", 1)) for line in lines]
 
 
 def anonymous_tls(ciphers="AECDH:ADH:@SECLEVEL=0"):
@@ -59,15 +52,15 @@ def anonymous_tls(ciphers="AECDH:ADH:@SECLEVEL=0"):
 class Connection:
     """One client connection, plain or TLS. Usable as a context manager."""
 
-    def __init__(self, port, host="127.0.0.1", tls=None, session=None):
-        self.socket = socket.create_connection((host, port), timeout=limit(5))
+    def __init__(self, port, tls=None, session=None):
+        self.socket = socket.create_connection(("127.0.0.1", port), timeout=PATIENCE)
         self.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
         self._pending = b""
         if tls:
             try:
                 self.socket = tls.wrap_socket(self.socket, session=session)
             except BaseException:
-                self.socket.close()
+                self.close()
                 raise
 
     def __enter__(self):
@@ -82,10 +75,10 @@ class Connection:
     def reset(self):
         """Ends the connection with RST, as a crashed peer would."""
         self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
-        self.socket.close()
+        self.close()
 
     def send(self, data):
-        self.socket.settimeout(limit(20))
+        self.socket.settimeout(PATIENCE)
         self.socket.sendall(data)
 
     def half_close(self):
@@ -97,35 +90,36 @@ class Connection:
         self.socket.settimeout(max(end - time.monotonic(), 0.001))
         try:
             data = self.socket.recv(1 << 16)
-        except (socket.timeout, TimeoutError):
-            raise Incomplete(f"nothing more within the time limit after {self._pending[:200]!r}") from None
+        except TimeoutError:
+            raise AssertionError(f"nothing more within the time limit after {self._pending[:200]!r}") from None
         except (ConnectionError, ssl.SSLError):
             return False
         self._pending += data
         return bool(data)
 
-    def read_reply(self, seconds=10):
+    def read_reply(self):
         """The next reply, or None if the peer ended the connection without a byte of one."""
-        end = time.monotonic() + limit(seconds)
+        end = time.monotonic() + PATIENCE
         while b"\r\n\r\n" not in self._pending:
             if not self._fill(end):
-                if not self._pending:
-                    return None
-                raise Incomplete(f"connection ended within a head: {self._pending[:200]!r}")
-        head, _, rest = self._pending.partition(b"\r\n\r\n")
+                assert not self._pending, f"connection ended within a head: {self._pending[:200]!r}"
+                return None
+        head = self._pending.partition(b"\r\n\r\n")[0]
         version, status, reason, headers = parse_head(head)
-        lengths = [value for name, value in headers if name == "Content-Length"]
-        assert len(lengths) == 1 and lengths[0].isdigit(), f"bad Content-Length in {head!r}"
-        total = len(head) + 4 + int(lengths[0])
+        (length,) = [value for name, value in headers if name == "Content-Length"]
+        total = len(head) + 4 + int(length)
         while len(self._pending) < total:
-            if not self._fill(end):
-                raise Incomplete(f"connection ended within a body: {self._pending[:200]!r}")
+            assert self._fill(end), f"connection ended within a body: {self._pending[:200]!r}"
         raw, self._pending = self._pending[:total], self._pending[total:]
         return Reply(version, status, reason, headers, raw[len(head) + 4 :], raw)
 
-    def read_to_end(self, seconds=10):
+    def ask(self, data):
+        self.send(data)
+        return self.read_reply()
+
+    def read_to_end(self):
         """All that comes until the peer ends the connection, which it must do within the time limit."""
-        end = time.monotonic() + limit(seconds)
+        end = time.monotonic() + PATIENCE
         while self._fill(end):
             pass
         data, self._pending = self._pending, b""
@@ -133,13 +127,11 @@ class Connection:
 
     def is_silent_for(self, seconds):
         """True if in this time nothing comes and the connection is not ended."""
-        if self._pending:
-            return False
         self.socket.settimeout(seconds)
         try:
             self._pending += self.socket.recv(1 << 16)
-        except (socket.timeout, TimeoutError):
-            return True
+        except TimeoutError:
+            return not self._pending
         except ConnectionError:
             pass
         return False
