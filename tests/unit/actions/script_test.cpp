@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
 
 namespace {
@@ -50,8 +49,9 @@ TEST(Script, EndBeforeBeginLeavesAnEmptyPiece) {
     EXPECT_EQ(piecesOf(emptyHeader + objectEnd + "x" + first), (Pieces{"", "", "1"}));
 }
 
+/// Were each end marker to cost a walk over the script, this would outlast the time that a test has.
 TEST(Script, HugeScriptsTakeTimeInProportion) {
-    constexpr std::size_t many = 100'000;
+    constexpr std::size_t many = 500'000;
     const std::string big(std::size_t(4) << 20, '#');
     EXPECT_EQ(piecesOf(header + big + headerEnd + object + big), Pieces{big});
 
@@ -61,12 +61,10 @@ TEST(Script, HugeScriptsTakeTimeInProportion) {
         pairs.append(object).append(std::to_string(i)).append(objectEnd);
         ends += objectEnd;
     }
-    const auto start = std::chrono::steady_clock::now();
     const Pieces pieces = piecesOf(pairs);
     ASSERT_EQ(pieces.size(), many + 1);
     EXPECT_EQ(pieces.back(), std::to_string(many - 1));
     EXPECT_EQ(piecesOf(ends + object).size(), many + 1);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10)) << "it is milliseconds";
 }
 
 } // namespace

@@ -1,62 +1,62 @@
+#include "model/Audit_Log.h"
 #include "rmi/RMI_Exchange.h"
 #include "rmi/RMI_Method.h"
 #include "rmi/RMI_MethodException.h"
 #include "rmi/RMI_RequestHandler.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace std::string_literals;
 
 namespace {
 
-/// What the scripted method answers, and what it saw.
+/// What a scripted method does, and what it saw.
 struct Script {
-    bool known = true;
-    bool protocolAllowed = true;
-    bool guidValid = true;
-    bool userValid = true;
-    std::function<void(xercesc::DOMElement&, xercesc::DOMElement&)> work;
-
+    std::string refuses; ///< the step at which the request is refused
+    std::function<void(xercesc::DOMElement& response)> work;
     std::vector<std::string> seen;
+
+    bool take(const std::string& step, const std::string& detail) {
+        seen.push_back(step + " " + detail);
+        return step != refuses;
+    }
 };
 
 class ScriptedMethod : public RMI_Method {
 public:
     ScriptedMethod(Script& script, const char* guid) : RMI_Method(guid), script_(script) {}
-    ~ScriptedMethod() override { note("gone"); }
+    ~ScriptedMethod() override { script_.seen.emplace_back("gone"); }
 
     bool checkForValidGuid() override { return true; }
     bool validateEncryptionProtocol(Socket_Socket::EncryptionProtocol protocol) override {
-        note("protocol " + std::to_string(protocol));
-        return script_.protocolAllowed;
+        return script_.take("protocol", std::to_string(protocol));
     }
     bool validateGuid(xercesc::DOMElement* response) override {
-        note("guid " + std::string(getGuid()) + " of " + getHostTarget() + particulars());
         Xerces_SetAttribute(*response, "uuid", "own");
-        return script_.guidValid;
+        return script_.take("guid", std::string(getGuid()) + " of " + getHostTarget() + particulars());
     }
     bool validateUser(xercesc::DOMElement*) override {
-        note("user " + std::string(getUserName()) + " " + getUserPassword() + " " + getVsamName() +
-             particulars());
-        return script_.userValid;
+        const std::string user = std::string(getUserName()) + " " + getUserPassword() + " " + getVsamName();
+        return script_.take("user", user + particulars());
     }
-    void invoke(xercesc::DOMElement* method, xercesc::DOMDocument*, xercesc::DOMElement* response) override {
-        note("invoke" + particulars());
+    void invoke(xercesc::DOMElement*, xercesc::DOMDocument*, xercesc::DOMElement* response) override {
+        script_.take("invoke", particulars());
         if (script_.work)
-            script_.work(*method, *response);
+            script_.work(*response);
     }
 
 private:
     std::string particulars() const {
-        return " [" + std::to_string(getSnmpPort()) + getSnmpCommunity() + getServiceUid() + getServiceGid() +
+        return "[" + std::to_string(getSnmpPort()) + getSnmpCommunity() + getServiceUid() + getServiceGid() +
                getFSType() + "]";
     }
-    void note(const std::string& text) { script_.seen.push_back(text); }
 
     Script& script_;
 };
@@ -66,8 +66,7 @@ public:
     explicit ScriptedFactory(Script& script) : script_(script) {}
 
     std::unique_ptr<RMI_Method> createMethod(const char* name, const char* guid) override {
-        script_.seen.push_back("create " + std::string(name));
-        return script_.known ? std::make_unique<ScriptedMethod>(script_, guid) : nullptr;
+        return script_.take("create", name) ? std::make_unique<ScriptedMethod>(script_, guid) : nullptr;
     }
 
 private:
@@ -83,7 +82,7 @@ protected:
     }
 
     /// The outcome of a method that does this.
-    Reply invoking(std::function<void(xercesc::DOMElement&, xercesc::DOMElement&)> work) {
+    Reply invoking(std::function<void(xercesc::DOMElement& response)> work) {
         script.work = std::move(work);
         return processBody(call("", "<Method name='M'/>"));
     }
@@ -93,232 +92,131 @@ protected:
 };
 
 const std::string good = call("uuid='u'", "<Method name='M'/>");
-const std::string protocolSpoken = R"(<RMI name="NorvalithRMI" schema="2.1" version="1.2"/></Response>)";
 
 TEST_F(RequestHandler, EnvelopeFailuresTellWhatIsSpokenAndAreNotDelivered) {
-    struct Case {
-        std::string body;
-        std::string word;
-    };
-    const Case cases[] = {
-        {"", "parseerror"},
+    const std::pair<const char*, const char*> cases[] = {
         {"<NorvalithRMI", "parseerror"},
-        {"CommandBody=", "parseerror"},
-        {"<!DOCTYPE r>" + good, "parseerror"},
         {"<Other version='1.2' schema='2.1'/>", "unknown rmi"},
-        {"<norvalithrmi version='1.2' schema='2.1'/>", "unknown rmi"},
-        {"<NorvalithRMI/>", "version not supported"},
-        {"<NorvalithRMI version='' schema='2.1'/>", "version not supported"},
-        {"<NorvalithRMI version='1.3' schema='2.1'/>", "version not supported"},
+        {"<NorvalithRMI schema='2.0'/>", "version not supported"},
         {"<NorvalithRMI version='1.2'/>", "schema not supported"},
-        {"<NorvalithRMI version='1.2' schema='2.10'/>", "schema not supported"},
     };
-    for (const Case& c : cases) {
-        const Reply reply = processBody(c.body);
-        EXPECT_FALSE(reply.delivered) << c.body;
+    for (const auto& [body, word] : cases) {
+        const Reply reply = processBody(body);
+        EXPECT_FALSE(reply.delivered) << body;
         EXPECT_EQ(responseOf(reply.text),
-                  "<Response response=\"" + c.word + "\" type=\"rmi\">" + protocolSpoken)
-            << c.body;
-    }
-    EXPECT_TRUE(script.seen.empty());
-}
-
-TEST_F(RequestHandler, MissingPartsAreToldInOrder) {
-    struct Case {
-        std::string inside;
-        std::string response;
-    };
-    const Case cases[] = {
-        {"", R"(<Response response="not a request" type="request"/>)"},
-        {"<Method name='M'/>", R"(<Response response="not a request" type="request"/>)"},
-        {"<Request/>", R"(<Response reason="missing method element" response="no method" type="method"/>)"},
-        {"<Request/><Request><Method name='M'/></Request>",
-         R"(<Response reason="missing method element" response="no method" type="method"/>)"},
-        {"<Request><Method/></Request>",
-         R"(<Response reason="missing method name in method element" response="no method name" type="method"/>)"},
-        {"<Request><Method name=''/><Method name='M'/></Request>",
-         R"(<Response reason="missing method name in method element" response="no method name" type="method"/>)"},
-    };
-    for (const Case& c : cases) {
-        const Reply reply = processBody(envelope(c.inside));
-        EXPECT_TRUE(reply.delivered) << c.inside;
-        EXPECT_EQ(responseOf(reply.text), c.response) << c.inside;
+                  std::string("<Response response=\"") + word + "\" type=\"rmi\">" +
+                      R"(<RMI name="NorvalithRMI" schema="2.1" version="1.2"/></Response>)");
     }
     EXPECT_TRUE(script.seen.empty());
 }
 
 TEST_F(RequestHandler, AServedCallGoesThroughTheChecksInOrder) {
+    const Audit_Log log;
+    gDebugPrintf.setEnabled(true);
     const Reply reply =
-        processBody(call("uuid='u' hostTarget='h' snmpCommunity='c' snmpPort='161' serviceUid='1' "
+        processBody(call("uuid='u' hostTarget='h' snmpCommunity='c' snmpPort=' 162x' serviceUid='1' "
                          "serviceGid='2' fsType='f' userName='n' userPassword='p' vsamName='v'",
                          "<Method name='M'/>"),
                     Socket_Socket::ENCRYPTION_SSL);
+    gDebugPrintf.setEnabled(false);
     EXPECT_TRUE(reply.delivered);
     EXPECT_EQ(responseOf(reply.text),
               R"(<Response name="M" reason="success" response="success" type="method" uuid="own"/>)");
-    EXPECT_EQ(script.seen, (std::vector<std::string>{"create M", "protocol 1", "guid u of h [0]",
-                                                     "user n p v [0]", "invoke [161c12f]", "gone"}));
+    EXPECT_THAT(script.seen, testing::ElementsAre("create M", "protocol 1", "guid u of h[0]", "user n p v[0]",
+                                                  "invoke [162c12f]", "gone"));
+    EXPECT_EQ(log.messages(), "RMI: is request\nRMI: is method\n");
 }
 
 TEST_F(RequestHandler, ARefusalEndsTheWay) {
-    struct Case {
-        const char* last;
-        std::string response;
-        std::function<void(Script&, ScriptedPeer&)> set;
+    const struct {
+        const char* step;
+        std::size_t events;
+        const char* response;
+    } cases[] = {
+        {"create", 1, R"( reason="no methods implemented" response="unknown method" type="method"/>)"},
+        {"protocol", 3, R"( reason="invalid encryption protocol" response="error" type="method"/>)"},
+        {"peer", 3, R"( reason="failed peer verification" response="error" type="method"/>)"},
+        {"guid", 4, R"( reason="invalid uuid" response="error" type="method" uuid="own"/>)"},
+        {"user", 5, R"( response="error" type="method" uuid="own"/>)"},
     };
-    const Case cases[] = {
-        {"create M",
-         R"(<Response name="M" reason="no methods implemented" response="unknown method" type="method"/>)",
-         [](Script& s, ScriptedPeer&) { s.known = false; }},
-        {"protocol 0",
-         R"(<Response name="M" reason="invalid encryption protocol" response="error" type="method"/>)",
-         [](Script& s, ScriptedPeer&) { s.protocolAllowed = false; }},
-        {"protocol 0",
-         R"(<Response name="M" reason="failed peer verification" response="error" type="method"/>)",
-         [](Script&, ScriptedPeer& p) { p.accepts = false; }},
-        {"guid u of  [0]",
-         R"(<Response name="M" reason="invalid uuid" response="error" type="method" uuid="own"/>)",
-         [](Script& s, ScriptedPeer&) { s.guidValid = false; }},
-        {"user    [0]", R"(<Response name="M" response="error" type="method" uuid="own"/>)",
-         [](Script& s, ScriptedPeer&) { s.userValid = false; }},
-    };
-    for (const Case& c : cases) {
-        script = Script();
-        peer = ScriptedPeer();
-        c.set(script, peer);
+    for (const auto& [step, events, response] : cases) {
+        script = {step, {}, {}};
+        peer.accepts = script.refuses != "peer";
         const Reply reply = processBody(good);
         EXPECT_TRUE(reply.delivered);
-        EXPECT_EQ(responseOf(reply.text), c.response);
-        if (script.known) {
-            ASSERT_EQ(script.seen.back(), "gone");
-            script.seen.pop_back();
-        }
-        EXPECT_EQ(script.seen.back(), c.last);
+        EXPECT_EQ(responseOf(reply.text), std::string(R"(<Response name="M")") + response);
+        EXPECT_EQ(script.seen.size(), events) << step;
     }
 }
 
-TEST_F(RequestHandler, ExceptionsBecomeOutcomes) {
+TEST_F(RequestHandler, WhatAMethodThrowsDecidesTheOutcome) {
     using E = RMI_MethodException;
-    struct Case {
+    /// By whether the exception has a reason, and whether the method has set one itself.
+    const struct {
         int code;
-        std::string outcome;
+        const char* given;
+        const char* own;
+        const char* none;
+    } cases[] = {
+        {0, "error|why", "error|", "error|"},
+        {6, "success|success", "success|success", "success|success"},
+        {7, "error|why", "error|mine", "error|"},
+        {8, "no parameters|why", "no parameters|", "no parameters|"},
+        {9, "invalid parameters|why", "invalid parameters|", "invalid parameters|"},
+        {10, "too few parameters|why", "too few parameters|", "too few parameters|"},
+        {11, "too many parameters|why", "too many parameters|", "too many parameters|"},
+        {12, "error|why", "error|", "error|"},
     };
-    const Case cases[] = {
-        {0, "error|why"},
-        {6, "success|success"},
-        {7, "error|why"},
-        {8, "no parameters|why"},
-        {9, "invalid parameters|why"},
-        {10, "too few parameters|why"},
-        {11, "too many parameters|why"},
-        {12, "error|why"},
-    };
-    for (const Case& c : cases) {
-        const auto code = static_cast<E::ExceptionCode>(c.code);
-        EXPECT_EQ(invoking([&](auto&, auto&) { throw E(code, "why"); }).outcome(), c.outcome);
-        // The reason is there even if it is empty.
-        const Reply bare = invoking([&](auto&, auto&) { throw E(code); });
+    for (const auto& [number, given, own, none] : cases) {
+        const auto code = static_cast<E::ExceptionCode>(number);
+        const auto explain = [](xercesc::DOMElement& response) {
+            Xerces_SetAttribute(response, "reason", "mine");
+        };
+        EXPECT_EQ(invoking([&](auto& response) { explain(response), throw E(code, "why"); }).outcome(),
+                  given);
+        EXPECT_EQ(invoking([&](auto& response) { explain(response), throw E(code); }).outcome(), own);
+        const Reply bare = invoking([&](auto&) { throw E(code); });
         EXPECT_TRUE(bare.delivered);
-        EXPECT_NE(bare.text.find(c.code == 6 ? "reason=\"success\"" : "reason=\"\""), std::string::npos)
-            << c.code;
+        EXPECT_EQ(bare.outcome(), none);
+        EXPECT_THAT(bare.text, testing::HasSubstr(" reason=\"")) << "there even if it is empty";
     }
-    const Reply other = invoking([](auto&, auto&) { throw std::runtime_error("secret"); });
-    EXPECT_TRUE(other.delivered);
-    EXPECT_EQ(responseOf(other.text), R"(<Response name="M" response="error" type="method" uuid="own"/>)");
-}
-
-TEST_F(RequestHandler, AMethodMayExplainAGeneralFailureItself) {
-    using E = RMI_MethodException;
-    const auto explaining = [&](E::ExceptionCode code, const std::string& reason) {
-        return invoking([code, reason](auto&, xercesc::DOMElement& response) {
-                   Xerces_SetAttribute(response, "reason", "mine");
-                   throw E(code, reason);
-               })
-            .outcome();
-    };
-    EXPECT_EQ(explaining(E::GeneralFailure, ""), "error|mine");
-    EXPECT_EQ(explaining(E::GeneralFailure, "given"), "error|given");
-    EXPECT_EQ(explaining(E::TooFewParameters, ""), "too few parameters|");
-    // But not choose its words when it succeeds.
-    EXPECT_EQ(invoking([](auto&, xercesc::DOMElement& response) {
-                  Xerces_SetAttribute(response, "response", "great");
-                  Xerces_SetAttribute(response, "reason", "mine");
-              }).outcome(),
-              "success|success");
-}
-
-TEST_F(RequestHandler, FindsTheXmlInTheBody) {
-    const std::string bodies[] = {
-        good,
-        "CommandBody=" + good,
-        "a=b&CommandBody=" + good,
-        "<junk/>CommandBody=" + good,
-        good + "\0<junk>"s,
-        "<?xml version='1.0' encoding='UTF-8'?>\r\n" + good + "\r\n",
-    };
-    for (const std::string& body : bodies)
-        EXPECT_EQ(processBody(body).outcome(), "success|success") << body;
-    EXPECT_EQ(processBody("CommandBody=CommandBody=" + good).outcome(), "parseerror|");
-    EXPECT_EQ(processBody("\0CommandBody="s + good).outcome(), "success|success");
-    EXPECT_EQ(processBody("\0"s + good).outcome(), "parseerror|");
-}
-
-TEST_F(RequestHandler, TakesTheFirstElementsAtAnyDepth) {
-    std::string seen;
-    script.work = [&](xercesc::DOMElement& method, xercesc::DOMElement&) {
-        seen = Xerces_GetAttribute(method, "name");
-    };
-    processBody(envelope("<a><b><Request uuid='deep'><c><Method name='First'/></c><Method name='Second'/>"
-                         "</Request></b></a><Request uuid='flat'><Method name='Third'/></Request>"));
-    EXPECT_EQ(seen, "First");
-    ASSERT_GT(script.seen.size(), 3U);
-    EXPECT_EQ(script.seen[2], "guid deep of  [0]");
+    EXPECT_EQ(responseOf(invoking([](auto&) { throw std::runtime_error("secret"); }).text),
+              R"(<Response name="M" response="error" type="method" uuid="own"/>)");
+    const auto boast = [](auto& response) { Xerces_SetAttribute(response, "response", "great"); };
+    EXPECT_EQ(invoking(boast).outcome(), "success|success");
 }
 
 TEST_F(RequestHandler, CredentialsOfTheRequestReplaceThoseOfHttp) {
-    const auto userSeen = [&](const std::string& attributes) {
-        script.seen.clear();
-        processBody(call(attributes, "<Method name='M'/>"));
-        return script.seen[3];
-    };
-    EXPECT_EQ(userSeen(""), "user    [0]");
     peer.user = "http";
     peer.password = "secret";
-    EXPECT_EQ(userSeen(""), "user http secret  [0]");
-    EXPECT_EQ(userSeen("userName='' userPassword=''"), "user http secret  [0]");
-    EXPECT_EQ(userSeen("userName='xml'"), "user xml secret  [0]");
-    EXPECT_EQ(userSeen("userPassword='other'"), "user http other  [0]");
-}
-
-TEST_F(RequestHandler, ReadsThePortLikeAtol) {
-    const auto invokeSeen = [&](const std::string& port) {
-        script.seen.clear();
-        processBody(call("snmpPort='" + port + "'", "<Method name='M'/>"));
-        return script.seen[4];
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "user http secret [0]"},
+        {"userName='' userPassword=''", "user http secret [0]"},
+        {"userName='xml'", "user xml secret [0]"},
+        {"userPassword='other'", "user http other [0]"},
     };
-    EXPECT_EQ(invokeSeen("0"), "invoke [0]");
-    EXPECT_EQ(invokeSeen(" 162x"), "invoke [162]");
-    EXPECT_EQ(invokeSeen("x"), "invoke [0]");
+    for (const auto& [attributes, seen] : cases) {
+        script.seen.clear();
+        processBody(call(attributes, "<Method name='M'/>"));
+        EXPECT_EQ(script.seen[3], seen);
+    }
 }
 
-TEST_F(RequestHandler, NamesComeBackAsTheyWere) {
-    script.known = false;
-    const std::string name = "a\"<>&'\t\n\r\xc3\xa9\xf0\x9f\x98\x80";
-    EXPECT_EQ(processBody(call("", "<Method name='a&quot;&lt;>&amp;&apos;&#9;&#10;&#13;\xc3\xa9&#x1F600;'/>"))
-                  .attribute("name"),
-              name);
-    // A byte that no text can hold has its place in the private range, on both ways.
+TEST_F(RequestHandler, NothingEndsATextEarly) {
+    script.refuses = "create";
+    // A byte that no text can hold has its place in the private range, on both ways; a zero byte has none.
     EXPECT_EQ(processBody(call("", "<Method name='&#xEFFF;&#xEF01;'/>")).attribute("name"), "\xff\x01");
     EXPECT_EQ(script.seen.back(), "create \xff\x01");
-    // But nothing can end a name early.
     processBody(call("", "<Method name='M&#xEF00;x'/>"));
     EXPECT_EQ(script.seen.back(), "create M\xee\xbc\x80x");
+    // In the body it ends what is XML, but not what is looked at for the form's field.
+    EXPECT_EQ(processBody("\0CommandBody="s + good).outcome(), "unknown method|no methods implemented");
+    EXPECT_EQ(processBody("\0"s + good).outcome(), "parseerror|");
 }
 
 TEST_F(RequestHandler, WithoutInputsThereIsThePlainFailure) {
     RMI_RequestHandler handler;
     EXPECT_FALSE(handler.registerMethodFactory(nullptr));
-    const std::string body = good;
     const auto plain = [&](RMI_PeerVerifyHandler* p, const std::string* b) {
         char* text = nullptr;
         unsigned length = 0;
@@ -327,10 +225,8 @@ TEST_F(RequestHandler, WithoutInputsThereIsThePlainFailure) {
         EXPECT_STREQ(text, "RMI: failed to process");
         EXPECT_EQ(length, 22U);
     };
-    plain(nullptr, &body);
+    plain(nullptr, &good);
     plain(&peer, nullptr);
-
-    // An agent without methods answers all the same.
     EXPECT_EQ(process(nullptr, good, Socket_Socket::ENCRYPTION_NONE, &peer).outcome(),
               "unknown method|no methods implemented");
 }
