@@ -17,6 +17,8 @@ public:
     Host_Answer(Value value) : value_(std::move(value)) {}
     static Host_Answer failure(int error) { return Host_Answer(error, Failed()); }
 
+    bool operator==(const Host_Answer&) const = default;
+
     explicit operator bool() const { return value_.has_value(); }
     /// Only of an answer, not of a failure.
     Value& operator*() { return *value_; }

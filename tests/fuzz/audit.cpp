@@ -1,5 +1,6 @@
 #include "audit/Storage_HostSystem.h"
 #include "audit/System_HostText.h"
+#include "host/Host_RecordingHost.h"
 #include "storage/Storage_CheckVersion.h"
 #include "storage/Storage_Levels.h"
 #include "xml/Xerces_Document.h"
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 namespace {
@@ -54,6 +56,11 @@ void checkHostText(const std::string& text) {
     const std::optional<std::string> domain = System_DomainOfResolver(text);
     require(!domain || (!domain->empty() && domain->find('\n') == std::string::npos));
     Storage_ReleaseHasVersion(text, "2.6");
+    Host_WithoutSecrets(text);
+    try {
+        Host_ParseRecord(text);
+    } catch (const std::runtime_error&) { // refused
+    }
 }
 
 } // namespace

@@ -101,8 +101,9 @@ void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOpti
                           std::function<Ctl_Request()> build, Ctl_Action& chosen, Ctl_View view,
                           std::function<void()> finish) {
     Ctl_AddAgentOptions(command, *options);
-    command.callback(
-        [options, build = std::move(build), view = std::move(view), finish = std::move(finish), &chosen] {
+    command.callback([options, build = std::move(build), view = std::move(view), finish = std::move(finish),
+                      &chosen] {
+        if (!chosen) // a subcommand of this one comes first
             chosen = [options, build, view, finish] { return callAndShow(*options, build, view, finish); };
-        });
+    });
 }

@@ -1,6 +1,7 @@
 #include "qdvctl/Ctl_Host.h"
 
 #include "qdvctl/Ctl_AgentCommand.h"
+#include "qdvctl/Ctl_HostCapture.h"
 #include "qdvctl/Ctl_Text.h"
 
 #include <CLI/CLI.hpp>
@@ -71,4 +72,5 @@ void Ctl_AddHost(CLI::App& app, Ctl_Action& chosen) {
     Ctl_MakeAgentCommand(
         *command, std::make_shared<Ctl_AgentOptions>(), [] { return Ctl_RequestFor("GetHostSummary"); },
         chosen, Ctl_DescribeHost);
+    Ctl_AddHostCapture(*command, chosen);
 }

@@ -5,6 +5,7 @@
 //   Ctl_Command.h       the list of subcommands; each has a file of its own:
 //     Ctl_Ping, Ctl_Call, Ctl_Verbose, Ctl_SSL    call an agent
 //     Ctl_Host, Ctl_Audit, Ctl_ActionCommand      have it audit its host, and run scripts
+//     Ctl_HostCapture                             records this machine, as a case for tests of the audits
 //     Ctl_Serve                                   answers an agent's calls
 //     Ctl_Config                                  checks and shows configuration files
 //   Ctl_AgentCommand    what all commands that call an agent share: call, show the reply, exit status

@@ -10,10 +10,12 @@
 
 namespace {
 
-/// What a host summary says of the recorded host.
+/// What a host summary says of the recorded host, which a request hands on to it.
 std::string summaryOf(Host_Host& host) {
+    const auto request = Storage_FactoryAllocateShare();
+    request->setHost(host);
     const auto summary = Storage_FactoryAllocateHostSystem();
-    summary->setHost(host);
+    EXPECT_TRUE(summary->copyAuditParameters(request.get()));
     EXPECT_TRUE(summary->prepareForAudit());
     EXPECT_TRUE(summary->audit());
     return formOf(*summary) + "\n";

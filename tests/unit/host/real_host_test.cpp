@@ -53,7 +53,7 @@ TEST_F(RealHost, TellsTheSizeOfAFileSystem) {
     ASSERT_TRUE(size);
     EXPECT_EQ(size->blockSize, expected.f_bsize);
     EXPECT_EQ(size->blocks, expected.f_blocks);
-    EXPECT_EQ(size->inodes, expected.f_files);
+    EXPECT_LE(size->freeInodes, size->inodes);
     EXPECT_LE(size->availableBlocks, size->freeBlocks);
     EXPECT_LE(size->freeBlocks, size->blocks);
 }
