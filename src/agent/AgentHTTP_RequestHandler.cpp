@@ -1,6 +1,6 @@
 #include "agent/AgentHTTP_RequestHandler.h"
 
-#include "base/String_Functions.h"
+#include "base/Secret_Text.h"
 #include "methods/AgentRMI_MethodFactory.h"
 #include "net/HTTP_File.h"
 #include "rmi/AgentHTTP_PeerVerifyHandler.h"
@@ -23,12 +23,6 @@ constexpr std::string_view methodUri = "/nxCommand";
 bool replyWithoutBody(HTTP_File& file, HTTP_Return_Code code) {
     return file.sendReply(code, HTTP_CONTENT_TYPE_TEXT_HTML, nullptr, 0);
 }
-
-/// A request's body, wiped when it goes: a password may be in it.
-struct RequestText {
-    std::string text;
-    ~RequestText() { nxWipeText(text); }
-};
 
 struct Reply {
     std::unique_ptr<char[]> text;
@@ -75,8 +69,8 @@ bool AgentHTTP_RequestHandler::handlePost(HTTP_File* file, bool& keepFile) {
 
     std::optional<Reply> reply;
     try {
-        RequestText request{std::string(body, static_cast<std::size_t>(length))};
-        reply = callMethod(*file, peer, request.text);
+        const Secret_Text request(std::string_view(body, static_cast<std::size_t>(length)));
+        reply = callMethod(*file, peer, request.asString());
     } catch (...) {
         reply.reset();
     }

@@ -2,6 +2,7 @@
 
 #include "base/File_Descriptor.h"
 #include "base/File_Operations.h"
+#include "base/Secret_Text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -48,9 +49,8 @@ void syncDirectoryOf(const std::string& path) {
         fsync(opened.get());
 }
 
-} // namespace
-
-bool File_ReadWhole(const char* path, std::string& contents, std::size_t maximum) {
+template <typename Text>
+bool readWhole(const char* path, Text& contents, std::size_t maximum) {
     const File_Descriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     if (!file)
         return false;
@@ -71,6 +71,16 @@ bool File_ReadWhole(const char* path, std::string& contents, std::size_t maximum
             return true;
         }
     }
+}
+
+} // namespace
+
+bool File_ReadWhole(const char* path, std::string& contents, std::size_t maximum) {
+    return readWhole(path, contents, maximum);
+}
+
+bool File_ReadWhole(const char* path, Secret_Text& contents, std::size_t maximum) {
+    return readWhole(path, contents, maximum);
 }
 
 bool File_WriteAtomically(const char* path, const char* suffix, std::string_view contents, mode_t mode) {

@@ -5,11 +5,14 @@
 #include <string_view>
 #include <sys/types.h>
 
+class Secret_Text;
+
 /// Whole files. Both give false on failure, with the cause in `errno`.
 
 /// Replaces `contents` by the file's; after a failure they are unspecified. A file of more than `maximum`
 /// bytes is refused with EFBIG once that many were read. Never waits for the writer of a pipe.
 bool File_ReadWhole(const char* path, std::string& contents, std::size_t maximum);
+bool File_ReadWhole(const char* path, Secret_Text& contents, std::size_t maximum);
 
 /// Replaces the file, or makes it, so that at every moment, also after a crash of the process or the machine,
 /// the path names either all of the old contents or all of the new. The new ones go to a new file, `path` +

@@ -3,12 +3,12 @@
 #include "base/File_Contents.h"
 #include "base/File_Descriptor.h"
 #include "base/File_Operations.h"
+#include "base/Secret_Text.h"
 #include "base/String_Functions.h"
 #include "log/Debug_Printf.h"
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 
-#include <cstring>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -20,29 +20,6 @@ constexpr mode_t NewFileMode = 0660;
 
 /// Far beyond any honest configuration; keeps a wrong file from filling the memory.
 constexpr std::size_t MaximumFileSize = std::size_t(16) << 20;
-
-/// Text that may hold a password, overwritten when it goes.
-class SecretText {
-public:
-    SecretText() = default;
-    SecretText(const SecretText&) = delete;
-    SecretText& operator=(const SecretText&) = delete;
-    ~SecretText() { nxWipeText(text); }
-
-    std::string text;
-};
-
-class SecretBufferDeleter {
-public:
-    explicit SecretBufferDeleter(unsigned length) : length_(length) {}
-    void operator()(char* buffer) const {
-        explicit_bzero(buffer, length_);
-        std::default_delete<char[]>()(buffer);
-    }
-
-private:
-    unsigned length_;
-};
 
 } // namespace
 
@@ -64,11 +41,10 @@ bool _Base_Config_File::findFile() {
 }
 
 bool _Base_Config_File::readFile() {
-    SecretText contents;
-    if (!File_ReadWhole(getFilePathname().c_str(), contents.text, MaximumFileSize))
+    Secret_Text contents;
+    if (!File_ReadWhole(getFilePathname().c_str(), contents, MaximumFileSize))
         return failOnPath("read");
-    xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(contents.text.data()),
-                                      contents.text.size(), "");
+    xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(contents.data()), contents.size(), "");
     return configParse(source) && succeed();
 }
 
@@ -76,16 +52,15 @@ bool _Base_Config_File::writeFile() {
     char* serialized = nullptr;
     unsigned length = 0;
     const bool done = configSerialize(serialized, length);
-    const std::unique_ptr<char[], SecretBufferDeleter> buffer(serialized, SecretBufferDeleter(length));
+    const Secret_Text text = Secret_Text::take(std::unique_ptr<char[]>(serialized), length);
     if (!done)
         return false;
-    if (!buffer)
+    if (serialized == nullptr)
         return fail("there is nothing to write");
     // It could not be read again.
     if (length > MaximumFileSize)
         return fail("it has grown too large");
-    if (!File_WriteAtomically(getFilePathname().c_str(), TemporarySuffix,
-                              std::string_view(buffer.get(), length), NewFileMode))
+    if (!File_WriteAtomically(getFilePathname().c_str(), TemporarySuffix, text.view(), NewFileMode))
         return failOnPath("write");
     return succeed();
 }

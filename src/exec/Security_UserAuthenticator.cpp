@@ -1,8 +1,8 @@
 #include "exec/Security_UserAuthenticator.h"
 
+#include "base/Secret_Text.h"
 #include "exec/Security_PAMAuthenticator.h"
 
-#include <cstring>
 #include <memory>
 #include <mutex>
 
@@ -10,16 +10,6 @@ namespace {
 
 std::mutex instanceMutex;
 std::unique_ptr<Security_UserAuthenticator> instance; // guarded by instanceMutex
-
-/// A text that leaves nothing of itself in memory.
-struct WipedText {
-    explicit WipedText(const char* source) : text(source != nullptr ? source : "") {}
-    WipedText(const WipedText&) = delete;
-    WipedText& operator=(const WipedText&) = delete;
-    ~WipedText() { explicit_bzero(text.data(), text.size()); }
-
-    std::string text;
-};
 
 } // namespace
 
@@ -36,7 +26,7 @@ void Security_UserAuthenticator::Destroy() {
 }
 
 Security_AuthResult nxValidateSystemUser(const char* user, const char* password) {
-    const WipedText secret(password);
+    const Secret_Text secret(password != nullptr ? password : "");
     return Security_UserAuthenticator::Instance(0)->validateSystemUser(user != nullptr ? user : "",
-                                                                       secret.text);
+                                                                       secret.asString());
 }

@@ -2,14 +2,9 @@
 
 #include "host/Host_Host.h"
 
-#include <cstring>
+#include <string_view>
 
-Auditable_Auditable::~Auditable_Auditable() {
-    if (!parameters_)
-        return;
-    for (auto& parameter : *parameters_)
-        explicit_bzero(parameter.second.data(), parameter.second.size());
-}
+Auditable_Auditable::~Auditable_Auditable() = default;
 
 const char* Auditable_Auditable::getAuditParameterValue(const char* key) const {
     if (key == nullptr || !parameters_)
@@ -23,7 +18,7 @@ bool Auditable_Auditable::setAuditParameterValue(const char* key, const char* va
         return false;
     if (!parameters_)
         parameters_ = std::make_unique<Parameters>();
-    parameters_->try_emplace(key, value);
+    parameters_->try_emplace(key, std::string_view(value));
     return true;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Secret_Text.h"
+
 #include <map>
 #include <memory>
 #include <string>
@@ -41,7 +43,7 @@ public:
     void setHost(Host_Host& host) { host_ = &host; }
 
 private:
-    using Parameters = std::map<std::string, std::string, std::less<>>;
+    using Parameters = std::map<std::string, Secret_Text, std::less<>>;
 
     bool auditResult_ = false;
     bool audited_ = false;

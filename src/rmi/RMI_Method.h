@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Secret_Text.h"
 #include "net/Socket_Socket.h"
 #include "xml/Xerces_Types.h"
 
@@ -18,7 +19,6 @@ public:
 
     /// Whether the request must carry this agent's identity.
     virtual bool checkForValidGuid() = 0;
-    /// Wipes the password.
     virtual ~RMI_Method();
 
     virtual const char* getMethodName() const { return methodName_.c_str(); }
@@ -75,7 +75,7 @@ private:
     std::string fsType_;
     std::string hostTarget_;
     std::string userName_;
-    std::string userPassword_;
+    Secret_Text userPassword_;
     std::string vsamName_;
     bool requireUserAuthentication_ = false;
     bool encProtoShouldVerifyPeer_ = false;

@@ -40,10 +40,8 @@ Ctl_Node parameter(const char* name, std::string text) {
 void addUser(Ctl_AgentOptions& agent, Ctl_Request& request) {
     if (agent.user.empty())
         throw Ctl_Failure(Ctl_WrongUsage, "--user is needed: the system user as whom the script runs");
-    const Ctl_Password password = agent.passwordDescriptor < 0 ? Ctl_AskPassword(agent.user)
-                                                               : Ctl_ReadPassword(agent.passwordDescriptor);
+    request.systemPassword = Ctl_ObtainPassword(agent.user, agent.passwordDescriptor);
     request.parameters.push_back(parameter("sysuserid", agent.user));
-    request.parameters.push_back(parameter("syspwd", password.text()));
     agent.user.clear();
 }
 

@@ -1,6 +1,5 @@
 #include "qdvctl/Ctl_AgentClient.h"
 
-#include "base/String_Functions.h"
 #include "net/AgentSSL_Factory.h"
 #include "net/HTTP_Session.h"
 #include "qdvctl/Ctl_Failure.h"
@@ -19,35 +18,13 @@ constexpr const char* userAgent = "qdvctl";
 constexpr const char* methodUri = "/nxCommand";
 using Clock = std::chrono::steady_clock;
 
-/// Wipes a text that holds a password when its scope ends.
-struct WipeGuard {
-    std::string& text;
-    ~WipeGuard() { nxWipeText(text); }
-};
-
-/// Parameters carry passwords too.
-struct WipeParametersGuard {
-    std::vector<Ctl_Node>& nodes;
-    ~WipeParametersGuard() { wipe(nodes); }
-
-    static void wipe(std::vector<Ctl_Node>& nodes) {
-        for (Ctl_Node& node : nodes) {
-            nxWipeText(node.text);
-            wipe(node.children);
-        }
-    }
-};
-
 void obtainPassword(const Ctl_AgentOptions& options, Ctl_Request& request) {
     if (options.user.empty())
         return;
     if (!options.tls)
         throw Ctl_Failure(Ctl_WrongUsage,
                           "--user needs --tls: the password would cross the network in clear");
-    const Ctl_Password password = options.passwordDescriptor < 0
-                                      ? Ctl_AskPassword(options.user)
-                                      : Ctl_ReadPassword(options.passwordDescriptor);
-    request.userPassword = password.text();
+    request.userPassword = Ctl_ObtainPassword(options.user, options.passwordDescriptor);
 }
 
 std::string describeStatus(int status) {
@@ -83,15 +60,12 @@ Ctl_Reply Ctl_AgentClient::call(Ctl_Request request) const {
     request.uuid = options_.uuid;
     request.hostTarget = options_.hostTarget;
     request.userName = options_.user;
-    const WipeGuard wipePassword{request.userPassword};
-    const WipeParametersGuard wipeParameters{request.parameters};
     obtainPassword(options_, request);
-    std::string body = Ctl_BuildRequest(request);
-    const WipeGuard wipeBody{body};
+    const Secret_Text body = Ctl_BuildRequest(request);
 
     Ctl_Reply reply;
     const auto start = Clock::now();
-    reply.body = post(body);
+    reply.body = post(body.view());
     reply.duration = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
     try {
         reply.response = Ctl_ParseReply(reply.body);
@@ -101,7 +75,7 @@ Ctl_Reply Ctl_AgentClient::call(Ctl_Request request) const {
     return reply;
 }
 
-std::string Ctl_AgentClient::post(const std::string& body) const {
+std::string Ctl_AgentClient::post(std::string_view body) const {
     const auto session = HTTP_FactoryAllocateSession(userAgent);
     HTTP_Route route;
     route.target = {address_.host, address_.port};

@@ -32,7 +32,7 @@ public:
     std::string name() const;
 
 private:
-    std::string post(const std::string& body) const;
+    std::string post(std::string_view body) const;
     [[noreturn]] void failWithoutReply() const;
 
     const Ctl_AgentOptions& options_;

@@ -1,14 +1,13 @@
 #include "qdvctl/Ctl_ConfigFiles.h"
 
 #include "base/File_Operations.h"
-#include "base/String_Functions.h"
+#include "base/Secret_Text.h"
 #include "config/AgentConfig_Configuration.h"
 #include "config/AgentConfig_Guid.h"
 #include "config/Config_File.h"
 #include "net/HTTP_AddressPortPair.h"
 #include "xml/Xerces_Document.h"
 
-#include <cstring>
 #include <memory>
 #include <set>
 #include <string_view>
@@ -62,7 +61,7 @@ void warnOfReaders(std::vector<std::string>& warnings, const std::string& path) 
 void hidePassword(Ctl_Node& node) {
     for (auto& [name, value] : node.attributes)
         if (name == passwordAttribute && !value.empty()) {
-            nxWipeText(value);
+            Secret_Text::take(std::move(value)); // wipes it
             value = shownPassword;
         }
     for (Ctl_Node& child : node.children)
@@ -74,11 +73,10 @@ Ctl_Node usedValues(Config_Configuration& configuration) {
     char* text = nullptr;
     unsigned length = 0;
     const bool written = configuration.serialize(text, length);
-    const std::unique_ptr<char[]> owner(text);
-    if (!written || text == nullptr)
+    const Secret_Text secret = Secret_Text::take(std::unique_ptr<char[]>(text), length);
+    if (!written)
         return {};
-    const Xerces_DocumentPtr document = Xerces_Parse(std::string_view(text, length), "configuration");
-    explicit_bzero(text, length);
+    const Xerces_DocumentPtr document = Xerces_Parse(secret.view(), "configuration");
     if (!document)
         return {};
     Ctl_Node node = Ctl_ReadElement(*Xerces_Root(*document));

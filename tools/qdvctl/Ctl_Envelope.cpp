@@ -13,11 +13,10 @@ struct RequestAttribute {
     const char* name;
     std::string Ctl_Request::*member;
 };
-constexpr std::array<RequestAttribute, 4> requestAttributes{{
+constexpr std::array<RequestAttribute, 3> requestAttributes{{
     {"uuid", &Ctl_Request::uuid},
     {"hostTarget", &Ctl_Request::hostTarget},
     {"userName", &Ctl_Request::userName},
-    {"userPassword", &Ctl_Request::userPassword},
 }};
 
 [[noreturn]] void refuse(const std::string& what, const std::string& why) {
@@ -85,16 +84,23 @@ std::vector<Ctl_Node> Ctl_ParseParameters(std::string_view text, const std::stri
     return Ctl_ReadElement(*Xerces_Root(*document)).children;
 }
 
-std::string Ctl_BuildRequest(const Ctl_Request& request) {
+Secret_Text Ctl_BuildRequest(const Ctl_Request& request) {
     RMI_Request document(request.method);
     for (const RequestAttribute& attribute : requestAttributes)
         if (const std::string& value = request.*attribute.member; !value.empty())
             Xerces_SetAttribute(document.request(), attribute.name, value);
+    if (!request.userPassword.empty())
+        Xerces_SetAttribute(document.request(), "userPassword", request.userPassword.view());
     for (const auto& [name, value] : request.methodAttributes)
         Xerces_SetAttribute(document.method(), name.c_str(), value);
     for (const Ctl_Node& parameter : request.parameters)
         Ctl_WriteNode(document.method(), parameter);
-    return checkWritten(document.serialize());
+    if (request.systemPassword) {
+        xercesc::DOMElement& password = Xerces_AppendElement(document.method(), "MethodParameter");
+        Xerces_SetAttribute(password, "name", "syspwd");
+        Xerces_AppendText(password, request.systemPassword->view());
+    }
+    return Secret_Text::take(checkWritten(document.serialize()));
 }
 
 Ctl_Node Ctl_ParseReply(std::string_view body) {

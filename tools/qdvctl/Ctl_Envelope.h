@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Secret_Text.h"
 #include "qdvctl/Ctl_Node.h"
 
 #include <optional>
@@ -17,7 +18,8 @@ struct Ctl_Request {
     std::string uuid;
     std::string hostTarget;
     std::string userName;
-    std::string userPassword;
+    Secret_Text userPassword;
+    std::optional<Secret_Text> systemPassword; ///< of the user as whom an action runs, a parameter
     std::vector<std::pair<std::string, std::string>> methodAttributes; ///< of Method, besides its name
     std::vector<Ctl_Node> parameters;                                  ///< below Method
 };
@@ -32,7 +34,7 @@ Ctl_Node Ctl_ParseParameter(const std::string& argument);
 std::vector<Ctl_Node> Ctl_ParseParameters(std::string_view text, const std::string& source);
 
 /// Attributes that are empty are left out.
-std::string Ctl_BuildRequest(const Ctl_Request& request);
+Secret_Text Ctl_BuildRequest(const Ctl_Request& request);
 /// The Response element of an agent's reply.
 Ctl_Node Ctl_ParseReply(std::string_view body);
 

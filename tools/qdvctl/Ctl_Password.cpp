@@ -1,7 +1,6 @@
 #include "qdvctl/Ctl_Password.h"
 
 #include "base/File_Descriptor.h"
-#include "base/String_Functions.h"
 #include "qdvctl/Ctl_Failure.h"
 #include "qdvctl/Ctl_Text.h"
 
@@ -93,57 +92,38 @@ private:
 /// Byte by byte, since what follows the line belongs to others. Nothing if not even a line end could be read,
 /// or `mayRead`, asked before each byte, says no.
 template <typename MayRead>
-std::optional<Ctl_Password> readLine(int descriptor, MayRead mayRead) {
-    std::string line;
-    line.reserve(longestPassword); // so that no copy is left behind in memory given back
+std::optional<Secret_Text> readLine(int descriptor, MayRead mayRead) {
+    Secret_Text line;
     bool any = false;
-    for (char byte = 0; line.size() < longestPassword; line.push_back(byte)) {
+    for (char byte = 0; line.size() < longestPassword; line.append(byte)) {
         if (!mayRead()) {
             any = false;
             break;
         }
-        const ssize_t count = read(descriptor, &byte, 1);
+        const ssize_t count = ::read(descriptor, &byte, 1);
         if (count <= 0)
             break;
         any = true;
         if (byte == '\n')
             break;
     }
-    Ctl_Password password(std::move(line));
     if (!any)
         return std::nullopt;
-    return password;
+    return line;
 }
 
-} // namespace
-
-Ctl_Password::Ctl_Password(Ctl_Password&& other) noexcept : text_(std::move(other.text_)) {
-    nxWipeText(other.text_);
-}
-
-Ctl_Password& Ctl_Password::operator=(Ctl_Password&& other) noexcept {
-    if (this != &other) {
-        nxWipeText(text_);
-        text_.swap(other.text_);
-    }
-    return *this;
-}
-
-Ctl_Password::~Ctl_Password() {
-    nxWipeText(text_);
-}
-
-Ctl_Password Ctl_AskPassword(const std::string& user) {
-    const File_Descriptor terminal(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
+/// On the terminal that controls the process, also when standard input and output go elsewhere.
+Secret_Text askPassword(const std::string& user) {
+    const File_Descriptor terminal(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
     if (!terminal)
         throw Ctl_Failure(Ctl_WrongUsage,
                           "no terminal to ask for the password on; give it with --password-fd");
-    std::optional<Ctl_Password> password;
+    std::optional<Secret_Text> password;
     {
         const SignalGuard signals;
         const EchoGuard silence(terminal.get());
         const std::string prompt = "Password of " + Ctl_Printable(user) + ": ";
-        if (write(terminal.get(), prompt.data(), prompt.size()) == static_cast<ssize_t>(prompt.size()))
+        if (::write(terminal.get(), prompt.data(), prompt.size()) == static_cast<ssize_t>(prompt.size()))
             password = readLine(terminal.get(), [&] { return signals.waitFor(terminal.get()); });
     }
     if (!password)
@@ -151,10 +131,16 @@ Ctl_Password Ctl_AskPassword(const std::string& user) {
     return std::move(*password);
 }
 
-Ctl_Password Ctl_ReadPassword(int descriptor) {
-    std::optional<Ctl_Password> password = readLine(descriptor, [] { return true; });
+Secret_Text readPassword(int descriptor) {
+    std::optional<Secret_Text> password = readLine(descriptor, [] { return true; });
     if (!password)
         throw Ctl_Failure(Ctl_WrongUsage,
                           "no password can be read from descriptor " + std::to_string(descriptor));
     return std::move(*password);
+}
+
+} // namespace
+
+Secret_Text Ctl_ObtainPassword(const std::string& user, int descriptor) {
+    return descriptor < 0 ? askPassword(user) : readPassword(descriptor);
 }
