@@ -29,7 +29,7 @@ std::string checkWritten(std::string text) {
     return text;
 }
 
-RMI_Envelope open(std::string_view text, const char* content, const std::string& what) {
+RMI_Envelope openEnvelope(std::string_view text, const char* content, const std::string& what) {
     RMI_Envelope envelope = RMI_OpenEnvelope(text, content, what.c_str());
     if (envelope.flaw != RMI_Flaw::None)
         refuse(what, envelope.complaint);
@@ -104,12 +104,12 @@ Secret_Text Ctl_BuildRequest(const Ctl_Request& request) {
 }
 
 Ctl_Node Ctl_ParseReply(std::string_view body) {
-    return Ctl_ReadElement(*open(body, RMI_ResponseName, "the reply").content);
+    return Ctl_ReadElement(*openEnvelope(body, RMI_ResponseName, "the reply").content);
 }
 
 Ctl_Request Ctl_ParseCall(std::string_view body) {
     const std::string what = "the call";
-    const RMI_Envelope envelope = open(RMI_XmlInBody(body), RMI_RequestName, what);
+    const RMI_Envelope envelope = openEnvelope(RMI_XmlInBody(body), RMI_RequestName, what);
     const xercesc::DOMElement* method = RMI_FindMethod(*envelope.content);
     if (method == nullptr)
         refuse(what, "it has no element Method");
