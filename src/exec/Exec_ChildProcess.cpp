@@ -1,14 +1,18 @@
 #include "exec/Exec_ChildProcess.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdint>
 #include <mutex>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -24,18 +28,59 @@ constexpr int pollingShare = 8;
 constexpr milliseconds shortestPause{1};
 constexpr milliseconds longestPause{50};
 
-std::mutex leftBehindMutex;
-std::vector<pid_t> leftBehind; // children that could not be ended in time; guarded by leftBehindMutex
+/// Every child of the process that has not been reaped.
+class Children {
+public:
+    void add(pid_t pid) {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(leftBehind_, [](pid_t one) { return waitpid(one, nullptr, WNOHANG) != 0; });
+        running_.push_back(pid);
+        if (ending_)
+            end(pid);
+    }
 
-void leaveBehind(pid_t pid) {
-    const std::lock_guard lock(leftBehindMutex);
-    leftBehind.push_back(pid);
-}
+    /// Under the lock, so that no number is killed that has been given to another process meanwhile.
+    pid_t reap(pid_t pid, int& status) {
+        const std::lock_guard lock(mutex_);
+        const pid_t reaped = waitpid(pid, &status, WNOHANG);
+        if (reaped != 0)
+            std::erase(running_, pid);
+        return reaped;
+    }
 
-void reapLeftBehind() {
-    const std::lock_guard lock(leftBehindMutex);
-    std::erase_if(leftBehind, [](pid_t pid) { return waitpid(pid, nullptr, WNOHANG) != 0; });
-}
+    void leaveBehind(pid_t pid) {
+        const std::lock_guard lock(mutex_);
+        std::erase(running_, pid);
+        leftBehind_.push_back(pid);
+    }
+
+    void endAll() {
+        const std::lock_guard lock(mutex_);
+        ending_ = true;
+        const std::uint64_t one = 1;
+        static_cast<void>(!write(wakeUp_.get(), &one, sizeof one));
+        std::for_each(running_.begin(), running_.end(), end);
+    }
+
+    bool areEnding() const { return ending_; }
+    /// Can be read, for good, once all are to end.
+    int wakeUp() const { return wakeUp_.get(); }
+
+    /// A child that has just been started may not lead its group yet.
+    static void end(pid_t pid) {
+        kill(pid, SIGKILL);
+        kill(-pid, SIGKILL);
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<pid_t> running_;    // guarded by mutex_
+    std::vector<pid_t> leftBehind_; // children that could not be ended in time; guarded by mutex_
+    std::atomic<bool> ending_ = false;
+    File_Descriptor wakeUp_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+};
+
+Children children;
 
 /// Rounded up, so that a wait never wakes just before its end only to wait again.
 int pollTimeout(Exec_ChildProcess::Clock::duration left) {
@@ -46,7 +91,7 @@ int pollTimeout(Exec_ChildProcess::Clock::duration left) {
 } // namespace
 
 Exec_ChildProcess::Exec_ChildProcess(pid_t pid, Watch watch) : pid_(pid), started_(Clock::now()) {
-    reapLeftBehind();
+    children.add(pid);
     // Such descriptors are close-on-exec without being asked.
     if (watch == Watch::Descriptor)
         descriptor_.reset(static_cast<int>(syscall(SYS_pidfd_open, pid, 0U)));
@@ -56,11 +101,11 @@ Exec_ChildProcess::~Exec_ChildProcess() {
     if (pid_ == 0)
         return;
     endGroup();
-    if (wait(File_Descriptor::None, Clock::now() + endingTime) == Wake::Ended) {
+    if (waitFor(File_Descriptor::None, File_Descriptor::None, Clock::now() + endingTime) == Wake::Ended) {
         int status = 0;
         reap(status);
     } else {
-        leaveBehind(pid_);
+        children.leaveBehind(pid_);
     }
 }
 
@@ -76,7 +121,19 @@ milliseconds Exec_ChildProcess::nextPause(Clock::time_point now) const {
     return std::clamp(share, shortestPause, longestPause);
 }
 
+void Exec_ChildProcess::endAll() {
+    children.endAll();
+}
+
+bool Exec_ChildProcess::areAllEnding() {
+    return children.areEnding();
+}
+
 Exec_ChildProcess::Wake Exec_ChildProcess::wait(int output, Clock::time_point until) {
+    return waitFor(output, children.wakeUp(), until);
+}
+
+Exec_ChildProcess::Wake Exec_ChildProcess::waitFor(int output, int stopSignal, Clock::time_point until) {
     for (;;) {
         const Clock::time_point now = Clock::now();
         Clock::duration left = until - now;
@@ -84,11 +141,13 @@ Exec_ChildProcess::Wake Exec_ChildProcess::wait(int output, Clock::time_point un
             left = std::min<Clock::duration>(left, nextPause(now));
 
         // poll skips entries with a negative descriptor.
-        pollfd watched[] = {{descriptor_.get(), POLLIN, 0}, {output, POLLIN, 0}};
+        pollfd watched[] = {{descriptor_.get(), POLLIN, 0}, {output, POLLIN, 0}, {stopSignal, POLLIN, 0}};
         if (descriptor_ || !hasEnded())
             poll(watched, std::size(watched), pollTimeout(left));
         if (watched[0].revents != 0 || (!descriptor_ && hasEnded()))
             return Wake::Ended;
+        if (watched[2].revents != 0)
+            return Wake::Stopping;
         if (now >= until)
             return Wake::Deadline;
         if (watched[1].revents != 0)
@@ -97,16 +156,13 @@ Exec_ChildProcess::Wake Exec_ChildProcess::wait(int output, Clock::time_point un
 }
 
 bool Exec_ChildProcess::reap(int& status) {
-    pid_t reaped = -1;
-    do
-        reaped = waitpid(pid_, &status, 0);
-    while (reaped == -1 && errno == EINTR);
-    if (reaped == -1 || WIFEXITED(status) || WIFSIGNALED(status))
-        pid_ = 0;
-    return reaped != -1;
+    siginfo_t ignored{};
+    while (waitid(P_PID, static_cast<id_t>(pid_), &ignored, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
+    }
+    return children.reap(std::exchange(pid_, 0), status) != -1;
 }
 
-void Exec_ChildProcess::endGroup() {
+void Exec_ChildProcess::endGroup() const {
     if (pid_ != 0)
-        kill(-pid_, SIGKILL);
+        Children::end(pid_);
 }

@@ -15,9 +15,10 @@ constexpr std::chrono::milliseconds Exec_MaximumRunTime = std::chrono::hours(1);
 ///
 /// `program` is an absolute path; `argv` holds `argc` arguments without the program's name. The program gets
 /// the user's primary group and no other, the agent's environment, current directory, standard input and
-/// output, default signal handling, and a process group of its own. What it started and left running is left
-/// alone, unless it ran too long itself. Of its standard error the first 254 bytes come back in the text of a
-/// non-zero exit status. Thread-safe; throws nothing but std::bad_alloc: whatever happens is in the result.
+/// output, a session of its own, and default signal handling, scheduling and out-of-memory score. What it
+/// started and left running is left alone, unless it had to be ended itself, at its time limit or because the
+/// agent stops. Of its standard error the first 254 bytes come back in the text of a non-zero exit status,
+/// zero bytes as blanks. Thread-safe; throws nothing but std::bad_alloc: whatever happens is in the result.
 /// The password is not kept, logged or handed to the child.
 Exec_ExecResult nxExecProgramAsUser(const char* program, int argc, char* const* argv, const char* user,
                                     const char* password);

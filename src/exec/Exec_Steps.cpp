@@ -2,6 +2,7 @@
 
 #include "base/String_Functions.h"
 #include "exec/Exec_ChildProcess.h"
+#include "exec/Exec_ChildStart.h"
 #include "exec/Exec_CloseFrom.h"
 #include "log/Debug_Printf.h"
 
@@ -19,22 +20,6 @@ namespace {
 constexpr int firstOwnDescriptor = STDERR_FILENO + 1;
 constexpr int couldNotStart = 255;
 
-/// Holds all signals back, so that no handler of the agent runs in the child.
-class SignalsHeldBack {
-public:
-    SignalsHeldBack() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    SignalsHeldBack(const SignalsHeldBack&) = delete;
-    SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
-    ~SignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-private:
-    sigset_t before_;
-};
-
 // In the child:
 
 void report(int descriptor, Exec_ChildStep step) noexcept {
@@ -49,17 +34,8 @@ void report(int descriptor, Exec_ChildStep step) noexcept {
     _exit(couldNotStart);
 }
 
-void restoreSignals() noexcept {
-    struct sigaction standard {};
-    standard.sa_handler = SIG_DFL;
-    for (int signal = 1; signal < NSIG; ++signal)
-        sigaction(signal, &standard, nullptr); // refused for a few, which cannot be changed anyway
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-}
+// The C library's setgroups, setgid and setuid would ask other threads to follow suit, under a lock.
 
-/// The C library's setgroups would ask other threads to follow suit.
 bool leaveSupplementaryGroups() noexcept {
     return getgroups(0, nullptr) == 0 || syscall(SYS_setgroups, 0, nullptr) == 0;
 }
@@ -102,20 +78,23 @@ Exec_ExecResult ranTooLong(std::chrono::milliseconds runTime) {
     return {EXEC_ERROR, "Child process was ended because it ran for " + std::to_string(seconds) + " seconds"};
 }
 
-/// False if the time is up. Keeps the pipe from filling meanwhile.
-bool waitForEnd(Exec_ChildProcess& child, Exec_ErrorCapture& errors,
-                Exec_ChildProcess::Clock::time_point until) {
+Exec_ExecResult agentStops() {
+    return {EXEC_ERROR, "Child process was ended because the agent stops"};
+}
+
+/// Waits for the end of the child or what comes before it. Keeps the pipe from filling meanwhile.
+Exec_ChildProcess::Wake waitForEnd(Exec_ChildProcess& child, Exec_ErrorCapture& errors,
+                                   Exec_ChildProcess::Clock::time_point until) {
     for (;;) {
-        switch (child.wait(errors.watched(), until)) {
-        case Exec_ChildProcess::Wake::Ended:
-            return true;
-        case Exec_ChildProcess::Wake::Deadline:
-            return false;
-        case Exec_ChildProcess::Wake::Readable:
-            errors.readOnce();
-            break;
-        }
+        const Exec_ChildProcess::Wake wake = child.wait(errors.watched(), until);
+        if (wake != Exec_ChildProcess::Wake::Readable)
+            return wake;
+        errors.readOnce();
     }
+}
+
+bool wasKilled(int status) {
+    return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
 }
 
 Exec_ExecResult accountFor(Exec_ChildProcess& child, Exec_ErrorCapture& errors,
@@ -125,10 +104,15 @@ Exec_ExecResult accountFor(Exec_ChildProcess& child, Exec_ErrorCapture& errors,
     std::string text;
     int status = 0;
     do {
-        if (!waitForEnd(child, errors, until))
+        const Exec_ChildProcess::Wake wake = waitForEnd(child, errors, until);
+        if (wake == Exec_ChildProcess::Wake::Deadline)
             return ranTooLong(runTime);
+        if (wake == Exec_ChildProcess::Wake::Stopping)
+            return agentStops();
         if (!child.reap(status))
             return couldNotWait();
+        if (Exec_ChildProcess::areAllEnding() && wasKilled(status))
+            return agentStops();
     } while (!analyze_child_termination(status, errors.exists(), errors, code, text));
     return {code, text};
 }
@@ -152,18 +136,17 @@ int create_sanitized_environment(int kept) noexcept {
 }
 
 void plumb_setid_and_exec(const Exec_ChildPlan& plan) noexcept {
-    setpgid(0, 0);
+    Exec_LeaveAgentBehind();
     // One call closes the agent's standard error and puts the pipe in its place.
     if (plan.errorDescriptor != -1 && dup2(plan.errorDescriptor, STDERR_FILENO) == -1)
         report(plan.reportDescriptor, EXEC_STEP_STDERR);
     const int reports = create_sanitized_environment(plan.reportDescriptor);
 
     // The group first: the user may not change it any more.
-    if (!leaveSupplementaryGroups() || setgid(plan.gid) != 0)
+    if (!leaveSupplementaryGroups() || syscall(SYS_setgid, plan.gid) != 0)
         giveUp(reports, EXEC_STEP_SETGID);
-    if (setuid(plan.uid) != 0)
+    if (syscall(SYS_setuid, plan.uid) != 0)
         giveUp(reports, EXEC_STEP_SETUID);
-    restoreSignals();
     execv(plan.arguments[0], plan.arguments.data());
     giveUp(reports, EXEC_STEP_EXEC);
 }
@@ -193,6 +176,7 @@ bool analyze_normal_termination(int status, bool pipeResult, Exec_ErrorCapture& 
         return true;
     }
     text.append(" ").append(pipe.text());
+    std::replace(text.begin(), text.end(), '\0', ' '); // a zero byte would end the text on its way
     if (pipe.text().size() == Exec_ErrorCapture::maximum)
         text += "...";
     return true;
@@ -213,6 +197,8 @@ bool analyze_abnormal_termination(int status, ExecResultCode& code, std::string&
 
 Exec_ExecResult Exec_RunAs(const User_Account& account, const Exec_ArgumentVector& arguments,
                            std::chrono::milliseconds runTime) {
+    if (Exec_ChildProcess::areAllEnding())
+        return {EXEC_ERROR, "Child process was not started because the agent stops"};
     Exec_ErrorCapture errors;
     if (!errors.exists())
         DEBUG_LOG("EXEC:Failed to create the stderr pipe\n");
@@ -221,7 +207,7 @@ Exec_ExecResult Exec_RunAs(const User_Account& account, const Exec_ArgumentVecto
 
     pid_t pid = -1;
     {
-        const SignalsHeldBack heldBack;
+        const Exec_SignalsHeldBack heldBack;
         pid = fork();
         if (pid == 0)
             plumb_setid_and_exec(plan);
@@ -231,8 +217,6 @@ Exec_ExecResult Exec_RunAs(const User_Account& account, const Exec_ArgumentVecto
         DEBUG_LOG("EXEC:Failed to fork child process\n");
         return {EXEC_ERROR, cause};
     }
-    // Both sides do this, so that the group exists for the child and for whoever has to end it.
-    setpgid(pid, pid);
     Exec_ChildProcess child(pid);
     errors.closeWriteEnd();
     reports.closeWriteEnd();

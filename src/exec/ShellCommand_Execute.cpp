@@ -4,11 +4,12 @@
 #include "base/File_Operations.h"
 #include "base/MD5.h"
 #include "exec/Exec_ChildProcess.h"
+#include "exec/Exec_ChildStart.h"
+#include "exec/Exec_CloseFrom.h"
 #include "log/Debug_Printf.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -16,9 +17,9 @@
 #include <memory>
 #include <new>
 #include <optional>
-#include <spawn.h>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -26,6 +27,7 @@ namespace {
 using Clock = Exec_ChildProcess::Clock;
 
 constexpr char shell[] = "/bin/sh";
+constexpr int couldNotStart = 127;
 constexpr int nameAttempts = 10;
 constexpr mode_t onlyForTheAgent = 0600;
 /// The unit in which zero bytes cut the output short.
@@ -110,44 +112,40 @@ private:
     File_Descriptor descriptor_;
 };
 
-/// A new shell in its own process group, with no signal blocked or ignored. The memory of the agent is shared
-/// until the shell has started, so its size does not matter.
-class ShellAttributes {
-public:
-    ShellAttributes() {
-        sigset_t none;
-        sigset_t all;
-        sigemptyset(&none);
-        sigfillset(&all);
-        posix_spawnattr_init(&attributes_);
-        posix_spawnattr_setsigmask(&attributes_, &none);
-        posix_spawnattr_setsigdefault(&attributes_, &all);
-        posix_spawnattr_setpgroup(&attributes_, 0);
-        posix_spawnattr_setflags(&attributes_,
-                                 POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+/// The error of exec, which the agent sees since it lends the child its memory.
+[[gnu::noinline]] pid_t lendMemoryAndStart(char* const* arguments, volatile int& failure) {
+    const pid_t pid = vfork(); // NOLINT(clang-analyzer-security.insecureAPI.vfork): the child stays root
+    if (pid == 0) {
+        Exec_LeaveAgentBehind();
+        Exec_CloseFrom(STDERR_FILENO + 1);
+        execv(shell, arguments);
+        failure = errno;
+        _exit(couldNotStart);
     }
-    ShellAttributes(const ShellAttributes&) = delete;
-    ShellAttributes& operator=(const ShellAttributes&) = delete;
-    ~ShellAttributes() { posix_spawnattr_destroy(&attributes_); }
+    return pid;
+}
 
-    const posix_spawnattr_t* get() const { return &attributes_; }
-
-private:
-    posix_spawnattr_t attributes_;
-};
-
+/// A new shell in a session of its own. The memory of the agent is shared until the shell has started, so its
+/// size does not matter. False if there is none, with the cause in `errno`.
 bool startShell(std::string commandLine, pid_t& pid) {
     char name[] = "sh";
     char option[] = "-c";
     char* const arguments[] = {name, option, commandLine.data(), nullptr};
-    const ShellAttributes attributes;
-    errno = posix_spawn(&pid, shell, nullptr, attributes.get(), arguments, environ);
-    return errno == 0;
+    volatile int failure = 0;
+    const Exec_SignalsHeldBack heldBack;
+    pid = lendMemoryAndStart(arguments, failure);
+    if (pid == -1)
+        return false;
+    if (failure == 0)
+        return true;
+    waitpid(pid, nullptr, 0);
+    errno = failure;
+    return false;
 }
 
 /// Why a command that still runs must not go on, as a number of errno; 0 if it may.
 int reasonToEnd(const OutputFile& file, const ShellCommand_Limits& limits, Clock::time_point until) {
-    if (limits.stop.stop_requested())
+    if (limits.stop.stop_requested() || Exec_ChildProcess::areAllEnding())
         return ECANCELED;
     if (Clock::now() >= until)
         return ETIMEDOUT;
@@ -169,7 +167,9 @@ bool run(const std::string& command, const OutputFile& file, const ShellCommand_
             if (child.wait(File_Descriptor::None, next) == Exec_ChildProcess::Wake::Ended) {
                 int ignored = 0;
                 child.reap(ignored);
-                return true;
+                // What a command wrote that was ended in the middle is not its output.
+                errno = Exec_ChildProcess::areAllEnding() ? ECANCELED : 0;
+                return errno == 0;
             }
             reason = reasonToEnd(file, limits, until);
         }

@@ -19,8 +19,8 @@ struct ShellCommand_Limits {
 ///
 /// The exit status is not looked at: a tool that is missing, or fails, gives what it wrote, mostly nothing,
 /// and true. False if the command could not be run, as after an error in its syntax; if it did not end within
-/// its time, upon which all processes of its group are ended; and if the output may be incomplete, because
-/// the disk is full, or is too large. The file is gone in every case.
+/// its time, upon which all processes of its group are ended; if the agent stops; and if the output may be
+/// incomplete, because the disk is full, or is too large. The file is gone in every case.
 ///
 /// The output goes to a file because the text " > " and its name are appended: of several commands the last
 /// one counts, and a command that ends in a comment is one that could not be run. Each 1024 bytes of output

@@ -7,15 +7,10 @@
 #include <xercesc/util/XMLException.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
-#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 
 namespace {
-
-/// The library looks at this for each document and then refuses a DOCTYPE, which is the door to entity
-/// expansion and to external entities.
-constexpr const char* disableDtdVariable = "XERCES_DISABLE_DTD";
 
 Xerces_Memory memory;
 std::unique_ptr<Xerces_ParserPool> parsers;
@@ -23,8 +18,6 @@ std::unique_ptr<Xerces_ParserPool> parsers;
 } // namespace
 
 bool Xerces_LayerInit() {
-    if (setenv(disableDtdVariable, "1", 1) != 0)
-        return false;
     try {
         xercesc::XMLPlatformUtils::Initialize(xercesc::XMLUni::fgXercescDefaultLocale, nullptr, nullptr,
                                               &memory);

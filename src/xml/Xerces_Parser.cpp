@@ -95,6 +95,10 @@ Xerces_DocumentPtr Xerces_Parser::run(const xercesc::InputSource& source, std::s
     return nullptr;
 }
 
+void Xerces_Parser::doctypeDecl(const xercesc::DTDElementDecl&, const XMLCh*, const XMLCh*, bool, bool) {
+    throw Refusal("a DOCTYPE is not accepted");
+}
+
 void Xerces_Parser::startElement(const xercesc::XMLElementDecl& declaration, unsigned int urlId,
                                  const XMLCh* prefix, const Attributes& attributes, XMLSize_t attributeCount,
                                  bool isEmpty, bool isRoot) {

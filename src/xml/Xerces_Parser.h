@@ -11,9 +11,9 @@
 /// The reason for a refusal for want of memory, whether the limit of a document or the heap has ended.
 constexpr const char* Xerces_OutOfMemory = "the document takes too much memory";
 
-/// The parser for every text from outside. It refuses what would cost more than its size explains: a DOCTYPE
-/// (the layer sees to that for the whole process), depth, many different names, and more memory than any
-/// honest document takes.
+/// The parser for every text from outside. It refuses what would cost more than its size explains: a DOCTYPE,
+/// which is the door to entity expansion and to external entities, depth, many different names, and more
+/// memory than any honest document takes.
 ///
 /// Can be used again after a document; after a failure it is thrown away. Used by one thread at a time.
 class Xerces_Parser final : private xercesc::XercesDOMParser {
@@ -32,6 +32,9 @@ public:
 private:
     using Attributes = xercesc::RefVectorOf<xercesc::XMLAttr>;
 
+    /// Comes before anything of the DOCTYPE is carried out.
+    void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId, const XMLCh* systemId,
+                     bool hasInternalSubset, bool hasExternalSubset) override;
     void startElement(const xercesc::XMLElementDecl& declaration, unsigned int urlId, const XMLCh* prefix,
                       const Attributes& attributes, XMLSize_t attributeCount, bool isEmpty,
                       bool isRoot) override;
