@@ -29,8 +29,7 @@ using Owned = std::unique_ptr<Type, Release>;
 /// The anonymous suites come first, and among them those over elliptic curves, whose handshake costs a tenth.
 /// The others are for servers that have a certificate; as a server the agent has none and can only use the
 /// first. Anonymous suites are offered by nothing above security level 0.
-constexpr char cipherList[] = "AECDH+AES128:AECDH+AES:ADH+AES:HIGH:MEDIUM:ADH:!"
-                              "eNULL:!PSK:!SRP:@SECLEVEL=0";
+constexpr char cipherList[] = "AECDH+AES128:AECDH+AES:ADH+AES:HIGH:MEDIUM:ADH:!eNULL:!PSK:!SRP:@SECLEVEL=0";
 
 /// RFC 7919, A.1: a group that need not be generated, large enough for the library to accept it.
 constexpr char diffieHellmanGroup[] = "ffdhe2048";
@@ -103,8 +102,7 @@ Owned<SSL_CTX> makeContext(Socket_SSLFactory::ConnectionRole role) {
     const bool client = role == Socket_SSLFactory::CLIENT;
     Owned<SSL_CTX> context(SSL_CTX_new(client ? TLS_client_method() : TLS_server_method()));
     if (context == nullptr) {
-        DEBUG_LOG("AgentSSL_Factory::createSSLContext: failed to allocate SSL_CTX "
-                  "structure\n");
+        DEBUG_LOG("AgentSSL_Factory::createSSLContext: failed to allocate SSL_CTX structure\n");
         return nullptr;
     }
     SSL_CTX_set_info_callback(context.get(), AgentSSL_InfoCallback);

@@ -86,8 +86,7 @@ bool Socket_SocketImpl::setEncryptionProtocolVerifyPeer(bool verify) {
     verifyPeer_ = verify;
     if (tls_ == nullptr || !verify || tls_->hasPeerCertificate())
         return true;
-    DEBUG_LOG("Socket_SocketImpl::setEncryptionProtocolVerifyPeer: certificate "
-              "required\n");
+    DEBUG_LOG("Socket_SocketImpl::setEncryptionProtocolVerifyPeer: certificate required\n");
     return false;
 }
 

@@ -33,8 +33,7 @@ using Answer = std::function<bool(HTTP_File&)>;
 class TestServer {
 public:
     explicit TestServer(Answer answer) : factory_(std::move(answer)) {
-        std::vector<HTTP_AddressPortPair*> pairs{&pair_};
-        started_ = server_.init(pairs, &gSSLFactory, &factory_, 5) && server_.start();
+        started_ = server_.init({&pair_}, &gSSLFactory, &factory_, 5) && server_.start();
         EXPECT_TRUE(started_);
         port_ = server_.getPorts().at(0);
     }
@@ -87,15 +86,8 @@ private:
     bool started_ = false;
 };
 
-/// Answers with the request's method, URI and body.
-inline bool echo(HTTP_File& file) {
-    char* body = nullptr;
-    int length = 0;
-    file.getEntityBody(body, length);
-    const std::string text = std::to_string(file.getMethod()) + " " + file.getURI() + " " +
-                             std::string(body == nullptr ? "-" : body, body == nullptr ? 1 : length);
-    return file.sendReply(HTTP_RETURN_OK, HTTP_CONTENT_TYPE_TEXT_HTML, text.c_str(),
-                          static_cast<int>(text.size()));
+inline bool answerFine(HTTP_File& file) {
+    return file.sendReply(HTTP_RETURN_OK, HTTP_CONTENT_TYPE_TEXT_HTML, "fine", 4);
 }
 
 /// The bare other end of a connection.

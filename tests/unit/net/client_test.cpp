@@ -218,7 +218,7 @@ TEST(HTTP_Client, ParallelCallsShareAReturnPortRange) {
     constexpr int calls = 200;
     constexpr int lowest = 20000;
     constexpr int highest = 20255;
-    TestServer server(echo);
+    TestServer server(answerFine);
     std::atomic<int> succeeded = 0;
     std::vector<std::thread> threads;
     threads.reserve(calls);

@@ -53,11 +53,9 @@ TEST(HTTP_HeaderAuthenticate, Challenges) {
     ASSERT_TRUE(parse(basic, "basic realm=\"a, b\""));
     EXPECT_EQ(basic.getScheme(), AUTHENTICATION_BASIC);
     EXPECT_EQ(basic.getRealm(), "a, b");
-    EXPECT_EQ(basic.getName(), "WWW-Authenticate");
 
     HTTP_HeaderWWWAuthenticate digest;
-    ASSERT_TRUE(parse(digest, "DIGEST realm=\"x, nonce=evil, \\\" y\",  "
-                              "Nonce=\"n\", opaque=o, stale=TRUE,"
+    ASSERT_TRUE(parse(digest, "DIGEST realm=\"x, nonce=evil, \\\" y\",  Nonce=\"n\", opaque=o, stale=TRUE,"
                               "algorithm=md5-SESS, qop=\"auth,auth-int\", "
                               "domain=\"/a  /b\", unknown=1,"));
     EXPECT_EQ(digest.getScheme(), AUTHENTICATION_DIGEST);

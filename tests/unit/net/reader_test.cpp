@@ -69,18 +69,12 @@ TEST(HTTP_Reader, LinesEndAtAnyLineEndHoweverTheyArrive) {
 }
 
 TEST(HTTP_Reader, TheLastHeaderOfAClassCounts) {
-    MemoryInput input("  connection-what: KEEP-alive\r\nContent-Length: 12\r\nContent-Length:  34 bytes\r\n"
-                      "With Blank : v a l\r\n\r\nrest",
-                      7);
-    HTTP_HeadReader reader(input, noWait);
+    MemoryInput input("Content-Length: 12\r\nWith Blank : v a l\r\nContent-Length:  34 bytes\r\n\r\nrest", 7);
     HTTP_HeaderMap headers;
-    ASSERT_TRUE(reader.readHeaders(headers));
-    EXPECT_EQ(headers.size(), 4U);
+    ASSERT_TRUE(HTTP_HeadReader(input, noWait).readHeaders(headers));
+    EXPECT_EQ(headers.size(), 3U);
     EXPECT_EQ(headers.find("With")->second->getValue(), "v a l");
-    EXPECT_EQ(HTTP_LastHeader<HTTP_HeaderConnection>(headers)->getConnectionType(),
-              HTTP_HeaderConnection::KEEP_ALIVE);
     EXPECT_EQ(HTTP_LastHeader<HTTP_HeaderContentLength>(headers)->getContentLength(), 34U);
-    EXPECT_EQ(HTTP_LastHeader<HTTP_HeaderUserAgent>(headers), nullptr);
 }
 
 TEST(HTTP_Reader, EndlessInputIsGivenUp) {

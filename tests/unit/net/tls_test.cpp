@@ -58,12 +58,12 @@ private:
 
 const std::string closing = "GET / HTTP/1.0\r\n\r\n";
 const std::string keeping = "GET / HTTP/1.1\r\n\r\n";
-const std::string answer = "\r\n\r\n1 / -";
+const std::string answer = "\r\n\r\nfine";
 
 } // namespace
 
 TEST(TLS, SessionsAreResumedWithoutTicketsToo) {
-    TestServer server(echo);
+    TestServer server(answerFine);
     TLSClient first(server.port());
     SSL_set_options(first.ssl(), SSL_OP_NO_TICKET);
     ASSERT_TRUE(first.handshake());
@@ -80,7 +80,7 @@ TEST(TLS, SessionsAreResumedWithoutTicketsToo) {
 }
 
 TEST(TLS, NeitherPlainTextNorRenegotiationBehindAHandshake) {
-    TestServer server(echo);
+    TestServer server(answerFine);
     TLSClient mixed(server.port());
     ASSERT_TRUE(mixed.handshake());
     EXPECT_EQ(mixed.ask(keeping), answer);
@@ -111,7 +111,7 @@ TEST(TLS, APeerWithoutCertificateFailsVerificationOnALiveConnectionOnly) {
 }
 
 TEST(TLS, ASocketThatConnectsAnewHandshakesAnew) {
-    TestServer server(echo);
+    TestServer server(answerFine);
     Socket_SocketImpl socket;
     bool flag = true;
     EXPECT_FALSE(socket.registerSSLFactory(nullptr));
@@ -142,10 +142,4 @@ TEST(TLS, WithoutItsLayerTheFactoryFails) {
     EXPECT_EQ(gSSLFactory.createSSLContext(Socket_SSLFactory::SERVER), nullptr);
     const TLSLayer layer;
     EXPECT_EQ(gSSLFactory.createSSLContext(Socket_SSLFactory::NONE), nullptr);
-    void* first = gSSLFactory.createSSLContext(Socket_SSLFactory::CLIENT);
-    void* second = gSSLFactory.createSSLContext(Socket_SSLFactory::CLIENT);
-    EXPECT_NE(first, nullptr);
-    EXPECT_EQ(first, second) << "sessions are resumed within one context only";
-    SSL_CTX_free(static_cast<SSL_CTX*>(first));
-    SSL_CTX_free(static_cast<SSL_CTX*>(second));
 }
