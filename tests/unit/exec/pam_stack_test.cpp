@@ -118,6 +118,7 @@ TEST_F(PamStack, NumbersOfArgumentsOfAProgramAndOfAScript) {
     std::vector<std::string> texts = {"-c", "echo $# >&2; exit 1", "sh"};
     texts.resize(13, "x");
     std::vector<char*> arguments;
+    arguments.reserve(texts.size());
     for (std::string& text : texts)
         arguments.push_back(text.data());
     const struct {

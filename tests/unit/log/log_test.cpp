@@ -134,6 +134,7 @@ TEST_F(Log, LinesStayWholeWhileTheFileIsOpenedAndClosed) {
     Debug_Printf log;
     ASSERT_TRUE(log.logfile_open(path_.c_str()));
     std::vector<std::thread> threads;
+    threads.reserve(5);
     for (int writer = 0; writer < 4; ++writer) {
         threads.emplace_back([&log, writer] {
             const std::string message(200, static_cast<char>('a' + writer));

@@ -143,6 +143,7 @@ TEST_F(Pool, RunsEverythingThatManyProducersGive) {
     start(3, Thread_Pool::Unlimited, 2);
     {
         std::vector<std::jthread> crew;
+        crew.reserve(producers);
         for (int i = 0; i < producers; ++i)
             crew.emplace_back([&] {
                 for (int round = 0; round < each; ++round)
