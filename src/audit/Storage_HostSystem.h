@@ -28,9 +28,9 @@ public:
 
     const std::string& getType() const { return type_; }
     /// Null sets the empty text.
-    void setType(const char* type) { type_ = type != nullptr ? type : ""; }
+    void setType(const char* type) { type_ = textOf(type); }
     const std::string& getDomain() const { return domain_; }
-    void setDomain(const char* domain) { domain_ = domain != nullptr ? domain : ""; }
+    void setDomain(const char* domain) { domain_ = textOf(domain); }
     /// Null if there is none.
     System_Machine* getMachine() const { return machine_.get(); }
     System_OS* getOS() const { return os_.get(); }

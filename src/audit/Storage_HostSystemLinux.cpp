@@ -1,13 +1,14 @@
 #include "audit/Storage_HostSystemLinux.h"
 
 #include "log/Debug_Printf.h"
+#include "model/Auditable_TryAudit.h"
 #include "model/System_Allocate.h"
 
 namespace {
 
 bool auditPart(Auditable_Auditable& part, Host_Host& host) {
     part.setHost(host);
-    if (part.prepareForAudit() && part.audit())
+    if (Auditable_TryAudit(part))
         return true;
     part.cleanupAfterAudit();
     return false;

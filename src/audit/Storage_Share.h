@@ -15,9 +15,9 @@ public:
 
     const std::string& getName() const { return name_; }
     /// Null sets the empty text.
-    void setName(const char* name) { name_ = name != nullptr ? name : ""; }
+    void setName(const char* name) { name_ = textOf(name); }
     const std::string& getPath() const { return path_; }
-    void setPath(const char* path) { path_ = path != nullptr ? path : ""; }
+    void setPath(const char* path) { path_ = textOf(path); }
 
 private:
     std::string name_;

@@ -36,8 +36,6 @@ public:
     virtual bool serializeLI(xercesc::DOMDocument*, xercesc::DOMElement*) { return false; }
 
 private:
-    static const char* textOf(const char* text) { return text != nullptr ? text : ""; }
-
     std::string type_;
     std::string domain_;
     std::string name_;

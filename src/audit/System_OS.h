@@ -12,7 +12,7 @@ public:
 
     virtual const std::string& getName() const { return name_; }
     /// Null sets the empty text.
-    virtual void setName(const char* name) { name_ = name != nullptr ? name : ""; }
+    virtual void setName(const char* name) { name_ = textOf(name); }
     using System_Object::operator=;
     virtual System_OS& operator=(const System_OS& other) = default;
 

@@ -4,7 +4,6 @@
 #include "methods/AgentRMI_MethodRunnable.h"
 #include "model/System_AuditFailures.h"
 
-#include <atomic>
 #include <memory>
 #include <vector>
 

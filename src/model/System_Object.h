@@ -79,7 +79,7 @@ public:
     /// The identity inside a collection.
     const std::string& getName() const { return name_; }
     /// Null sets the empty text.
-    void setName(const char* name) { name_ = name != nullptr ? name : ""; }
+    void setName(const char* name) { name_ = textOf(name); }
     Storage_Physicality getPhysicality() const { return physicality_; }
     void setPhysicality(Storage_Physicality physicality) { physicality_ = physicality; }
     Storage_ExistentialQuantifier getExistence() const { return existence_; }
@@ -114,6 +114,8 @@ protected:
     System_Object() = default;
 
     System_AuditFailures* getAuditFailures() const { return auditFailures_; }
+    /// For setters that take null as the empty text.
+    static const char* textOf(const char* text) { return text != nullptr ? text : ""; }
 
 private:
     static XMLSerializable_Table<System_Object> commonAttributes();

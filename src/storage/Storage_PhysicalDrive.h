@@ -41,8 +41,6 @@ public:
     void setProviderAddress(const char* address) { providerAddress_ = textOf(address); }
 
 private:
-    static const char* textOf(const char* text) { return text != nullptr ? text : ""; }
-
     std::string manufacturer_;
     std::string model_;
     std::string controllerType_;

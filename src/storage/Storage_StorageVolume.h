@@ -53,8 +53,6 @@ public:
     void setNumDirsArchivedSet(std::uint64_t count) { numDirsArchived_ = count; }
 
 private:
-    static const char* textOf(const char* text) { return text != nullptr ? text : ""; }
-
     std::string fileSystem_;
     std::string mountPoint_;
     std::string devicePath_;
