@@ -17,9 +17,9 @@ struct Bind {
     unsigned port = 0;
 };
 
-constexpr Config_Attribute<Bind> BindAttributes[] = {
-    {.name = "address", .expected = AnyHost, .text = &Bind::address},
-    {.name = "port", .expected = AnyPort, .number = &Bind::port},
+constexpr XMLSerializable_Attribute<Bind> BindAttributes[] = {
+    XMLSerializable_Text<&Bind::address>("address").always().required(AnyHost),
+    XMLSerializable_Decimal<&Bind::port>("port").always().required(AnyPort),
 };
 
 } // namespace
@@ -27,26 +27,27 @@ constexpr Config_Attribute<Bind> BindAttributes[] = {
 /// The attributes of the file, for reading and for writing.
 struct AgentConfig_Configuration::Format {
     using Configuration = AgentConfig_Configuration;
+    using Row = XMLSerializable_Attribute<Configuration>;
 
-    static constexpr Config_Attribute<Configuration> Server[] = {
-        {.name = "hostname", .expected = AnyHost, .text = &Configuration::serverHostname_},
-        {.name = "port", .expected = AnyPort, .number = &Configuration::serverPort_},
-        {.name = "sslPort", .expected = AnyPort, .number = &Configuration::serverSSLPort_},
-        {.name = "uri", .expected = "the path of the server's URI", .text = &Configuration::serverURI_},
-        {.name = "proxyHostname", .expected = nullptr, .text = &Configuration::proxyHostname_},
-        {.name = "proxyPort", .expected = nullptr, .number = &Configuration::proxyPort_},
-        {.name = "username", .expected = nullptr, .text = &Configuration::username_},
-        {.name = "password", .expected = nullptr, .text = &Configuration::password_},
+    static constexpr Row Server[] = {
+        XMLSerializable_Text<&Configuration::serverHostname_>("hostname").always().required(AnyHost),
+        XMLSerializable_Decimal<&Configuration::serverPort_>("port").always().required(AnyPort),
+        XMLSerializable_Decimal<&Configuration::serverSSLPort_>("sslPort").always().required(AnyPort),
+        XMLSerializable_Text<&Configuration::serverURI_>("uri").always().required(
+            "the path of the server's URI"),
+        XMLSerializable_Text<&Configuration::proxyHostname_>("proxyHostname").always(),
+        XMLSerializable_Decimal<&Configuration::proxyPort_>("proxyPort").always(),
+        XMLSerializable_Text<&Configuration::username_>("username").always(),
+        XMLSerializable_Text<&Configuration::password_>("password").always(),
     };
 
     // A minimum without a maximum is a range of one port.
-    static constexpr Config_Attribute<Configuration> Agent[] = {
-        {.name = "returnAddress", .expected = nullptr, .text = &Configuration::returnAddress_},
-        {.name = "returnPortMin",
-         .expected = nullptr,
-         .number = &Configuration::returnPortMin_,
-         .follower = &Configuration::returnPortMax_},
-        {.name = "returnPortMax", .expected = nullptr, .number = &Configuration::returnPortMax_},
+    static constexpr Row Agent[] = {
+        XMLSerializable_Text<&Configuration::returnAddress_>("returnAddress").always(),
+        XMLSerializable_Decimal<&Configuration::returnPortMin_, &Configuration::setReturnPorts>(
+            "returnPortMin")
+            .always(),
+        XMLSerializable_Decimal<&Configuration::returnPortMax_>("returnPortMax").always(),
     };
 };
 
@@ -69,13 +70,13 @@ void AgentConfig_Configuration::read(const xercesc::InputSource& source) {
     if (Xerces_GetAttribute(root, "version") != Version)
         throw Config_UnknownVersion(root, Config_Quoted(Version).c_str());
 
-    Config_ReadAttributes(Config_OnlyElement(root, "ServerInfo"), Format::Server, *this);
+    XMLSerializable_ReadAttributes(Format::Server, *this, Config_OnlyElement(root, "ServerInfo"));
     const xercesc::DOMElement& agent = Config_OnlyElement(root, "AgentInfo");
-    Config_ReadAttributes(agent, Format::Agent, *this);
+    XMLSerializable_ReadAttributes(Format::Agent, *this, agent);
     for (const xercesc::DOMElement* element :
          Xerces_ChildElements(Config_OnlyElement(agent, "BindList"), "Bind")) {
         Bind bind;
-        Config_ReadAttributes(*element, BindAttributes, bind);
+        XMLSerializable_ReadAttributes(BindAttributes, bind, *element);
         addBindPair(bind.address, static_cast<int>(bind.port));
     }
 }
@@ -87,15 +88,14 @@ bool AgentConfig_Configuration::serialize(char*& buffer, unsigned& length) {
         const Xerces_DocumentPtr document = Xerces_CreateDocument(RootName);
         xercesc::DOMElement& root = *Xerces_Root(*document);
         Xerces_SetAttribute(root, "version", Version);
-        Config_WriteAttributes(Xerces_AppendElement(root, "ServerInfo"), Format::Server, *this);
+        XMLSerializable_WriteAttributes(Format::Server, *this, Xerces_AppendElement(root, "ServerInfo"));
         xercesc::DOMElement& agent = Xerces_AppendElement(root, "AgentInfo");
-        Config_WriteAttributes(agent, Format::Agent, *this);
+        XMLSerializable_WriteAttributes(Format::Agent, *this, agent);
         xercesc::DOMElement& list = Xerces_AppendElement(agent, "BindList");
         for (const auto& pair : bindList_) {
             const char* address = pair->getAddress();
-            Config_WriteAttributes(
-                Xerces_AppendElement(list, "Bind"), BindAttributes,
-                Bind{address == nullptr ? "" : address, static_cast<unsigned>(pair->getPort())});
+            const Bind bind{address == nullptr ? "" : address, static_cast<unsigned>(pair->getPort())};
+            XMLSerializable_WriteAttributes(BindAttributes, bind, Xerces_AppendElement(list, "Bind"));
         }
         Config_GiveDocument(*document, buffer, length);
     });

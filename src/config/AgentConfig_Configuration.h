@@ -61,6 +61,7 @@ private:
     struct Format;
 
     void read(const xercesc::InputSource& source);
+    void setReturnPorts(unsigned port) { returnPortMin_ = returnPortMax_ = port; }
 
     std::string serverHostname_;
     unsigned serverPort_ = 80;

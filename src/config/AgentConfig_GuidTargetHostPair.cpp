@@ -1,15 +1,12 @@
 #include "config/AgentConfig_GuidTargetHostPair.h"
 
-#include "config/Config_Document.h"
-
-struct AgentConfig_GuidTargetHostPair::Format {
-    using Pair = AgentConfig_GuidTargetHostPair;
-
-    static constexpr Config_Attribute<Pair> Attributes[] = {
-        {.name = "value", .expected = nullptr, .text = &Pair::guid_},
-        {.name = "hostTarget", .expected = nullptr, .text = &Pair::targetHost_},
+XMLSerializable_Table<AgentConfig_GuidTargetHostPair> AgentConfig_GuidTargetHostPair::attributes() {
+    static constexpr XMLSerializable_Attribute<AgentConfig_GuidTargetHostPair> table[] = {
+        XMLSerializable_Text<&AgentConfig_GuidTargetHostPair::guid_>("value").always(),
+        XMLSerializable_Text<&AgentConfig_GuidTargetHostPair::targetHost_>("hostTarget").always(),
     };
-};
+    return table;
+}
 
 std::unique_ptr<AgentConfig_GuidTargetHostPair> AgentConfig_FactoryAllocateGuidTargetHostPair() {
     return std::make_unique<AgentConfig_GuidTargetHostPair>();
@@ -23,7 +20,7 @@ void AgentConfig_GuidTargetHostPair::copyInto(AgentConfig_GuidTargetHostPair& ot
 bool AgentConfig_GuidTargetHostPair::parse(xercesc::DOMElement* element) {
     if (element == nullptr)
         return false;
-    Config_ReadAttributes(*element, Format::Attributes, *this);
+    XMLSerializable_ReadAttributes(attributes(), *this, *element);
     return true;
 }
 
@@ -32,6 +29,6 @@ bool AgentConfig_GuidTargetHostPair::serialize(xercesc::DOMDocument* document,
     if (document == nullptr || parent == nullptr)
         return false;
     if (!guid_.empty())
-        Config_WriteAttributes(Xerces_AppendElement(*parent, "Uuid"), Format::Attributes, *this);
+        XMLSerializable_WriteAttributes(attributes(), *this, Xerces_AppendElement(*parent, "Uuid"));
     return true;
 }

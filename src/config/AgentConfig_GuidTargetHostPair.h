@@ -1,6 +1,6 @@
 #pragma once
 
-#include "xml/Xerces_Types.h"
+#include "xml/XMLSerializable_Attributes.h"
 
 #include <memory>
 #include <string>
@@ -28,7 +28,7 @@ public:
     void setTargetHost(const char* host) { targetHost_ = host == nullptr ? "" : host; }
 
 private:
-    struct Format;
+    static XMLSerializable_Table<AgentConfig_GuidTargetHostPair> attributes();
 
     std::string guid_;
     std::string targetHost_;

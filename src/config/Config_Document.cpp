@@ -28,25 +28,27 @@ Xerces_DocumentPtr Config_ParseDocument(const xercesc::InputSource& source, cons
     std::string reason;
     Xerces_DocumentPtr document = Xerces_Parse(source, &reason);
     if (!document)
-        throw Config_Refusal("not an XML document: " + printable(reason, LongestReason));
+        throw XMLSerializable_Refusal("not an XML document: " + printable(reason, LongestReason));
     const xercesc::DOMElement* root = Xerces_Root(*document);
     const std::string found = root == nullptr ? std::string() : Xerces_TagName(*root);
     if (found != rootName)
-        throw Config_Refusal("the root element is " + Config_Quoted(found) + "; expected " +
-                             Config_Quoted(rootName));
+        throw XMLSerializable_Refusal("the root element is " + Config_Quoted(found) + "; expected " +
+                                      Config_Quoted(rootName));
     return document;
 }
 
-Config_Refusal Config_UnknownVersion(const xercesc::DOMElement& root, const char* expected) {
-    return Config_Refusal(Xerces_TagName(root) + ": attribute \"version\" is " +
-                          Config_Quoted(Xerces_GetAttribute(root, "version")) + "; expected " + expected);
+XMLSerializable_Refusal Config_UnknownVersion(const xercesc::DOMElement& root, const char* expected) {
+    return XMLSerializable_Refusal(Xerces_TagName(root) + ": attribute \"version\" is " +
+                                   Config_Quoted(Xerces_GetAttribute(root, "version")) + "; expected " +
+                                   expected);
 }
 
 xercesc::DOMElement& Config_OnlyElement(const xercesc::DOMElement& parent, const char* name) {
     const auto found = Xerces_Descendants(parent, name, 2);
     if (found.size() != 1)
-        throw Config_Refusal(Xerces_TagName(parent) + ": " + (found.empty() ? "no" : "more than one") +
-                             " element " + Config_Quoted(name) + "; expected exactly one");
+        throw XMLSerializable_Refusal(Xerces_TagName(parent) + ": " +
+                                      (found.empty() ? "no" : "more than one") + " element " +
+                                      Config_Quoted(name) + "; expected exactly one");
     return *found.front();
 }
 
@@ -57,12 +59,4 @@ void Config_GiveDocument(const xercesc::DOMDocument& document, char*& buffer, un
     buffer = nxNewText(text);
     length = static_cast<unsigned>(text.size());
     nxWipeText(text); // agent.conf holds a password
-}
-
-std::string Config_ReadAttribute(const xercesc::DOMElement& element, const char* name, const char* expected) {
-    std::string value = Xerces_GetAttribute(element, name);
-    if (value.empty() && expected != nullptr)
-        throw Config_Refusal(Xerces_TagName(element) + ": attribute " + Config_Quoted(name) +
-                             " is missing or empty; expected " + expected);
-    return value;
 }

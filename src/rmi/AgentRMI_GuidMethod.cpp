@@ -4,6 +4,7 @@
 #include "config/AgentConfig_Guid.h"
 #include "config/Config_File.h"
 #include "log/Debug_Printf.h"
+#include "rmi/RMI_Envelope.h"
 #include "threads/MutexLock.h"
 #include "xml/Xerces_Document.h"
 
@@ -60,7 +61,7 @@ bool AgentRMI_GuidMethod::validateGuid(xercesc::DOMElement* response) {
         identity = guid;
     }
     if (!identity.empty())
-        Xerces_SetAttribute(*response, "uuid", identity);
+        Xerces_SetAttribute(*response, RMI_UuidAttribute, identity);
     return true;
 }
 

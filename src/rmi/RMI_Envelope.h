@@ -14,6 +14,8 @@ constexpr const char* RMI_RequestName = "Request";
 constexpr const char* RMI_ResponseName = "Response";
 /// Of a Method, and of a Response once it is known.
 constexpr const char* RMI_NameAttribute = "name";
+/// Of a Request: the agent's identity as the peer knows it. Of a Response: the agent's own.
+constexpr const char* RMI_UuidAttribute = "uuid";
 
 /// What is wrong with a text that should be an envelope, in the order in which it is looked for.
 enum class RMI_Flaw { None, NoXml, Root, Version, Schema, Content };

@@ -36,7 +36,7 @@ std::string RMI_MethodCall::createRequest() {
     else
         setGuidMember(hostTarget_);
     RMI_Request request(methodName_);
-    Xerces_SetAttribute(request.request(), "uuid", guid_);
+    Xerces_SetAttribute(request.request(), RMI_UuidAttribute, guid_);
     appendParameters(&request.document(), &request.method());
     return request.serialize();
 }

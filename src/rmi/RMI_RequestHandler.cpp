@@ -1,20 +1,20 @@
 #include "rmi/RMI_RequestHandler.h"
 
-#include "base/String_Functions.h"
+#include "base/Secret_Text.h"
 #include "log/Debug_Printf.h"
 #include "rmi/RMI_Envelope.h"
 #include "rmi/RMI_Method.h"
 #include "rmi/RMI_MethodException.h"
 #include "rmi/RMI_MethodFactory.h"
 #include "rmi/RMI_PeerVerifyHandler.h"
+#include "rmi/RMI_RequestAttributes.h"
 #include "xml/Xerces_XercesString.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace {
@@ -64,92 +64,16 @@ constexpr ExceptionWord exceptionWords[] = {
     {RMI_MethodException::TooManyParameters, "too many parameters"},
 };
 
-/// The attributes of a Request element.
-enum Attribute {
-    Uuid,
-    HostTarget,
-    SnmpCommunity,
-    SnmpPort,
-    ServiceUid,
-    ServiceGid,
-    FSType,
-    UserName,
-    UserPassword,
-    VsamName,
-    AttributeCount
-};
-constexpr std::array<const char*, AttributeCount> attributeNames = {
-    "uuid",       "hostTarget", "snmpCommunity", "snmpPort",     "serviceUid",
-    "serviceGid", "fsType",     "userName",      "userPassword", "vsamName",
-};
-
-/// What a method is told of them, and when: who calls before the user is checked, the rest when all checks
-/// have passed.
-struct Handing {
-    Attribute attribute;
-    void (RMI_Method::*set)(const char*);
-};
-constexpr Handing credentials[] = {
-    {UserName, &RMI_Method::setUserName},
-    {UserPassword, &RMI_Method::setUserPassword},
-    {VsamName, &RMI_Method::setVsamName},
-};
-constexpr Handing particulars[] = {
-    {SnmpCommunity, &RMI_Method::setSnmpCommunity},
-    {ServiceUid, &RMI_Method::setServiceUid},
-    {ServiceGid, &RMI_Method::setServiceGid},
-    {FSType, &RMI_Method::setFSType},
-};
-
-/// The values of the attributes; empty and absent are the same. The password is wiped at the end.
-class Values {
-public:
-    Values() = default;
-    Values(const Values&) = delete;
-    Values& operator=(const Values&) = delete;
-    ~Values() { nxWipeText(values_[UserPassword]); }
-
-    /// What HTTP authentication said stands until the request says something else.
-    void takeDefaults(RMI_PeerVerifyHandler& peer) {
-        peer.getSecurityTokenUser(values_[UserName]);
-        peer.getSecurityTokenPassword(values_[UserPassword]);
-    }
-
-    void read(const DOMElement& request) {
-        for (std::size_t i = 0; i < AttributeCount; ++i) {
-            std::string value = Xerces_GetAttribute(request, attributeNames[i]);
-            if (!value.empty())
-                values_[i].swap(value);
-            if (i == UserPassword)
-                nxWipeText(value);
-        }
-    }
-
-    const char* text(Attribute attribute) const { return values_[attribute].c_str(); }
-    bool has(Attribute attribute) const { return !values_[attribute].empty(); }
-    unsigned int snmpPort() const {
-        return static_cast<unsigned int>(std::strtol(text(SnmpPort), nullptr, 10));
-    }
-
-    template <std::size_t count>
-    void hand(RMI_Method& method, const Handing (&table)[count]) const {
-        for (const Handing& handing : table) {
-            if (has(handing.attribute))
-                (method.*handing.set)(text(handing.attribute));
-        }
-    }
-
-private:
-    std::array<std::string, AttributeCount> values_;
-};
-
 /// One request on its way through the checks. Each step returns the refusal that ends the way, or null.
 class Exchange {
 public:
     Exchange(Socket_Socket::EncryptionProtocol protocol, RMI_PeerVerifyHandler& peer,
              RMI_MethodFactory* factory)
         : protocol_(protocol), peer_(peer), factory_(factory) {
-        values_.takeDefaults(peer);
+        peer.getSecurityTokenUser(defaultUser_);
+        std::string password;
+        peer.getSecurityTokenPassword(password);
+        defaultPassword_ = Secret_Text::take(std::move(password));
     }
 
     /// Whether the reply is to be delivered.
@@ -185,7 +109,6 @@ private:
 
     const Refusal* readRequest() {
         DEBUG_LOG("RMI: is request\n");
-        values_.read(*envelope_.content);
         try {
             reply_.setStage(RMI_Stage::Method);
         } catch (...) {
@@ -204,7 +127,8 @@ private:
             return &noName;
         reply_.setMethodName(name);
         if (factory_ != nullptr)
-            method_ = factory_->createMethod(name.c_str(), values_.text(Uuid));
+            method_ = factory_->createMethod(
+                name.c_str(), Xerces_GetAttribute(*envelope_.content, RMI_UuidAttribute).c_str());
         return method_ ? nullptr : &unknownMethod;
     }
 
@@ -217,18 +141,20 @@ private:
     }
 
     const Refusal* checkCaller() {
-        if (values_.has(HostTarget))
-            method_->setHostTarget(values_.text(HostTarget));
+        tell(RMI_Told::BeforeIdentity);
         if (!method_->validateGuid(&reply_.response()))
             return &wrongGuid;
-        values_.hand(*method_, credentials);
+        // What HTTP authentication said stands unless the request says something else.
+        if (!defaultUser_.empty())
+            method_->setUserName(defaultUser_.c_str());
+        if (!defaultPassword_.empty())
+            method_->setUserPassword(defaultPassword_.c_str());
+        tell(RMI_Told::BeforeUser);
         return method_->validateUser(&reply_.response()) ? nullptr : &wrongUser;
     }
 
     void invoke() {
-        if (values_.snmpPort() != 0)
-            method_->setSnmpPort(values_.snmpPort());
-        values_.hand(*method_, particulars);
+        tell(RMI_Told::BeforeInvoke);
         try {
             method_->invoke(methodElement_, &reply_.document(), &reply_.response());
             reply_.setOutcome(RMI_Success);
@@ -238,6 +164,8 @@ private:
             reply_.setOutcome(unexplainedError);
         }
     }
+
+    void tell(RMI_Told told) { RMI_TellMethod(*method_, *envelope_.content, told); }
 
     void translate(const RMI_MethodException& failure) {
         const auto code = failure.getExceptionCode();
@@ -267,7 +195,8 @@ private:
     const Socket_Socket::EncryptionProtocol protocol_;
     RMI_PeerVerifyHandler& peer_;
     RMI_MethodFactory* const factory_;
-    Values values_;
+    std::string defaultUser_;
+    Secret_Text defaultPassword_;
     RMI_Reply reply_;
     RMI_Envelope envelope_;
     DOMElement* methodElement_ = nullptr;

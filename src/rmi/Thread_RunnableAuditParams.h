@@ -11,9 +11,7 @@ class RMI_Method;
 /// are done by the objects that receive them.
 class Thread_RunnableAuditParams : public Thread_Runnable, public Auditable_Auditable {
 public:
-    /// Copies the request's parameters under the keys "hostTarget", "snmpCommunity", "snmpPort",
-    /// "serviceUid", "serviceGid", "userName", "userPassword" and "fsType". False at the first that cannot be
-    /// stored.
+    /// RMI_StoreAuditParameters on this object. False for null.
     virtual bool getAuditParamsFromMethod(RMI_Method* method);
     bool prepareForAudit() override { return false; }
     bool cleanupAfterAudit() override { return false; }

@@ -50,9 +50,9 @@ std::string_view XMLSerializable_TextOf(const XMLSerializable_Value& value, std:
         value);
 }
 
-std::string XMLSerializable_ReadAttribute(const xercesc::DOMElement& element, const char* name,
-                                          const char* expected) {
-    std::string text = Xerces_GetAttribute(element, name);
+Secret_Text XMLSerializable_ReadText(const xercesc::DOMElement& element, const char* name,
+                                     const char* expected) {
+    Secret_Text text = Secret_Text::take(Xerces_GetAttribute(element, name));
     if (text.empty() && expected != nullptr)
         throw XMLSerializable_Refusal(Xerces_TagName(element) + ": attribute \"" + name +
                                       "\" is missing or empty; expected " + expected);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Secret_Text.h"
 #include "xml/Xerces_Document.h"
 
 #include <concepts>
@@ -113,21 +114,25 @@ void XMLSerializable_WriteAttributes(const Table& table, const Object& object, x
     });
 }
 
-/// The text of the attribute, empty if it is absent. If something is expected and nothing is there, throws
-/// XMLSerializable_Refusal.
-std::string XMLSerializable_ReadAttribute(const xercesc::DOMElement& element, const char* name,
-                                          const char* expected);
+/// The text of the attribute, which may be a password; empty if it is absent. Throws XMLSerializable_Refusal
+/// if something is expected and nothing is there.
+Secret_Text XMLSerializable_ReadText(const xercesc::DOMElement& element, const char* name,
+                                     const char* expected);
+
+template <typename Row, typename Object>
+void XMLSerializable_ReadAttribute(const Row& row, Object& object, const xercesc::DOMElement& element) {
+    if (row.set == nullptr)
+        return;
+    const Secret_Text text = XMLSerializable_ReadText(element, row.name, row.expected);
+    if (!text.empty() || row.absent == XMLSerializable_Absent::Clears)
+        row.set(object, text.asString());
+}
 
 /// Reads each attribute in the order of the table. After a refusal those before it have been read.
 template <typename Table, typename Object>
 void XMLSerializable_ReadAttributes(const Table& table, Object& object, const xercesc::DOMElement& element) {
-    for (const auto& row : table) {
-        if (row.set == nullptr)
-            continue;
-        const std::string text = XMLSerializable_ReadAttribute(element, row.name, row.expected);
-        if (!text.empty() || row.absent == XMLSerializable_Absent::Clears)
-            row.set(object, text);
-    }
+    for (const auto& row : table)
+        XMLSerializable_ReadAttribute(row, object, element);
 }
 
 /// "true" in any case, and whatever follows it.
@@ -165,6 +170,8 @@ XMLSerializable_Value XMLSerializable_ValueOf(const Held& held) {
         return std::uint64_t{held};
     else if constexpr (std::signed_integral<Held>)
         return std::int64_t{held};
+    else if constexpr (std::same_as<Held, Secret_Text>)
+        return held.view();
     else
         return std::string_view(held);
 }
@@ -186,14 +193,15 @@ constexpr XMLSerializable_Attribute<XMLSerializable_ObjectOf<Get>> XMLSerializab
     return row;
 }
 
-/// A text.
+/// A text, which may be a Secret_Text. A setter takes it as a pointer.
 template <auto Get, auto Set = Get>
 constexpr auto XMLSerializable_Text(const char* name) {
-    if constexpr (std::is_member_function_pointer_v<decltype(Set)>)
-        return XMLSerializable_Row<Get, Set, [](const std::string& text) { return text.c_str(); }>(name);
+    if constexpr (std::is_member_object_pointer_v<decltype(Set)>)
+        return XMLSerializable_Row<Get, Set, [](const std::string& text) {
+            return XMLSerializable_HeldBy<Set>(text);
+        }>(name);
     else
-        return XMLSerializable_Row<Get, Set,
-                                   [](const std::string& text) -> const std::string& { return text; }>(name);
+        return XMLSerializable_Row<Get, Set, [](const std::string& text) { return text.c_str(); }>(name);
 }
 
 /// An unsigned number, read as XMLSerializable_ReadUnsigned tells.

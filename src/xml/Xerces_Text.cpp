@@ -30,43 +30,13 @@ constexpr bool isPlain(unsigned char byte) {
     return byte < 0x80 && !isControl(byte);
 }
 
-struct Sequence {
-    char32_t codePoint = 0;
-    std::size_t length = 0;
-};
-
 constexpr bool isContinuation(std::string_view text, std::size_t at) {
     return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
 }
 
-/// The sequence of two to four bytes at `at`, shortest form only; length 0 if there is none.
-Sequence readSequence(std::string_view text, std::size_t at) {
-    const auto lead = static_cast<unsigned char>(text[at]);
-    std::size_t length = 0;
-    char32_t codePoint = 0;
-    char32_t smallest = 0;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2, codePoint = lead & 0x1FU, smallest = 0x80;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3, codePoint = lead & 0x0FU, smallest = 0x800;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4, codePoint = lead & 0x07U, smallest = 0x10000;
-    } else {
-        return {};
-    }
-    for (std::size_t i = 1; i < length; ++i) {
-        if (!isContinuation(text, at + i))
-            return {};
-        codePoint = (codePoint << 6) | (static_cast<unsigned char>(text[at + i]) & 0x3FU);
-    }
-    if (codePoint < smallest || codePoint > 0x10FFFF || isSurrogate(codePoint))
-        return {};
-    return {codePoint, length};
-}
-
 /// Whether a document can hold the code point as itself without being taken for a mapped byte.
 constexpr bool standsForItself(char32_t c) {
-    return !isNoncharacter(c) && (c < mappedFirst || c > mappedLast);
+    return !isControl(c) && !isNoncharacter(c) && (c < mappedFirst || c > mappedLast);
 }
 
 std::size_t writeUnits(char32_t codePoint, char16_t* units) {
@@ -127,6 +97,32 @@ void appendUnits(std::string& out, std::u16string_view units, Other other) {
 
 } // namespace
 
+Xerces_Utf8Character Xerces_ReadUtf8(std::string_view text, std::size_t at) {
+    const auto lead = static_cast<unsigned char>(text[at]);
+    if (lead < 0x80)
+        return {lead, 1};
+    std::size_t length = 0;
+    char32_t codePoint = 0;
+    char32_t smallest = 0;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2, codePoint = lead & 0x1FU, smallest = 0x80;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        length = 3, codePoint = lead & 0x0FU, smallest = 0x800;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        length = 4, codePoint = lead & 0x07U, smallest = 0x10000;
+    } else {
+        return {};
+    }
+    for (std::size_t i = 1; i < length; ++i) {
+        if (!isContinuation(text, at + i))
+            return {};
+        codePoint = (codePoint << 6) | (static_cast<unsigned char>(text[at + i]) & 0x3FU);
+    }
+    if (codePoint < smallest || codePoint > 0x10FFFF || isSurrogate(codePoint))
+        return {};
+    return {codePoint, length};
+}
+
 std::size_t Xerces_ToUnits(std::string_view text, char16_t* units) {
     char16_t* out = units;
     for (std::size_t at = 0; at < text.size() && text[at] != '\0';) {
@@ -136,10 +132,10 @@ std::size_t Xerces_ToUnits(std::string_view text, char16_t* units) {
             ++at;
             continue;
         }
-        const Sequence sequence = readSequence(text, at);
-        if (sequence.length != 0 && standsForItself(sequence.codePoint)) {
-            out += writeUnits(sequence.codePoint, out);
-            at += sequence.length;
+        const Xerces_Utf8Character character = Xerces_ReadUtf8(text, at);
+        if (character.length != 0 && standsForItself(character.codePoint)) {
+            out += writeUnits(character.codePoint, out);
+            at += character.length;
         } else {
             *out++ = static_cast<char16_t>(mappedFirst + byte);
             ++at;

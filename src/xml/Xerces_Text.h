@@ -12,6 +12,15 @@
 /// other direction a code point of that range which no byte is mapped to stands for itself, so that no zero
 /// byte, "/" or other plain character can be smuggled in under it; a lone surrogate becomes U+FFFD.
 
+/// A character of UTF-8, in its shortest form, and the bytes that it takes.
+struct Xerces_Utf8Character {
+    char32_t codePoint = 0;
+    std::size_t length = 0; ///< 0 if the byte begins no character
+};
+
+/// What begins at `at`, which is within `text`.
+Xerces_Utf8Character Xerces_ReadUtf8(std::string_view text, std::size_t at);
+
 /// The most UTF-16 units that a text of `length` bytes can become.
 constexpr std::size_t Xerces_MaximumUnits(std::size_t length) {
     return length;

@@ -2,22 +2,19 @@
 
 #include "qdvctl/Ctl_Failure.h"
 #include "rmi/RMI_Envelope.h"
+#include "xml/XMLSerializable_Attributes.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 
 namespace {
 
-struct RequestAttribute {
-    const char* name;
-    std::string Ctl_Request::*member;
+constexpr XMLSerializable_Attribute<Ctl_Request> requestAttributes[] = {
+    XMLSerializable_Text<&Ctl_Request::uuid>("uuid"),
+    XMLSerializable_Text<&Ctl_Request::hostTarget>("hostTarget"),
+    XMLSerializable_Text<&Ctl_Request::userName>("userName"),
+    XMLSerializable_Text<&Ctl_Request::userPassword>("userPassword"),
 };
-constexpr std::array<RequestAttribute, 3> requestAttributes{{
-    {"uuid", &Ctl_Request::uuid},
-    {"hostTarget", &Ctl_Request::hostTarget},
-    {"userName", &Ctl_Request::userName},
-}};
 
 [[noreturn]] void refuse(const std::string& what, const std::string& why) {
     throw Ctl_Failure(Ctl_Unanswered, what + ": " + why);
@@ -86,11 +83,7 @@ std::vector<Ctl_Node> Ctl_ParseParameters(std::string_view text, const std::stri
 
 Secret_Text Ctl_BuildRequest(const Ctl_Request& request) {
     RMI_Request document(request.method);
-    for (const RequestAttribute& attribute : requestAttributes)
-        if (const std::string& value = request.*attribute.member; !value.empty())
-            Xerces_SetAttribute(document.request(), attribute.name, value);
-    if (!request.userPassword.empty())
-        Xerces_SetAttribute(document.request(), "userPassword", request.userPassword.view());
+    XMLSerializable_WriteAttributes(requestAttributes, request, document.request());
     for (const auto& [name, value] : request.methodAttributes)
         Xerces_SetAttribute(document.method(), name.c_str(), value);
     for (const Ctl_Node& parameter : request.parameters)
@@ -114,8 +107,7 @@ Ctl_Request Ctl_ParseCall(std::string_view body) {
     if (method == nullptr)
         refuse(what, "it has no element Method");
     Ctl_Request call;
-    for (const RequestAttribute& attribute : requestAttributes)
-        call.*attribute.member = Xerces_GetAttribute(*envelope.content, attribute.name);
+    XMLSerializable_ReadAttributes(requestAttributes, call, *envelope.content);
     call.method = RMI_MethodName(*method);
     if (call.method.empty())
         refuse(what, "its method has no name");

@@ -1,5 +1,7 @@
 #include "qdvctl/Ctl_Text.h"
 
+#include "xml/Xerces_Text.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -16,40 +18,12 @@ struct Unit {
     bool isCharacter;
 };
 
-struct SequenceForm {
-    unsigned char mask, lead;
-    std::size_t length;
-    std::uint32_t lowest; ///< below it the sequence is longer than need be
-};
-constexpr std::array<SequenceForm, 4> forms{{
-    {0x80, 0x00, 1, 0x0},
-    {0xE0, 0xC0, 2, 0x80},
-    {0xF0, 0xE0, 3, 0x800},
-    {0xF8, 0xF0, 4, 0x10000},
-}};
-
-bool isScalarValue(std::uint32_t value) {
-    return value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
-}
-
-/// UTF-8 by RFC 3629. `text` is not empty.
+/// `text` is not empty.
 Unit firstUnit(std::string_view text) {
-    const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    const Unit alone{byte(0), 1, false};
-    const auto* form = std::find_if(forms.begin(), forms.end(), [&](const SequenceForm& candidate) {
-        return (byte(0) & candidate.mask) == candidate.lead;
-    });
-    if (form == forms.end() || text.size() < form->length)
-        return alone;
-    std::uint32_t value = byte(0) & static_cast<unsigned char>(~form->mask);
-    for (std::size_t index = 1; index < form->length; ++index) {
-        if ((byte(index) & 0xC0) != 0x80)
-            return alone;
-        value = (value << 6) | (byte(index) & 0x3F);
-    }
-    if (value < form->lowest || !isScalarValue(value))
-        return alone;
-    return {value, form->length, true};
+    const Xerces_Utf8Character character = Xerces_ReadUtf8(text, 0);
+    if (character.length == 0)
+        return {static_cast<unsigned char>(text.front()), 1, false};
+    return {character.codePoint, character.length, true};
 }
 
 bool isControl(std::uint32_t character) {
