@@ -292,6 +292,10 @@ void writeFile(const std::string& path, const std::string& contents) {
         refuse(path + " cannot be written");
 }
 
+std::string lineOf(const Host_Words& question, const char* mark, const std::string& answer) {
+    return join(question) + " " + mark + (answer.empty() ? "" : " ") + answer + "\n";
+}
+
 /// A text of several lines, which is easier to read in a file of its own.
 bool isLong(const Host_Answer<Host_Words>& answer) {
     if (!answer || answer->size() != 1)
@@ -325,19 +329,15 @@ void Host_WriteRecord(const Host_Record& record, const std::string& folder) {
     FileNames names;
     std::filesystem::create_directory(folder + "/" + textFolder);
     for (const auto& [question, answer] : record.answers) {
-        index += join(question) + " ";
         if (!answer) {
-            index += std::string(isFailure) + " " + errorName(answer.error());
+            index += lineOf(question, isFailure, errorName(answer.error()));
         } else if (isLong(answer)) {
             const std::string name = names.nameFor(question);
             writeFile(folder + "/" + name, answer->front());
-            index += std::string(isText) + " " + name;
+            index += lineOf(question, isText, name);
         } else {
-            index += isAnswer;
-            if (!answer->empty())
-                index += " " + join(*answer);
+            index += lineOf(question, isAnswer, join(*answer));
         }
-        index += '\n';
     }
     writeFile(folder + "/" + indexFile, index);
 }

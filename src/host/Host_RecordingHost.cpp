@@ -72,20 +72,20 @@ Host_Record Host_RecordingHost::record() const {
     return record_;
 }
 
-void Host_RecordingHost::keep(Host_Words question, Host_Answer<Host_Words> answer) {
+void Host_RecordingHost::keep(const Host_Words& question, const Host_Answer<Host_Words>& answer) {
     const std::lock_guard lock(mutex_);
-    record_.answers.try_emplace(std::move(question), std::move(answer));
+    record_.answers.try_emplace(question, answer);
 }
 
 template <typename Value>
-Host_Answer<Value> Host_RecordingHost::note(Host_Words question, Host_Answer<Value> answer) {
-    keep(std::move(question),
-         answer ? Host_ToWords(*answer) : Host_Answer<Host_Words>::failure(answer.error()));
+Host_Answer<Value> Host_RecordingHost::note(const Host_Words& question, Host_Answer<Value> answer) {
+    keep(question, answer ? Host_ToWords(*answer) : Host_Answer<Host_Words>::failure(answer.error()));
     return answer;
 }
 
-Host_Answer<std::string> Host_RecordingHost::noteText(Host_Words question, Host_Answer<std::string> answer) {
-    note(std::move(question), answer ? Host_Answer(Host_WithoutSecrets(*answer)) : answer);
+Host_Answer<std::string> Host_RecordingHost::noteText(const Host_Words& question,
+                                                      Host_Answer<std::string> answer) {
+    note(question, answer ? Host_Answer(Host_WithoutSecrets(*answer)) : answer);
     return answer;
 }
 

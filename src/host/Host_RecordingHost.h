@@ -34,9 +34,9 @@ private:
     class Device;
 
     template <typename Value>
-    Host_Answer<Value> note(Host_Words question, Host_Answer<Value> answer);
-    Host_Answer<std::string> noteText(Host_Words question, Host_Answer<std::string> answer);
-    void keep(Host_Words question, Host_Answer<Host_Words> answer);
+    Host_Answer<Value> note(const Host_Words& question, Host_Answer<Value> answer);
+    Host_Answer<std::string> noteText(const Host_Words& question, Host_Answer<std::string> answer);
+    void keep(const Host_Words& question, const Host_Answer<Host_Words>& answer);
 
     Host_Host& host_;
     mutable std::mutex mutex_;

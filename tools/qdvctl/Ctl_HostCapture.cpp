@@ -28,7 +28,7 @@ namespace {
 using Names = std::vector<std::string>;
 
 /// Asked of every host, beside those whose output leads to further questions.
-constexpr const char* commands[] = {
+constexpr const char* hostCommands[] = {
     "cat /etc/raidtab",
     "cat /proc/scsi/scsi",
     "fdisk -l ",
@@ -38,7 +38,7 @@ constexpr const char* commands[] = {
     "pvs --reportformat json --units b",
     "vgs --reportformat json --units b",
 };
-constexpr const char* files[] = {
+constexpr const char* hostFiles[] = {
     "/proc/mdstat", "/proc/partitions", "/proc/scsi/scsi", "/proc/swaps", "/proc/self/mountinfo",
 };
 /// Folders of links and nodes.
@@ -61,7 +61,7 @@ struct Attribute {
     const char* names;
     const char* file;
 };
-constexpr Attribute attributes[] = {
+constexpr Attribute deviceAttributes[] = {
     {"*", "dev"},
     {"*", "size"},
     {"*", "ro"},
@@ -107,6 +107,10 @@ constexpr const char* scsiAttributes[] = {"type", "vendor", "model", "rev"};
 /// Where an identifier of the volume manager and the name of its group stand, in the old form and the new.
 constexpr std::uint64_t headerOffsets[] = {44, 172, 544};
 constexpr std::size_t headerLength = 32;
+
+std::string under(const std::string& folder, const std::string& name) {
+    return folder + "/" + name;
+}
 
 bool matches(const char* pattern, const std::string& name) {
     return fnmatch(pattern, name.c_str(), 0) == 0;
@@ -158,9 +162,9 @@ public:
 
     void askAll() {
         askSummary();
-        for (const char* command : commands)
+        for (const char* command : hostCommands)
             host_.run(command);
-        for (const char* file : files)
+        for (const char* file : hostFiles)
             host_.readFile(file);
         for (const char* folder : linkFolders)
             askLinks(folder);
@@ -174,7 +178,7 @@ public:
             askKernel(name);
         for (const std::string& name : host_.listFolder("/sys/class/scsi_device").valueOr({}))
             for (const char* attribute : scsiAttributes)
-                host_.readFile("/sys/class/scsi_device/" + name + "/device/" + attribute);
+                host_.readFile(under("/sys/class/scsi_device/" + name + "/device", attribute));
         askVolumes();
         askMounts();
     }
@@ -198,9 +202,9 @@ private:
 
     void askLinks(const std::string& folder) {
         for (const std::string& name : host_.listFolder(folder).valueOr({})) {
-            host_.readLink(folder + "/" + name);
+            host_.readLink(under(folder, name));
             if (folder.starts_with("/dev/"))
-                host_.node(folder + "/" + name);
+                host_.node(under(folder, name));
         }
     }
 
@@ -219,7 +223,7 @@ private:
             for (const std::string& name : host_.listFolder(folder).valueOr({}))
                 if (matches(Storage_DriveSubsystemPattern1[family], name) ||
                     matches(Storage_DriveSubsystemPattern2[family], name))
-                    devices_[folder + "/" + name] = true;
+                    devices_[under(folder, name)] = true;
         }
     }
 
@@ -250,26 +254,26 @@ private:
         const std::string folder = "/sys/block/" + name;
         if (matches("ram*", name) || host_.readFile(folder + "/size").valueOr("") == "0\n")
             return;
-        for (const Attribute& attribute : attributes)
+        for (const Attribute& attribute : deviceAttributes)
             if (matches(attribute.names, name))
-                host_.readFile(folder + "/" + attribute.file);
+                host_.readFile(under(folder, attribute.file));
         for (const char* links : {"slaves", "holders"})
-            host_.listFolder(folder + "/" + links);
+            host_.listFolder(under(folder, links));
         askUdev(folder);
         for (const std::string& entry : host_.listFolder(folder).valueOr({}))
             if (entry.starts_with(name))
-                askPartition(folder + "/" + entry);
+                askPartition(under(folder, entry));
         if (!matches("md*", name))
             return;
         for (const std::string& entry : host_.listFolder(folder + "/md").valueOr({}))
             if (entry.starts_with("dev-"))
                 for (const char* attribute : memberAttributes)
-                    host_.readFile(folder + "/md/" + entry + "/" + attribute);
+                    host_.readFile(under(folder + "/md/" + entry, attribute));
     }
 
     void askPartition(const std::string& folder) {
         for (const char* attribute : partitionAttributes)
-            host_.readFile(folder + "/" + attribute);
+            host_.readFile(under(folder, attribute));
         host_.listFolder(folder + "/holders");
         askUdev(folder);
     }

@@ -40,7 +40,7 @@ TEST(RecordedHosts, AreAuditedBesideEachOther) {
                                                 "command \"ls /etc/*-release\" = \"\"\n"
                                                 "command \"uname -r\" = \"6.1-" +
                                                 name + "\\n\"\ncommand \"uname -m\" = " + name + "\n"));
-        const std::string first = summaryOf(host);
+        std::string first = summaryOf(host);
         for (int round = 0; round < 50; ++round)
             EXPECT_EQ(summaryOf(host), first);
         EXPECT_TRUE(host.unanswered().empty());
