@@ -5,17 +5,34 @@
 #include "exec/Exec_Program.h"
 #include "log/Debug_Printf.h"
 
+#include <algorithm>
+
 namespace {
 
 /// Relative to the agent's working directory, the folder of its executable.
-constexpr const char* scriptletPrefix = "../actionSet/proactivity_scriptlet_temp_file_";
+constexpr std::string_view folder = "../actionSet/";
+constexpr std::string_view namePrefix = "proactivity_scriptlet_temp_file_";
+constexpr std::string_view nameSuffix = ".sh";
+
+std::string nameOf(const char* actionId, int index) {
+    return std::string(namePrefix) + actionId + "_" + std::to_string(index) + std::string(nameSuffix);
+}
 
 } // namespace
 
 AgentActions_ScriptletExecutor::AgentActions_ScriptletExecutor(const char*, const char* actionId, int index,
                                                                std::string_view script)
-    : temporaryFile_(std::string(scriptletPrefix) + actionId + "_" + std::to_string(index) + ".sh"),
-      script_(script) {}
+    : temporaryFile_(std::string(folder) + nameOf(actionId, index)), script_(script) {}
+
+bool AgentActions_IsScriptletName(std::string_view name) {
+    if (!name.starts_with(namePrefix) || !name.ends_with(nameSuffix))
+        return false;
+    name.remove_prefix(namePrefix.size());
+    name.remove_suffix(std::min(name.size(), nameSuffix.size()));
+    const std::size_t index = name.rfind('_') + 1;
+    return index > 1 && index < name.size() &&
+           name.find_first_not_of("0123456789", index) == std::string_view::npos;
+}
 
 /// Always a new file: one that is already there may belong to another user, who must neither read this text
 /// nor have it run as him.

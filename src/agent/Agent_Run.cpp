@@ -1,15 +1,18 @@
 #include "agent/Agent_Run.h"
 
+#include "actions/AgentActions_ScriptletExecutor.h"
 #include "agent/AgentHTTP_RequestHandler.h"
 #include "agent/Agent_CommandLine.h"
 #include "agent/Agent_Signals.h"
 #include "audit/System_Layer.h"
+#include "base/File_Temporary.h"
 #include "base/Layer_Guard.h"
 #include "calls/AgentRMI_MethodCallServer.h"
 #include "config/AgentConfig_Configuration.h"
 #include "config/AgentConfig_Globals.h"
 #include "config/AgentConfig_Guid.h"
 #include "config/Config_File.h"
+#include "exec/Exec_ChildProcess.h"
 #include "log/Debug_Printf.h"
 #include "net/AgentSSL_Factory.h"
 #include "net/HTTP_Server.h"
@@ -25,6 +28,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 #include <vector>
 
@@ -93,6 +97,7 @@ private:
     bool initManager();
     bool nameCertificates();
     bool initServer();
+    bool sweepLeftovers();
     bool armSignals();
     bool startServices();
     bool askForSSLState();
@@ -129,6 +134,7 @@ const AgentRun::Stage AgentRun::stages[] = {
     {&AgentRun::initManager<generic>, "Agent: Generic RMIAsynch init failed\n"},
     {&AgentRun::nameCertificates, nullptr},
     {&AgentRun::initServer, "Agent: HTTP server init failed\n"},
+    {&AgentRun::sweepLeftovers, nullptr},
     {&AgentRun::armSignals, nullptr},
     {&AgentRun::startServices, "Agent: startup failed\n"},
     {&AgentRun::askForSSLState, "Agent: Check SSL state failed\n"},
@@ -237,6 +243,18 @@ bool AgentRun::initServer() {
     return server_->init(bindList_, &gSSLFactory, &requestHandlerFactory_, httpWorkers);
 }
 
+/// After the ports are taken, so that a second agent in the same tree does not delete what the first one
+/// uses.
+bool AgentRun::sweepLeftovers() {
+    File_Sweep(".", File_IsTemporaryName);
+    File_Sweep("../actionSet", [](std::string_view name) {
+        return File_IsTemporaryName(name) || AgentActions_IsScriptletName(name);
+    });
+    File_Sweep("../conf",
+               [](std::string_view name) { return name == "agent.conf.tmp" || name == "uuid.conf.tmp"; });
+    return true;
+}
+
 bool AgentRun::armSignals() {
     signals_.emplace();
     return true;
@@ -282,6 +300,7 @@ void AgentRun::waitForShutdownRequest() {
 
 bool AgentRun::stop() {
     DEBUG_LOG("Agent: attempting shutdown\n");
+    Exec_ChildProcess::endAll();
     return manager_.shutdown();
 }
 

@@ -90,15 +90,18 @@ bool File_WriteAtomically(const char* path, const char* suffix, std::string_view
     if (!file)
         return false;
     std::size_t written = 0;
-    const bool replaced = (!old || takeOver(file, *old)) &&
-                          File_Write(file.get(), contents.data(), contents.size(), written) &&
-                          fsync(file.get()) == 0 && std::rename(temporary.c_str(), path) == 0;
-    if (!replaced) {
-        const int cause = errno;
-        unlink(temporary.c_str());
-        errno = cause;
+    if ((!old || takeOver(file, *old)) && File_Write(file.get(), contents.data(), contents.size(), written) &&
+        File_MoveIntoPlace(file.get(), temporary.c_str(), path))
+        return true;
+    const int cause = errno;
+    unlink(temporary.c_str());
+    errno = cause;
+    return false;
+}
+
+bool File_MoveIntoPlace(int descriptor, const char* temporary, const char* path) {
+    if (fsync(descriptor) != 0 || std::rename(temporary, path) != 0)
         return false;
-    }
     syncDirectoryOf(path);
     return true;
 }

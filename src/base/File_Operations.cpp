@@ -1,6 +1,8 @@
 #include "base/File_Operations.h"
 
+#include "base/File_Contents.h"
 #include "base/File_Descriptor.h"
+#include "base/File_Temporary.h"
 #include "base/String_Functions.h"
 #include "base/User_Account.h"
 #include "log/Debug_Printf.h"
@@ -14,6 +16,8 @@
 namespace {
 
 constexpr mode_t NewFileMode = 0660;
+/// Until the file is given to its user.
+constexpr mode_t SavedFileMode = 0600;
 constexpr mode_t NewDirectoryMode = 0770;
 constexpr int MaximumFailedWrites = 10;
 
@@ -56,6 +60,25 @@ void deleteKeepingErrno(const char* path) {
     const int saved = errno;
     File_Delete(path);
     errno = saved;
+}
+
+/// A new file, which nobody else has open: at the path itself if nothing may stand there, else beside it, to
+/// be moved there when it is whole. `made` is where it lies.
+File_Descriptor openForSaving(const std::string& path, unsigned flags, std::string& made) {
+    const bool create = (flags & File_FlagCreate) != 0;
+    made = path;
+    if (create && (flags & File_FlagExclusive) != 0)
+        return File_Descriptor(
+            open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOCTTY, SavedFileMode));
+    struct stat old {};
+    const bool exists = lstat(path.c_str(), &old) == 0;
+    if (!exists && !(create && errno == ENOENT))
+        return File_Descriptor();
+    if (exists && !S_ISREG(old.st_mode)) {
+        errno = EEXIST;
+        return File_Descriptor();
+    }
+    return File_CreateTemporary(path.substr(0, path.rfind('/') + 1), made);
 }
 
 } // namespace
@@ -124,21 +147,25 @@ bool File_Rename(const char* oldPath, const char* newPath) {
 bool File_Save(const char* path, unsigned permissions, unsigned flags, const char* user, const void* buffer,
                std::size_t length, std::size_t& count) {
     count = 0;
-    const File_Descriptor file(File_Open(path, File_AccessWrite, flags));
+    std::string made = path;
+    const File_Descriptor file = openForSaving(path, flags, made);
     if (!file) {
         DEBUG_LOG("NXFILE:File_Save error opening file %s\n", path);
         return false;
     }
-    // Cut, so that a file saved over a longer one does not keep its tail.
-    if (!File_Write(file.get(), buffer, length, count) ||
-        ftruncate(file.get(), static_cast<off_t>(count)) != 0) {
+    if (!File_Write(file.get(), buffer, length, count)) {
         DEBUG_LOG("NXFILE:File_Save error writing file %s\n", path);
-        deleteKeepingErrno(path);
+        deleteKeepingErrno(made.c_str());
         return false;
     }
     if (!secureOpenFile(file.get(), path, user, permissions)) {
         DEBUG_LOG("NXFILE:File_Save error setting file security %s\n", path);
-        deleteKeepingErrno(path);
+        deleteKeepingErrno(made.c_str());
+        return false;
+    }
+    if (made != path && !File_MoveIntoPlace(file.get(), made.c_str(), path)) {
+        DEBUG_LOG("NXFILE:File_Save error writing file %s\n", path);
+        deleteKeepingErrno(made.c_str());
         return false;
     }
     return true;

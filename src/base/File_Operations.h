@@ -41,8 +41,9 @@ bool File_Delete(const char* path);
 bool File_Rename(const char* oldPath, const char* newPath);
 
 /// Writes a file that belongs to a user: the flags are those of File_Open, user and permissions those of
-/// File_SetFileSecurity. The file then holds the buffer and nothing else. If it cannot be written whole or be
-/// given away, it is deleted.
+/// File_SetFileSecurity. The file is a new one that takes the old one's place when it is whole and secured,
+/// so that descriptors of the old one do not reach it; on failure the old one stands. What is no regular file
+/// is not replaced: EEXIST.
 bool File_Save(const char* path, unsigned permissions, unsigned flags, const char* user, const void* buffer,
                std::size_t length, std::size_t& count);
 /// Gives the file to the user and the user's group, with these permissions for the owner and none for others.

@@ -2,7 +2,7 @@
 
 #include "base/File_Descriptor.h"
 #include "base/File_Operations.h"
-#include "base/MD5.h"
+#include "base/File_Temporary.h"
 #include "exec/Exec_ChildProcess.h"
 #include "exec/Exec_ChildStart.h"
 #include "exec/Exec_CloseFrom.h"
@@ -10,10 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <ctime>
-#include <fcntl.h>
 #include <memory>
 #include <new>
 #include <optional>
@@ -28,24 +25,12 @@ using Clock = Exec_ChildProcess::Clock;
 
 constexpr char shell[] = "/bin/sh";
 constexpr int couldNotStart = 127;
-constexpr int nameAttempts = 10;
-constexpr mode_t onlyForTheAgent = 0600;
 /// The unit in which zero bytes cut the output short.
 constexpr std::size_t pieceSize = 1024;
 /// A write that a full disk cuts short ends at a multiple of this.
 constexpr off_t smallestDiskBlock = 512;
 /// How often a running command is looked at: the size of its output, and whether it is to end.
 constexpr std::chrono::milliseconds checkInterval{250};
-
-std::string makeFileName() {
-    const int number = rand(); // NOLINT(cert-msc30-c,cert-msc50-cpp): the name need not be hard to guess
-    const std::string seed = std::to_string(static_cast<int>(time(nullptr))) + "-" + std::to_string(number);
-    MD5 digest;
-    digest.update(reinterpret_cast<const unsigned char*>(seed.data()), static_cast<unsigned>(seed.size()));
-    digest.finalize();
-    const std::unique_ptr<char[]> digits(digest.hex_digest());
-    return std::string(digits.get()) + ".tmp";
-}
 
 /// The file that a command writes to. It is made before the shell opens it, so that nobody else can take its
 /// name.
@@ -60,12 +45,7 @@ public:
     }
 
     bool create() {
-        for (int attempt = 0; attempt < nameAttempts && !descriptor_; ++attempt) {
-            name_ = makeFileName();
-            descriptor_.reset(open(name_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, onlyForTheAgent));
-            if (!descriptor_ && errno != EEXIST)
-                return false;
-        }
+        descriptor_ = File_CreateTemporary("", name_);
         // Opening it with truncation, as the shell does, stamps a file even if it is empty.
         const timespec never[2] = {};
         return descriptor_ && futimens(descriptor_.get(), never) == 0;

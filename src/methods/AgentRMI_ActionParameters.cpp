@@ -1,11 +1,13 @@
 #include "methods/AgentRMI_ActionParameters.h"
 
 #include "exec/Security_UserAuthenticator.h"
+#include "log/Debug_Printf.h"
 #include "rmi/RMI_MethodException.h"
 #include "xml/Xerces_Document.h"
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 namespace {
 
@@ -88,8 +90,12 @@ std::optional<AgentRMI_ActionParameters> AgentRMI_ReadActionParameters(const xer
     return read;
 }
 
-bool AgentRMI_IsSafeName(const std::optional<std::string>& name) {
-    return name && !name->empty() && name->find('/') == std::string::npos;
+bool AgentRMI_FitsFileName(const char* name, const std::optional<std::string>& value) {
+    constexpr std::string_view misfits("/\0", 2);
+    if (value && !value->empty() && value->find_first_of(misfits) == std::string::npos)
+        return true;
+    DEBUG_LOG("Refusing an action: parameter %s is missing or cannot be part of a file name\n", name);
+    return false;
 }
 
 void AgentRMI_RequireSystemUser(const AgentRMI_ActionParameters& parameters) {

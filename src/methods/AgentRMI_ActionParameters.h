@@ -26,8 +26,9 @@ enum class AgentRMI_ActionMethod { SubmitAction, SaveAction };
 std::optional<AgentRMI_ActionParameters> AgentRMI_ReadActionParameters(const xercesc::DOMElement& method,
                                                                        AgentRMI_ActionMethod which);
 
-/// Whether a parameter may become part of a file name: it is there, not empty and without "/".
-bool AgentRMI_IsSafeName(const std::optional<std::string>& name);
+/// Whether a parameter may become part of a file name: it is there, not empty, and without "/" and zero
+/// bytes. A refusal is logged with the parameter's `name`.
+bool AgentRMI_FitsFileName(const char* name, const std::optional<std::string>& value);
 
 /// Throws RMI_MethodException with a general failure and the reason if the user's password is wrong or
 /// missing.

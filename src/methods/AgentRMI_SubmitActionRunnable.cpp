@@ -1,6 +1,7 @@
 #include "methods/AgentRMI_SubmitActionRunnable.h"
 
 #include "actions/AgentActions_ActionResult.h"
+#include "actions/AgentActions_RunningAction.h"
 #include "actions/AgentActions_Script.h"
 #include "calls/AgentRMI_ActionResult.h"
 #include "log/Debug_Printf.h"
@@ -27,6 +28,11 @@ const char* getStringForCode(ExecResultCode code) {
     default:
         return STATUS_ERROR;
     }
+}
+
+[[noreturn]] void refuse(const std::string& reason) {
+    DEBUG_LOG("Refusing an action: %s\n", reason.c_str());
+    throw RMI_MethodException(RMI_MethodException::GeneralFailure, reason);
 }
 
 /// The header has failed, so nothing was done to any object.
@@ -87,7 +93,7 @@ bool AgentRMI_SubmitActionRunnableBase::checkPostParseConditions() const {
             DEBUG_LOG("SubmitActionRunnable.checkPostParseConditions: %s\n", parameter.whenMissing);
         complete = complete && parameter.there;
     }
-    return complete && AgentRMI_IsSafeName(action_.actionId) && AgentRMI_IsSafeName(action_.actionName);
+    return complete && AgentRMI_FitsFileName("actionid", action_.actionId);
 }
 
 bool AgentRMI_SubmitActionRunnableDistributed::invoke() {
@@ -101,11 +107,11 @@ bool AgentRMI_SubmitActionRunnableDistributed::invoke() {
     if (action().groupMembers.size() + 1 != pieces->size()) {
         DEBUG_LOG("GroupMembers != Scriptlets-1, %d != %d\n", static_cast<int>(action().groupMembers.size()),
                   static_cast<int>(pieces->size()) - 1);
-        throw RMI_MethodException(RMI_MethodException::GeneralFailure,
-                                  "Mismatch between scriptlets and action items");
+        refuse("Mismatch between scriptlets and action items");
     }
     makeScriptlets(*pieces);
-    execAndReport();
+    execScriptlets();
+    reportToServer();
     return true;
 }
 
@@ -118,6 +124,9 @@ void AgentRMI_SubmitActionRunnableDistributed::makeScriptlets(const std::vector<
 
 /// The header first; if it does well all others in order, whatever becomes of the one before.
 void AgentRMI_SubmitActionRunnableDistributed::execScriptlets() {
+    const AgentActions_RunningAction running(*action().actionId);
+    if (!running)
+        refuse("action " + *action().actionId + " is already running");
     const char* user = action().user->c_str();
     const char* password = action().password->c_str();
     AgentActions_ScriptletExecutor& header = scriptlets_.front();
@@ -133,8 +142,7 @@ void AgentRMI_SubmitActionRunnableDistributed::execScriptlets() {
     DEBUG_LOG("execAndReport: done execing\n");
 }
 
-void AgentRMI_SubmitActionRunnableDistributed::execAndReport() {
-    execScriptlets();
+void AgentRMI_SubmitActionRunnableDistributed::reportToServer() const {
     const unsigned long long actionId = std::strtoull(action().actionId->c_str(), nullptr, 0);
     AgentActions_ActionResult report(actionId, STATUS_PENDINGS);
     const Exec_ExecResult& header = scriptlets_.front().getExecResult();

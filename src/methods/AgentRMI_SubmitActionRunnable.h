@@ -28,14 +28,14 @@ private:
 class AgentRMI_SubmitActionRunnableDistributed : public AgentRMI_SubmitActionRunnableBase {
 public:
     /// Blocks until all has run and the report is delivered or lost. Throws RMI_MethodException, before
-    /// anything has run, for a wrong user, a script without header, or scriptlets that don't match the
-    /// objects.
+    /// anything has run, for a wrong user, a script without header, scriptlets that don't match the objects,
+    /// or an id of which an action is running already.
     bool invoke() override;
 
 private:
     void makeScriptlets(const std::vector<std::string_view>& pieces);
-    void execAndReport();
     void execScriptlets();
+    void reportToServer() const;
 
     std::vector<AgentActions_ScriptletExecutor> scriptlets_;
 };

@@ -14,7 +14,7 @@ from xml.sax.saxutils import escape, quoteattr
 
 import pytest
 
-from harness import FAILED, INVALID_UUID, SUCCESS, ManagementServer, Port, anonymous_tls, wait_until
+from harness import FAILED, INVALID_UUID, SUCCESS, ManagementServer, Port, anonymous_tls, environment, wait_until
 
 UUID = "id"
 WRONG_USER = "invalid user or password "
@@ -143,7 +143,8 @@ def test_scriptlets_run_in_order_as_the_user(acting, server, user):
     assert saved(acting) == before
     trace.unlink()
     for text, number in (("18446744073709551615", "18446744073709551615"), ("0x1f", "31"), ("none", "0")):
-        assert submit(acting, server, action(user, scriptlets(":"), actionid=text), LEFT_OUT)[0] == number
+        values = action(user, scriptlets(":"), actionid=text, actionname="no/path")
+        assert submit(acting, server, values, LEFT_OUT)[0] == number
 
 
 def test_failing_scriptlets(acting, server, user):
@@ -158,6 +159,7 @@ def test_failing_scriptlets(acting, server, user):
         (":", "success", "success"),
         ("exit 2", "failure", "Child exited with code: 2"),
         (f"touch {mark}", "success", "success"),
+        ("printf 'one\\0two' >&2; exit 4", "failure", "Child exited with code: 4 one two"),
         ("kill -9 $$", "error", "Child process was terminated due to signal: 9"),
     ]
     script = scriptlets(":", *(script for script, *_ in rows))
@@ -175,7 +177,7 @@ def test_actions_that_are_refused(acting, server, user):
     good = action(user, script)
     mismatch = ("error", "Mismatch between scriptlets and action items")
     submits = [({name: value}, ["/a"], FAILED) for name in good for value in (LEFT_OUT, "")]
-    submits += [({name: value}, ["/a"], FAILED) for name in ("actionid", "actionname") for value in ("/", "../x", "a/b")]
+    submits += [({"actionid": value}, ["/a"], FAILED) for value in ("/", "../x", "a/b")]
     submits += [
         ({}, ["/a", ""], FAILED),
         ({"syspwd": "wrong"}, ["/a"], NOT_AUTHORIZED),
@@ -190,6 +192,7 @@ def test_actions_that_are_refused(acting, server, user):
     saves += [({name: ""}, FAILED) for name in to_save]
     saves += [({name: "../x"}, FAILED) for name in ("actionid", "actionname", "templatename")]
     saves += [({"syspwd": "wrong"}, NOT_AUTHORIZED)]
+    saves += [({"actionid": "proactivity", "actionname": "scriptlet", "templatename": "temp_file_77_0.sh"}, FAILED)]
     with nothing_happens(acting, server, user):
         for changes, members, outcome in submits:
             assert call(acting, "SubmitAction", good | changes, members) == outcome, (changes, members)
@@ -235,26 +238,77 @@ def test_scriptlets_cannot_hold_up_the_agent(acting, server, user):
     assert report[3] == [("/a", "failure", "Child exited with code: 9 " + "x" * 254 + "...")]
 
 
-def test_password_is_in_no_process(acting, user):
-    """While a scriptlet runs nobody finds it in a command line, nor the user in his environment."""
-    go, runs = user.place / "go", user.place / "runs"
-    script = scriptlets(f"echo $$ >{runs}.new; mv {runs}.new {runs}; while [ ! -e {go} ]; do sleep 0.05; done")
+def test_scriptlets_are_kept_apart_from_the_agent_and_from_each_other(acting, server, user):
+    """What a scriptlet has of the agent is its environment and no more, and nobody's file takes its name."""
+    Path(f"/proc/{acting.pid}/oom_score_adj").write_text("500")
+    for task in Path(f"/proc/{acting.pid}/task").iterdir():
+        with suppress(PermissionError):
+            os.setpriority(os.PRIO_PROCESS, int(task.name), -5)
+    go, facts = user.place / "go", user.place / "facts"
+    look = "echo $$ $(ps -o sid=,ni= -p $$) $(cat /proc/self/oom_score_adj)"
+    script = scriptlets(f"{look} >{facts}.new; mv {facts}.new {facts}; while [ ! -e {go} ]; do sleep 0.05; done")
     with ThreadPoolExecutor(1) as pool:
         outcome = pool.submit(call, acting, "SubmitAction", action(user, script))
         try:
-            wait_until(runs.exists, "the scriptlet to run")
-            secret = user.password.encode()
-            shell = Path(f"/proc/{int(runs.read_text())}")
-            assert b"proactivity_scriptlet_temp_file_4711_0.sh" in (shell / "cmdline").read_bytes()
-            assert secret not in (shell / "environ").read_bytes()
-            for process in Path("/proc").glob("[0-9]*/cmdline"):
-                with suppress(OSError):
-                    assert secret not in process.read_bytes(), process
+            wait_until(facts.exists, "the scriptlet to run")
+            shell, *others = facts.read_text().split()
+            assert others == [shell, "0", "0"]
+            assert Path(f"/proc/{shell}/environ").read_bytes() == Path(f"/proc/{acting.pid}/environ").read_bytes()
+            second = call(acting, "SubmitAction", action(user, scriptlets("true")))
+            assert second == ("error", "action 4711 is already running")
         finally:
             go.touch()
-        assert outcome.result() == SUCCESS
-    go.unlink()
-    runs.unlink()
+        assert outcome.result() == SUCCESS and len(server.of("UpdateAction")) == 1
+    for file in (go, facts):
+        file.unlink()
+
+
+def is_alive(pid):
+    with suppress(OSError):
+        return Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[0] not in "ZX"
+    return False
+
+
+def test_nothing_is_left_of_what_ran_when_the_agent_ends(start, new_tree, server, user, tmp_path):
+    """A stop ends tools and scriptlets at once; after a crash the next start removes their files and no others."""
+    tool, script, tree = tmp_path / "tool", user.place / "script", new_tree()
+    sleeps = "echo $$ >{0}.new; mv {0}.new {0}; exec sleep 600"
+    (tmp_path / "uname").write_text(f"#!/bin/sh\n{sleeps.format(tool)}\n")
+    (tmp_path / "uname").chmod(0o755)
+    options = {"server": server, "more": {"PATH": f"{tmp_path}:{environment()['PATH']}"}}
+
+    @contextmanager
+    def busy():
+        agent = start(tree, **options)
+        assert agent.outcome(uuid=UUID) == SUCCESS
+        before = saved(agent)
+        with ThreadPoolExecutor(2) as pool:
+            pool.submit(call, agent, "SubmitAction", action(user, scriptlets(sleeps.format(script))))
+            pool.submit(agent.call, "GetHostSummary", uuid=UUID)
+            wait_until(lambda: tool.exists() and script.exists(), "tool and scriptlet to run")
+            pids = [int(path.read_text()) for path in (tool, script)]
+            assert len(saved(agent)) == len(before) + 2
+            yield agent, pids
+            wait_until(lambda: not any(map(is_alive, pids)), "tool and scriptlet to end")
+        for path in (tool, script):
+            path.unlink()
+
+    with busy() as (agent, _):
+        before = [path for path in saved(agent) if path.suffix not in (".tmp", ".sh")]
+        assert agent.stop() == 0
+    assert saved(agent) == before
+    report = report_of(server.of("UpdateAction")[0])
+    assert report[1:3] == ("failure", "Child process was ended because the agent stops")
+    with busy() as (agent, pids):
+        agent.kill()
+        for pid in pids:
+            os.killpg(os.getpgid(pid), signal.SIGKILL)
+    kept = [tree.bin / "x.tmp", *(tree.top / "actionSet" / name for name in ("1_a.tmp", "proactivity_scriptlet_temp_file_1_x.sh"))]
+    for path in kept:
+        path.touch()
+    (tree.conf / "agent.conf.tmp").touch()
+    assert len(saved(agent)) == len(before) + 6
+    assert saved(start(tree, **options)) == sorted([*before, *(path.relative_to(tree.top) for path in kept)])
 
 
 # ---- storing and listing
@@ -267,6 +321,10 @@ def test_saved_script_belongs_to_the_user_and_is_replaced_whole(acting, user):
         assert file.read_text() == (script or "")
         assert (file.stat().st_uid, file.stat().st_mode & 0o7777) == (user.id, 0o500)
     assert [path.name for path in saved(acting) if "4711" in path.name] == [file.name]
+    with open(file, "r+b") as kept_open:  # as by an owner before this one
+        assert call(acting, "SaveAction", action(user, "new", templatename="a template")) == SUCCESS
+        kept_open.write(b"evil")
+    assert file.read_text() == "new"
     file.unlink()
 
 

@@ -115,7 +115,11 @@ TEST(FileOperations, SaveLeavesAFileForItsOwnerOnly) {
     ASSERT_TRUE(save(path, "echo\n", 7, ownName()));
     EXPECT_EQ(contentsOf(path), "echo\n");
     EXPECT_FALSE(save(path, "text", File_PermissionRead, "no such user"));
-    EXPECT_EQ(directory.entries(), 0U);
+    EXPECT_EQ(contentsOf(path), "echo\n");
+    ASSERT_EQ(mkfifo((directory / "pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(save(directory / "pipe", "text", 7, ownName()));
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_EQ(directory.entries(), 2U);
 }
 
 TEST(FileOperations, FilesOfOtherUsers) {

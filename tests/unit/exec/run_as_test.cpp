@@ -117,7 +117,7 @@ TEST(RunAs, ChildStartsClean) {
     }
     Disturbed_Signals::expectNone(written(Disturbed_Signals::show));
     EXPECT_EQ(written("ls /proc/self/fd"), "0\n1\n2\n3\n") << "the last one is that of the folder";
-    EXPECT_EQ(written("ps -o pgid= -p $$ | tr -d ' ' | grep -qx $$ && echo leader"), "leader\n");
+    EXPECT_EQ(written("ps -o sid= -p $$ | tr -d ' ' | grep -qx $$ && echo leader"), "leader\n");
     if (Private_Host::isRoot()) {
         EXPECT_EQ(written("echo $(id -u) $(id -g) $(id -G)"), "65534 65534 65534\n");
         setgroups(0, nullptr);

@@ -80,7 +80,7 @@ TEST_F(ShellCommand, ZeroBytesEndAPieceOf1024) {
 TEST_F(ShellCommand, StartsWithNoSignalBlockedOrIgnored) {
     const Disturbed_Signals disturbed;
     Disturbed_Signals::expectNone(outputOf(Disturbed_Signals::show).value_or("none"));
-    EXPECT_EQ(outputOf("test $(ps -o pgid= -p $$) = $$ && echo yes"), "yes\n");
+    EXPECT_EQ(outputOf("test $(ps -o sid= -p $$) = $$ && echo yes"), "yes\n");
 }
 
 TEST_F(ShellCommand, OnesThatRunAtTheSameTimeKeepApart) {
