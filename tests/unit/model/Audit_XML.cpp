@@ -1,21 +1,8 @@
 #include "model/Audit_XML.h"
 
 #include "xml/XMLSerializable_XMLSerializable.h"
-#include "xml/Xerces_Layer.h"
 
 #include <gtest/gtest.h>
-
-namespace {
-
-class LayerEnvironment : public testing::Environment {
-public:
-    void SetUp() override { ASSERT_TRUE(Xerces_LayerInit()); }
-    void TearDown() override { Xerces_LayerCleanup(); }
-};
-
-const testing::Environment* const environment = testing::AddGlobalTestEnvironment(new LayerEnvironment);
-
-} // namespace
 
 std::string formOf(XMLSerializable_XMLSerializable& object) {
     const Xerces_DocumentPtr document = Xerces_CreateDocument("Root");

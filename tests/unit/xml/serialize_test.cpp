@@ -8,25 +8,21 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
 const std::string declaration = R"(<?xml version="1.0" encoding="UTF-8" standalone="no" ?>)";
 
-std::string byLibrary(const xercesc::DOMDocument& document) {
+std::string byLibrary(const xercesc::DOMDocument& document, const char16_t* encoding = u"UTF-8") {
     Xerces_XercesDOM dom;
+    dom.setEncodingSchema(encoding);
     char* buffer = nullptr;
     unsigned length = 0;
     EXPECT_TRUE(dom.serialize(buffer, length, &document));
     const std::unique_ptr<char[]> owned(buffer);
     EXPECT_EQ(buffer[length], '\0');
     return {buffer, length};
-}
-
-TEST(XercesSerialize, WritesTheDeclarationAndNoPrettyPrinting) {
-    const Xerces_DocumentPtr document = Xerces_CreateDocument("root");
-    Xerces_AppendElement(*Xerces_Root(*document), "child");
-    EXPECT_EQ(Xerces_Serialize(*document), declaration + "<root><child/></root>");
 }
 
 TEST(XercesSerialize, WritesWhatTheLibraryWouldWrite) {
@@ -47,19 +43,26 @@ TEST(XercesSerialize, WritesWhatTheLibraryWouldWrite) {
 }
 
 TEST(XercesSerialize, EveryTextSurvivesTheWire) {
-    std::mt19937 random(7); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same texts every time
-    for (int round = 0; round < 300; ++round) {
-        std::string bytes;
-        for (unsigned length = random() % 200; bytes.size() < length;)
-            bytes += static_cast<char>(1 + random() % 255);
-        const Xerces_DocumentPtr document = Xerces_CreateDocument("r");
-        Xerces_SetAttribute(*Xerces_Root(*document), "a", bytes);
-        Xerces_AppendText(*Xerces_Root(*document), "t" + bytes);
-
-        const Xerces_DocumentPtr read = Xerces_Parse(Xerces_Serialize(*document), "test");
-        ASSERT_TRUE(read) << testing::PrintToString(bytes);
-        ASSERT_EQ(Xerces_GetAttribute(*Xerces_Root(*read), "a"), bytes);
-        ASSERT_EQ(Xerces_FirstText(*Xerces_Root(*read)), "t" + bytes);
+    std::mt19937 random(20240611); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same texts every time
+    // Bytes that open, continue and end sequences, and those of the mapped range, are drawn more often.
+    const std::string telling = "\xc3\xe0\xe2\xed\xee\xef\xf0\xf4\xbc\xbf\x80\xa0\x9f\x01/a";
+    std::vector<std::string> texts(50'000);
+    const Xerces_DocumentPtr document = Xerces_CreateDocument("r");
+    for (std::string& text : texts) {
+        for (unsigned length = 1 + random() % 12; text.size() < length;)
+            text += random() % 2 == 0 ? static_cast<char>(1 + random() % 255)
+                                      : telling[random() % telling.size()];
+        xercesc::DOMElement& element = Xerces_AppendElement(*Xerces_Root(*document), "e");
+        Xerces_SetAttribute(element, "a", text);
+        Xerces_AppendText(element, text);
+    }
+    const Xerces_DocumentPtr read = Xerces_Parse(Xerces_Serialize(*document), "test");
+    ASSERT_TRUE(read);
+    const auto elements = Xerces_ChildElements(*Xerces_Root(*read));
+    ASSERT_EQ(elements.size(), texts.size());
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        ASSERT_EQ(Xerces_GetAttribute(*elements[i], "a"), texts[i]) << testing::PrintToString(texts[i]);
+        ASSERT_EQ(Xerces_FirstText(*elements[i]), texts[i]) << testing::PrintToString(texts[i]);
     }
 }
 
@@ -67,7 +70,6 @@ TEST(XercesSerialize, NothingXmlCannotCarryGetsOut) {
     // Such a document can be read, but not be written as the version that every document goes out in.
     const Xerces_DocumentPtr document = Xerces_Parse("<?xml version='1.1'?><r a='&#1;'>&#2;</r>", "test");
     ASSERT_TRUE(document);
-    EXPECT_EQ(Xerces_GetAttribute(*Xerces_Root(*document), "a"), "\x01");
     const Xerces_DocumentPtr again = Xerces_Parse(Xerces_Serialize(*document), "test");
     ASSERT_TRUE(again);
     EXPECT_EQ(Xerces_GetAttribute(*Xerces_Root(*again), "a"), "\x01");
@@ -75,7 +77,7 @@ TEST(XercesSerialize, NothingXmlCannotCarryGetsOut) {
 }
 
 TEST(XercesSerialize, DocumentsOfAnyLengthAndDepthComeOutWhole) {
-    for (const std::size_t length : {900U, 1023U, 1024U, 100'000U}) {
+    for (const std::size_t length : {0U, 1023U, 1024U, 100'000U}) {
         const Xerces_DocumentPtr document = Xerces_CreateDocument("r");
         Xerces_AppendText(*Xerces_Root(*document), std::string(length, 'x'));
         const std::string expected = declaration + "<r>" + std::string(length, 'x') + "</r>";
@@ -97,13 +99,8 @@ TEST(XercesSerialize, TheLibrarysMakerKeepsItsPromises) {
     const Xerces_DocumentPtr document(dom.createDocument(nullptr, u"r", nullptr));
     ASSERT_TRUE(document);
     EXPECT_FALSE(dom.serialize(nullptr, *document));
-    dom.setEncodingSchema(u"ISO-8859-1");
     Xerces_AppendText(*Xerces_Root(*document), "\xc3\xa9");
-    char* buffer = nullptr;
-    unsigned length = 0;
-    ASSERT_TRUE(dom.serialize(buffer, length, document.get()));
-    const std::unique_ptr<char[]> owned(buffer);
-    EXPECT_NE(std::string(buffer, length).find("<r>\xe9</r>"), std::string::npos);
+    EXPECT_NE(byLibrary(*document, u"ISO-8859-1").find("<r>\xe9</r>"), std::string::npos);
 }
 
 } // namespace
