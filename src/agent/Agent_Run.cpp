@@ -12,7 +12,6 @@
 #include "config/AgentConfig_Globals.h"
 #include "config/AgentConfig_Guid.h"
 #include "config/Config_File.h"
-#include "exec/Exec_ChildProcess.h"
 #include "log/Debug_Printf.h"
 #include "net/AgentSSL_Factory.h"
 #include "net/HTTP_Server.h"
@@ -300,7 +299,6 @@ void AgentRun::waitForShutdownRequest() {
 
 bool AgentRun::stop() {
     DEBUG_LOG("Agent: attempting shutdown\n");
-    Exec_ChildProcess::endAll();
     return manager_.shutdown();
 }
 

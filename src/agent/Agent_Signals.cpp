@@ -1,6 +1,7 @@
 #include "agent/Agent_Signals.h"
 
 #include "agent/Agent_Run.h"
+#include "exec/Exec_ChildProcess.h"
 #include "log/Debug_Printf.h"
 #include "threads/Thread_Primitives.h"
 
@@ -22,6 +23,7 @@ sigset_t stopSignalSet() {
 } // namespace
 
 void Agent_SetShutdownFlag() {
+    Exec_ChildProcess::endAll(); // at once, whatever the main thread is doing
     Thread_ReleaseSemaphore(&gShutdownSemaphore);
 }
 

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-/// Asks the main thread to shut down. Safe from any thread, any number of times.
+/// Ends all children and asks the main thread to shut down. Safe from any thread, any number of times.
 void Agent_SetShutdownFlag();
 
 /// What a stop signal does: a log line and Agent_SetShutdownFlag. Called on the thread of Agent_Signals and
