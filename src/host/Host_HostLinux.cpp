@@ -49,7 +49,12 @@ Host_Answer<std::vector<std::string>> namesIn(const std::string& path) {
     if (!folder)
         return failed<std::vector<std::string>>();
     std::vector<std::string> names;
-    for (errno = 0; const dirent* entry = readdir(folder.get());) { // NOLINT(concurrency-mt-unsafe)
+    for (;;) {
+        errno = 0;
+        const dirent* entry =
+            readdir(folder.get()); // NOLINT(concurrency-mt-unsafe): nobody else has the folder
+        if (entry == nullptr)
+            break;
         const std::string name = entry->d_name;
         if (name != "." && name != "..")
             names.push_back(name);

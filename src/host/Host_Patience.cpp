@@ -1,27 +1,82 @@
 #include "host/Host_Patience.h"
 
 #include <condition_variable>
+#include <deque>
 #include <map>
 #include <mutex>
-#include <system_error>
 #include <thread>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
+/// How long a thread that is done waits for more: audits ask thousands of short questions in a row.
+constexpr std::chrono::seconds lingering{1};
+
 enum class State { Busy, Stuck };
 
-/// The subjects that are being worked on. Shared with the threads, which may outlive everything else.
+struct Job {
+    std::string subject;
+    std::function<void()> work;
+    std::shared_ptr<bool> done; // guarded by the registry's mutex
+};
+
+/// Shared with the threads, which may outlive everything else. All of it is guarded by the mutex.
 struct Registry {
     std::mutex mutex;
-    std::condition_variable changed;
-    std::map<std::string, State> subjects; // guarded by mutex
+    std::condition_variable changed; ///< a subject has become free or stuck
+    std::condition_variable offered;
+    std::map<std::string, State> subjects;
+    std::deque<Job> offers;      ///< taken by idle threads, of which there are never fewer
+    std::size_t idleThreads = 0; ///< threads that wait for an offer
 };
 
 std::shared_ptr<Registry> registry() {
     static const auto instance = std::make_shared<Registry>();
     return instance;
+}
+
+/// The life of a thread.
+void serve(Registry& registry, Job job) {
+    std::unique_lock lock(registry.mutex, std::defer_lock);
+    for (;;) {
+        try {
+            job.work();
+        } catch (...) { // mostly a lack of memory; there is no answer then
+        }
+        job.work = nullptr; // what it holds may take long to close
+        lock.lock();
+        *job.done = true;
+        registry.subjects.erase(job.subject);
+        registry.changed.notify_all();
+
+        ++registry.idleThreads;
+        const bool goesOn =
+            registry.offered.wait_for(lock, lingering, [&] { return !registry.offers.empty(); });
+        --registry.idleThreads;
+        if (!goesOn)
+            return;
+        job = std::move(registry.offers.front());
+        registry.offers.pop_front();
+        lock.unlock();
+    }
+}
+
+/// Has a thread do the job, with the lock held. False if there is none to be had.
+bool start(const std::shared_ptr<Registry>& registry, Job job) {
+    try {
+        if (registry->idleThreads > registry->offers.size()) {
+            registry->offers.push_back(std::move(job));
+            registry->offered.notify_one();
+        } else {
+            std::thread([registry, job = std::move(job)]() mutable {
+                serve(*registry, std::move(job));
+            }).detach();
+        }
+        return true;
+    } catch (...) { // neither memory nor threads are without end
+        return false;
+    }
 }
 
 /// Takes the subject's turn. False if it is stuck or not free in time.
@@ -41,31 +96,18 @@ bool takeTurn(Registry& registry, std::unique_lock<std::mutex>& lock, const std:
 bool Host_DoWithin(std::chrono::milliseconds limit, const std::string& subject, std::function<void()> work) {
     const Clock::time_point until = Clock::now() + limit;
     const std::shared_ptr<Registry> shared = registry();
-    const auto done = std::make_shared<bool>(false); // guarded by the registry's mutex
+    const auto done = std::make_shared<bool>(false);
 
     std::unique_lock lock(shared->mutex);
     if (!takeTurn(*shared, lock, subject, until))
         return false;
-    try {
-        std::thread([shared, done, subject, work = std::move(work)]() mutable {
-            try {
-                work();
-            } catch (...) { // mostly a lack of memory; there is no answer then
-            }
-            work = nullptr; // what it holds may take long to close
-            const std::lock_guard guard(shared->mutex);
-            *done = true;
-            shared->subjects.erase(subject);
-            shared->changed.notify_all();
-        }).detach();
-    } catch (const std::system_error&) {
-        shared->subjects.erase(subject);
-        shared->changed.notify_all();
-        return false;
-    }
-    if (shared->changed.wait_until(lock, until, [&] { return *done; }))
+    const bool started = start(shared, {subject, std::move(work), done});
+    if (started && shared->changed.wait_until(lock, until, [&] { return *done; }))
         return true;
-    shared->subjects[subject] = State::Stuck;
+    if (started)
+        shared->subjects[subject] = State::Stuck;
+    else
+        shared->subjects.erase(subject);
     shared->changed.notify_all();
     return false;
 }

@@ -66,24 +66,30 @@ constexpr Kind kinds[] = {
     {"device", 5, 2, "bytes", is<std::string>},
 };
 
+/// Null if there is no such question. What stands behind the form are numbers.
 const Kind* kindOf(const Host_Words& question) {
-    for (const Kind& kind : kinds)
-        if (question.size() == kind.words && question.front() == kind.kind &&
-            (kind.form == nullptr || question[kind.place] == kind.form))
+    for (const Kind& kind : kinds) {
+        if (question.size() != kind.words || question.front() != kind.kind)
+            continue;
+        if (kind.form == nullptr)
             return &kind;
+        const auto form = question.begin() + static_cast<std::ptrdiff_t>(kind.place);
+        if (*form == kind.form && std::all_of(form + 1, question.end(), [](const std::string& word) {
+                return is<std::uint64_t>({word});
+            }))
+            return &kind;
+    }
     return nullptr;
 }
 
 // ---- words
 
-bool isOrdinary(char character) {
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-           (character >= '0' && character <= '9') || std::strchr("/._-:+,@%()", character) != nullptr;
-}
+/// What a word that needs no quotes is made of.
+constexpr std::string_view ordinary =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-:+,@%()";
 
 std::string quote(const std::string& word) {
-    if (!word.empty() &&
-        std::all_of(word.begin(), word.end(), [](char c) { return c != '\0' && isOrdinary(c); }))
+    if (!word.empty() && word.find_first_not_of(ordinary) == std::string::npos)
         return word;
     std::string quoted = "\"";
     for (const char character : word) {
@@ -327,17 +333,18 @@ Host_Record Host_ParseRecord(std::string_view index) {
 void Host_WriteRecord(const Host_Record& record, const std::string& folder) {
     std::string index = "# A recorded host: each line a question and what the host answered.\n";
     FileNames names;
-    std::filesystem::create_directory(folder + "/" + textFolder);
+    const std::string inFolder = folder + "/";
+    std::filesystem::create_directory(inFolder + textFolder);
     for (const auto& [question, answer] : record.answers) {
         if (!answer) {
             index += lineOf(question, isFailure, errorName(answer.error()));
         } else if (isLong(answer)) {
             const std::string name = names.nameFor(question);
-            writeFile(folder + "/" + name, answer->front());
+            writeFile(inFolder + name, answer->front());
             index += lineOf(question, isText, name);
         } else {
             index += lineOf(question, isAnswer, join(*answer));
         }
     }
-    writeFile(folder + "/" + indexFile, index);
+    writeFile(inFolder + indexFile, index);
 }

@@ -268,7 +268,7 @@ private:
         for (const std::string& entry : host_.listFolder(folder + "/md").valueOr({}))
             if (entry.starts_with("dev-"))
                 for (const char* attribute : memberAttributes)
-                    host_.readFile(under(folder + "/md/" + entry, attribute));
+                    host_.readFile(under(under(under(folder, "md"), entry), attribute));
     }
 
     void askPartition(const std::string& folder) {

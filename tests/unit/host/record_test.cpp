@@ -117,6 +117,7 @@ TEST(Record, RefusesWhatIsNoRecord) {
         {"= x\n", "neither a question"},
         {"pipe /a = x\n", "no such question"},
         {"device /dev/sda serial = x\n", "no such question"},
+        {"device /dev/sda bytes 0 all = x\n", "no such question"},
         {"node /dev/sda = block 8\n", "does not fit"},
         {"filesystem / = 1 2 3 4 5 many\n", "does not fit"},
         {"host daylight = yes\n", "does not fit"},
