@@ -35,6 +35,13 @@ void Storage_Container::unlock() {
 void Storage_Container::clear() {
     for (std::unique_ptr<Storage_Collection>& collection : collections_)
         collection.reset();
+    report_.reset();
+}
+
+Storage_HostReport& Storage_Container::report(const Auditable_Auditable& asker) {
+    if (!report_)
+        report_.emplace(asker.getHost());
+    return *report_;
 }
 
 Storage_Collection* Storage_Container::get(System_Object::StorageType type) const {

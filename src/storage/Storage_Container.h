@@ -1,11 +1,13 @@
 #pragma once
 
+#include "storage/Storage_HostReport.h"
 #include "storage/Storage_Levels.h"
 #include "threads/Thread_Mutex.h"
 
 #include <array>
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <tuple>
 
 class Storage_DriveExtents;
@@ -37,7 +39,7 @@ public:
     bool lock();
     /// By the thread that has locked it. Nothing happens if the container is not locked.
     void unlock();
-    /// Deletes the collections with their members, from the drives up.
+    /// Deletes the collections with their members, from the drives up, and what was asked of the host.
     void clear();
 
     /// Null if there is none. The container owns it.
@@ -58,6 +60,9 @@ public:
     Collection* ensureAudited(const Auditable_Auditable& asker, const char* failure) {
         return static_cast<Collection*>(ensureAudited(Collection::storageType, asker, failure));
     }
+
+    /// What this request has asked of its host: the host of whoever asks first.
+    Storage_HostReport& report(const Auditable_Auditable& asker);
 
     Storage_PhysicalDrives* getPhysicalDrives() const;
     Storage_DriveExtents* getDriveExtents() const;
@@ -87,6 +92,7 @@ private:
     const Storage_LevelList& levels_;
     /// By the index of the level.
     std::array<std::unique_ptr<Storage_Collection>, std::tuple_size_v<Storage_LevelList>> collections_;
+    std::optional<Storage_HostReport> report_;
 };
 
 /// Made at start-up and gone at the end; null in between.

@@ -1,0 +1,139 @@
+#include "storage/Storage_HostReport.h"
+
+#include "exec/ShellCommand_Quote.h"
+#include "log/Debug_Printf.h"
+#include "storage/Storage_CheckVersion.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::chrono::seconds commandLimit{60};
+constexpr std::chrono::minutes requestLimit{10};
+constexpr const char* mountTable = "/etc/mtab";
+
+/// Some words come from output that users have a hand in; one that begins with "-" would be an option.
+bool isWord(const std::string& word) {
+    return !word.empty() && word.front() != '-' && word.find('\0') == std::string::npos;
+}
+
+} // namespace
+
+Storage_HostReport::Storage_HostReport(Host_Host& host)
+    : host_(host), deadline_(std::chrono::steady_clock::now() + requestLimit) {}
+
+std::optional<std::string> Storage_HostReport::run(const std::string& command) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline_ - std::chrono::steady_clock::now());
+    if (left <= std::chrono::milliseconds::zero()) {
+        DEBUG_LOG("Storage_HostReport: the request takes too long, not run: %s\n", command.c_str());
+        return std::nullopt;
+    }
+    Host_Limits limits;
+    limits.time = std::min<std::chrono::milliseconds>(commandLimit, left);
+    Host_Answer<std::string> output = host_.run(command, limits);
+    return output ? std::optional(std::move(*output)) : std::nullopt;
+}
+
+template <typename Value, typename Reader>
+const Value* Storage_HostReport::keep(std::optional<Value>& answer, const std::string& command, Reader read) {
+    if (const std::optional<std::string> output = run(command))
+        answer = read(*output);
+    return answer ? &*answer : nullptr;
+}
+
+template <typename Value, typename Reader>
+const Value* Storage_HostReport::ask(Answers<Value>& answers, const std::string& command, Reader read) {
+    const auto [answer, isNew] = answers.try_emplace(std::string());
+    if (isNew)
+        return keep(answer->second, command, read);
+    return answer->second ? &*answer->second : nullptr;
+}
+
+template <typename Value, typename Reader>
+const Value* Storage_HostReport::askAbout(Answers<Value>& answers, const std::string& word,
+                                          const char* before, const char* after, Reader read) {
+    if (!isWord(word))
+        return nullptr;
+    const auto [answer, isNew] = answers.try_emplace(word);
+    if (isNew)
+        return keep(answer->second, before + ShellCommand_Quote(word) + after, read);
+    return answer->second ? &*answer->second : nullptr;
+}
+
+bool Storage_HostReport::isKernel(const char* version) {
+    const std::string* release = ask(release_, "uname -r", [](std::string text) { return text; });
+    return release != nullptr && Storage_ReleaseHasVersion(*release, version);
+}
+
+const Storage_FdiskDrive* Storage_HostReport::fdisk(const std::string& drive) {
+    const bool isKernel24 = isKernel("2.4");
+    return askAbout(fdisk_, drive, "fdisk -l  ", "",
+                    [&](const std::string& text) { return Storage_ReadFdiskDrive(text, drive, isKernel24); });
+}
+
+const std::vector<Storage_FdiskPartition>* Storage_HostReport::partitions() {
+    return ask(partitions_, "fdisk -l ", Storage_ReadFdiskPartitions);
+}
+
+const Storage_PhysicalVolume* Storage_HostReport::physicalVolume(const std::string& device) {
+    return askAbout(physicalVolumes_, device, "pvdisplay  ", "", Storage_ReadPhysicalVolume);
+}
+
+const std::vector<Storage_VolumeGroup>* Storage_HostReport::volumeGroups() {
+    return ask(volumeGroups_, "vgdisplay ", Storage_ReadVolumeGroups);
+}
+
+const Storage_Segment* Storage_HostReport::segment(const std::string& group) {
+    return askAbout(segments_, group, "lvs --segments ", "",
+                    [&](const std::string& text) { return Storage_ReadSegment(text, group); });
+}
+
+const std::vector<Storage_LogicalVolume>* Storage_HostReport::logicalVolumes() {
+    return ask(logicalVolumes_, "lvdisplay ", Storage_ReadLogicalVolumes);
+}
+
+const Storage_LogicalVolumeOf* Storage_HostReport::logicalVolume(const std::string& device) {
+    return askAbout(logicalVolumesOf_, device, "lvdisplay  ", "", Storage_ReadLogicalVolumeOf);
+}
+
+const Storage_Raidtab* Storage_HostReport::raidtab() {
+    return ask(raidtab_, "cat /etc/raidtab", Storage_ReadRaidtab);
+}
+
+const Storage_LsraidState* Storage_HostReport::lsraid(const std::string& device) {
+    return askAbout(lsraid_, device, "lsraid -A -d  ", "", Storage_ReadLsraid);
+}
+
+const Storage_MdadmQuery* Storage_HostReport::mdadmQuery(const std::string& device) {
+    return askAbout(mdadmQueries_, device, "mdadm -Q  ", "", Storage_ReadMdadmQuery);
+}
+
+const Storage_MdadmExamine* Storage_HostReport::mdadmExamine(const std::string& device) {
+    return askAbout(mdadmExamines_, device, "mdadm --examine  ", "", Storage_ReadMdadmExamine);
+}
+
+const Storage_MdadmDetail* Storage_HostReport::mdadmDetail(const std::string& array) {
+    return askAbout(mdadmDetails_, array, "mdadm -D   ", "",
+                    [&](const std::string& text) { return Storage_ReadMdadmDetail(text, array); });
+}
+
+const std::vector<Storage_ScsiSection>* Storage_HostReport::scsiSections() {
+    return ask(scsiSections_, "cat /proc/scsi/scsi", Storage_ReadScsiSections);
+}
+
+const std::string* Storage_HostReport::ideMedia(const std::string& name) {
+    return askAbout(ideMedia_, name, "cat /proc/ide/", "/media", Storage_ReadIdeMedia);
+}
+
+const std::vector<Storage_KernelPartition>* Storage_HostReport::kernelPartitions() {
+    return ask(kernelPartitions_, "cat /proc/partitions", Storage_ReadKernelPartitions);
+}
+
+const std::vector<Storage_Mount>* Storage_HostReport::mounts() {
+    const auto [answer, isNew] = mounts_.try_emplace(std::string());
+    if (isNew)
+        if (const Host_Answer<std::string> text = host_.readFile(mountTable))
+            answer->second = Storage_ReadMounts(*text);
+    return answer->second ? &*answer->second : nullptr;
+}

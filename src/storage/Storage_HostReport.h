@@ -1,0 +1,89 @@
+#pragma once
+
+#include "host/Host_Host.h"
+#include "storage/Storage_FdiskReader.h"
+#include "storage/Storage_LVMReader.h"
+#include "storage/Storage_ProcReader.h"
+#include "storage/Storage_RaidReader.h"
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What one storage request has learnt from the host's tools: the only list of their commands. A command runs
+/// once for each word that it is asked about, when it is first asked; its output is read at once into a small
+/// value and only that is kept, also that it failed. Gone with the request.
+///
+/// A null answer means that the command could not be run: it hung, the request has taken too long, or the
+/// word is none for a command line (it is empty, begins with "-" or holds a zero byte). A tool that is
+/// missing or knows nothing gives a value that says nothing. Answers stay valid as long as the report. For
+/// the thread that audits.
+class Storage_HostReport {
+public:
+    /// `host` outlives the report.
+    explicit Storage_HostReport(Host_Host& host);
+    Storage_HostReport(const Storage_HostReport&) = delete;
+    Storage_HostReport& operator=(const Storage_HostReport&) = delete;
+
+    /// For devices, folders, links and file system sizes.
+    Host_Host& host() { return host_; }
+
+    /// Storage_CheckVersion, which asks the host once.
+    bool isKernel(const char* version);
+
+    const Storage_FdiskDrive* fdisk(const std::string& drive);
+    const std::vector<Storage_FdiskPartition>* partitions();
+    const Storage_PhysicalVolume* physicalVolume(const std::string& device);
+    const std::vector<Storage_VolumeGroup>* volumeGroups();
+    const Storage_Segment* segment(const std::string& group);
+    const std::vector<Storage_LogicalVolume>* logicalVolumes();
+    const Storage_LogicalVolumeOf* logicalVolume(const std::string& device);
+    const Storage_Raidtab* raidtab();
+    const Storage_LsraidState* lsraid(const std::string& device);
+    const Storage_MdadmQuery* mdadmQuery(const std::string& device);
+    const Storage_MdadmExamine* mdadmExamine(const std::string& device);
+    const Storage_MdadmDetail* mdadmDetail(const std::string& array);
+    const std::vector<Storage_ScsiSection>* scsiSections();
+    const std::string* ideMedia(const std::string& name);
+    const std::vector<Storage_KernelPartition>* kernelPartitions();
+    /// Null if there is no table of mounts.
+    const std::vector<Storage_Mount>* mounts();
+
+private:
+    /// By the word asked about; empty for a command without one.
+    template <typename Value>
+    using Answers = std::map<std::string, std::optional<Value>, std::less<>>;
+
+    /// `read` gets the output and makes a value of it.
+    template <typename Value, typename Reader>
+    const Value* ask(Answers<Value>& answers, const std::string& command, Reader read);
+    template <typename Value, typename Reader>
+    const Value* askAbout(Answers<Value>& answers, const std::string& word, const char* before,
+                          const char* after, Reader read);
+    template <typename Value, typename Reader>
+    const Value* keep(std::optional<Value>& answer, const std::string& command, Reader read);
+    std::optional<std::string> run(const std::string& command);
+
+    Host_Host& host_;
+    const std::chrono::steady_clock::time_point deadline_;
+
+    Answers<std::string> release_;
+    Answers<Storage_FdiskDrive> fdisk_;
+    Answers<std::vector<Storage_FdiskPartition>> partitions_;
+    Answers<Storage_PhysicalVolume> physicalVolumes_;
+    Answers<std::vector<Storage_VolumeGroup>> volumeGroups_;
+    Answers<Storage_Segment> segments_;
+    Answers<std::vector<Storage_LogicalVolume>> logicalVolumes_;
+    Answers<Storage_LogicalVolumeOf> logicalVolumesOf_;
+    Answers<Storage_Raidtab> raidtab_;
+    Answers<Storage_LsraidState> lsraid_;
+    Answers<Storage_MdadmQuery> mdadmQueries_;
+    Answers<Storage_MdadmExamine> mdadmExamines_;
+    Answers<Storage_MdadmDetail> mdadmDetails_;
+    Answers<std::vector<Storage_ScsiSection>> scsiSections_;
+    Answers<std::string> ideMedia_;
+    Answers<std::vector<Storage_KernelPartition>> kernelPartitions_;
+    Answers<std::vector<Storage_Mount>> mounts_;
+};

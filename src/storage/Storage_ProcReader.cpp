@@ -1,0 +1,100 @@
+#include "storage/Storage_ProcReader.h"
+
+#include "storage/Storage_Lines.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <mntent.h>
+#include <optional>
+
+namespace {
+
+constexpr std::string_view blanks = " \t";
+constexpr std::string_view lineEnds = "\r\n";
+constexpr std::uint64_t bytesOfBlock = 1024;
+/// For one line: longer than what the kernel keeps of a mount's options.
+constexpr std::size_t mountLineSize = 64 * 1024;
+
+/// Finds one label after another in a text, from left to right.
+class Labels {
+public:
+    explicit Labels(std::string_view text) : text_(text) {}
+
+    /// Goes behind the next such label. False if there is none.
+    bool find(std::string_view label) {
+        const std::size_t at = text_.find(label);
+        if (at == std::string_view::npos)
+            return false;
+        text_.remove_prefix(at + label.size());
+        return true;
+    }
+    std::string_view takeUpTo(std::string_view ends) {
+        const std::string_view piece = text_.substr(0, text_.find_first_of(ends));
+        text_.remove_prefix(piece.size());
+        return piece;
+    }
+    void skip(std::string_view characters) {
+        text_.remove_prefix(std::min(text_.find_first_not_of(characters), text_.size()));
+    }
+
+private:
+    std::string_view text_;
+};
+
+int toNumber(std::string_view text) {
+    return std::atoi(std::string(text).c_str());
+}
+
+} // namespace
+
+std::vector<Storage_ScsiSection> Storage_ReadScsiSections(std::string_view text) {
+    constexpr std::string_view controller = "scsi";
+    std::vector<Storage_ScsiSection> sections;
+    for (Labels labels(text); labels.find("Host: ");) {
+        Storage_ScsiSection section;
+        const std::string_view host = labels.takeUpTo(" \t\n");
+        section.host = toNumber(host.substr(std::min(controller.size(), host.size())));
+        if (!labels.find("Id: "))
+            break;
+        section.id = toNumber(labels.takeUpTo(" \t\n"));
+        if (!labels.find("Lun: "))
+            break;
+        section.lun = toNumber(labels.takeUpTo("\n"));
+        if (!labels.find("Vendor: ") || !labels.find("Model: ") || !labels.find("Type: "))
+            break;
+        labels.skip(blanks);
+        section.type = labels.takeUpTo(" \t\n");
+        sections.push_back(std::move(section));
+    }
+    return sections;
+}
+
+std::string Storage_ReadIdeMedia(std::string_view text) {
+    return std::string(text.substr(0, text.find_first_of(lineEnds)));
+}
+
+std::vector<Storage_KernelPartition> Storage_ReadKernelPartitions(std::string_view text) {
+    std::vector<Storage_KernelPartition> partitions;
+    for (Storage_Lines lines(text); lines.next();)
+        if (lines.size() > 3 && !lines.is(0, "major"))
+            partitions.push_back({std::string(lines[3]), bytesOfBlock * Storage_Number(lines[2])});
+    return partitions;
+}
+
+std::vector<Storage_Mount> Storage_ReadMounts(const std::string& text) {
+    std::vector<Storage_Mount> mounts;
+    if (text.empty())
+        return mounts;
+    // The library reads from a stream and does not write to it.
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(
+        fmemopen(const_cast<char*>(text.data()), text.size(), "r"), std::fclose);
+    if (!stream)
+        throw std::bad_alloc();
+    std::vector<char> line(mountLineSize);
+    mntent entry{};
+    while (getmntent_r(stream.get(), &entry, line.data(), static_cast<int>(line.size())) != nullptr)
+        mounts.push_back(
+            {entry.mnt_fsname, entry.mnt_dir, entry.mnt_type, hasmntopt(&entry, "ignore") != nullptr});
+    return mounts;
+}
