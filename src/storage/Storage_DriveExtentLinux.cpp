@@ -1,12 +1,163 @@
 #include "storage/Storage_DriveExtentLinux.h"
 
+#include "host/Host_Host.h"
 #include "log/Debug_Printf.h"
+#include "storage/Storage_Container.h"
+#include "storage/Storage_ExtentPool.h"
+#include "storage/Storage_HostReport.h"
+#include "storage/Storage_Membership.h"
+#include "storage/Storage_PhysicalDriveLinux.h"
+#include "storage/Storage_RaidLevels.h"
+#include "storage/Storage_StorageAssociations.h"
+#include "storage/Storage_StorageVolume.h"
 
-bool Storage_DriveExtentLinux::audit() {
-    return false;
+#include <algorithm>
+#include <memory>
+
+namespace {
+
+constexpr const char* className = "Storage_DriveExtentLinux";
+
+/// Whether a mounted volume's device is this one, or one whose name begins alike.
+bool isMounted(const std::string& device, const Storage_StorageVolumes& volumes) {
+    return std::any_of(volumes.getMap().begin(), volumes.getMap().end(), [&](const auto& entry) {
+        return entry.second->getDevicePath().find(device) != std::string::npos;
+    });
 }
 
+} // namespace
+
 bool Storage_DriveExtentsLinux::audit() {
-    DEBUG_LOG("Storage_DriveExtentsLinux::audit: not supported by this version\n");
-    return false;
+    DEBUG_LOG("Storage_DriveExtentsLinux::audit\n");
+    auditDriveExtents();
+    setAuditResult(true);
+    setAudited();
+    return true;
+}
+
+bool Storage_DriveExtentsLinux::auditDriveExtents() {
+    Storage_Container& container = *gStorageContainer;
+    if (container.ensure<Storage_StorageAssociations>() == nullptr)
+        return false;
+    const auto* volumes = container.ensureAudited<Storage_StorageVolumes>(
+        *this, "Storage_DriveExtentsLinux::auditDriveExtents: failed to audit storage volumes\n");
+    if (volumes == nullptr)
+        return false;
+    const auto* drives = container.ensureAudited<Storage_PhysicalDrives>(
+        *this, "Storage_DriveExtentsLinux::auditDriveExtents: failed to audit physical drives\n");
+    if (drives == nullptr)
+        return false;
+    for (const auto& entry : drives->getMap())
+        addPlaceholder(static_cast<const Storage_PhysicalDriveLinux&>(*entry.second), *volumes);
+
+    Storage_HostReport& report = container.report(*this);
+    const std::vector<Storage_FdiskPartition>* partitions = report.partitions();
+    if (partitions == nullptr) {
+        DEBUG_LOG("Storage_DriveExtentsLinux::auditDriveExtents: OS command failed: %s\n",
+                  report.failedCommand().c_str());
+        return false;
+    }
+    for (const Storage_FdiskPartition& partition : *partitions)
+        addPartition(partition, *volumes);
+    return true;
+}
+
+void Storage_DriveExtentsLinux::addPlaceholder(const Storage_PhysicalDriveLinux& drive,
+                                               const Storage_StorageVolumes& volumes) {
+    if (!drive.getIsWholeDrive())
+        return;
+    std::unique_ptr<Storage_DriveExtent> extent = makePlaceholder(drive);
+    if (!extent)
+        return;
+    if (drive.getVirtualMechanism() == VirtualMechanism_None && isMounted(drive.getName(), volumes))
+        extent->setAllocatedBytes(extent->getTotalBytes());
+    Storage_StorageAssociations& associations = *gStorageContainer->getStorageAssociations();
+    associations.addAssociation(*extent, drive);
+    std::vector<std::string> pools;
+    if (drive.getIsPartOfMetaDevice())
+        associations.getAssociates(drive, System_Object::ExtentPool, pools);
+    else
+        pools.push_back(Storage_ExtentPools::placeholderName(drive.getName()));
+    if (!pools.empty())
+        associations.addAssociation(*extent, pools.front(), System_Object::ExtentPool);
+    insert(std::move(extent));
+}
+
+void Storage_DriveExtentsLinux::addPartition(const Storage_FdiskPartition& partition,
+                                             const Storage_StorageVolumes& volumes) {
+    std::unique_ptr<Storage_DriveExtent> extent = Storage_FactoryAllocateDriveExtent();
+    if (!extent)
+        return;
+    extent->setName(partition.device.c_str());
+    extent->setExistence(Existence_True);
+    extent->setPhysicality(Physicality_Logical);
+    gStorageContainer->getStorageAssociations()->addAssociation(*extent, partition.disk,
+                                                                System_Object::PhysicalDrive);
+    if (partition.isExtended)
+        return;
+    extent->setOffsetBytes(partition.offsetBytes);
+    extent->setTotalBytes(partition.totalBytes);
+    if (partition.isAllocated || isMounted(partition.device, volumes))
+        extent->setAllocatedBytes(partition.totalBytes);
+    auditAndInsert(std::move(extent));
+}
+
+bool Storage_DriveExtentLinux::audit() {
+    if (getName().empty()) {
+        DEBUG_LOG("Storage_DriveExtentLinux::audit: getName is empty\n");
+        return false;
+    }
+    Storage_HostReport& report = gStorageContainer->report(*this);
+    {
+        const Host_Answer<std::unique_ptr<Host_Device>> device = report.host().openDevice(getName());
+        if (!device) {
+            DEBUG_LOG("Storage_DriveExtentLinux::audit: error opening device %s\n", getName().c_str());
+            return false;
+        }
+        if (!Storage_AuditLVMHeader(*this, **device, report, className))
+            return false;
+    }
+    const auto fail = [&] {
+        DEBUG_LOG("Storage_PhysicalDriveLinux::auditRaid: OS command failed: %s\n",
+                  report.failedCommand().c_str());
+        return false;
+    };
+    const std::optional<Storage_RaidMembership> membership =
+        Storage_FindRaidMembership(getName(), Storage_RaidNames::Exactly, report);
+    if (!membership)
+        return fail();
+    setIsPartOfMetaDevice(membership->isMember);
+    for (const std::string& array : membership->arrays)
+        gStorageContainer->getStorageAssociations()->addAssociation(*this, array, ExtentPool);
+    std::vector<std::string> levels = membership->levels;
+    if (membership->isMember && !auditRaid(report, levels))
+        return fail();
+    if (!Storage_AuditLVMAllocation(*this, report))
+        return false;
+    if (isPartOfMetaDevice_)
+        for (const std::string& level : levels)
+            Storage_ShowRaidLevel(*this, level, Storage_RaidShows::FlagsAndComposition);
+    return true;
+}
+
+bool Storage_DriveExtentLinux::auditRaid(Storage_HostReport& report, std::vector<std::string>& levels) {
+    bool isIdle = false;
+    if (report.isKernel("2.4")) {
+        const Storage_LsraidState* state = report.lsraid(getName());
+        if (state == nullptr)
+            return false;
+        isIdle = state->isOffline;
+    } else {
+        const Storage_MdadmExamine* examined = report.mdadmExamine(getName());
+        if (examined == nullptr)
+            return false;
+        isIdle = examined->isInactive;
+        if (examined->level)
+            levels.push_back(*examined->level);
+    }
+    if (isIdle) {
+        setIsPartOfMetaDevice(false);
+        setAllocatedBytes(0);
+    }
+    return true;
 }

@@ -1,12 +1,163 @@
 #include "storage/Storage_ExtentPoolLinux.h"
 
+#include "host/Host_Host.h"
 #include "log/Debug_Printf.h"
+#include "storage/Storage_Container.h"
+#include "storage/Storage_DriveExtentLinux.h"
+#include "storage/Storage_HostReport.h"
+#include "storage/Storage_Membership.h"
+#include "storage/Storage_PhysicalDriveLinux.h"
+#include "storage/Storage_Plex.h"
+#include "storage/Storage_RaidLevels.h"
+#include "storage/Storage_StorageAssociations.h"
+#include "storage/Storage_StorageVolume.h"
+
+#include <memory>
+
+namespace {
+
+constexpr const char* className = "Storage_ExtentPoolLinux";
+/// Of the kernel's names for arrays: "md0".
+constexpr char arrayInitial = 'm';
+
+bool isPhysicalVolume(const System_Object& object) {
+    return object.getVirtualMechanism() == VirtualMechanism_LogicalVolumeManager;
+}
+
+} // namespace
+
+bool Storage_ExtentPoolsLinux::audit() {
+    DEBUG_LOG("Storage_ExtentPoolsLinux::audit\n");
+    auditExtentPools();
+    setAuditResult(true);
+    setAudited();
+    return true;
+}
+
+bool Storage_ExtentPoolsLinux::auditExtentPools() {
+    Storage_Container& container = *gStorageContainer;
+    const auto* drives = container.ensureAudited<Storage_PhysicalDrives>(
+        *this, "Storage_ExtentPoolsLinux::auditExtentPools: failed to audit physical drives\n");
+    if (drives == nullptr)
+        return false;
+    const auto* extents = container.ensureAudited<Storage_DriveExtents>(
+        *this, "Storage_ExtentPoolsLinux::auditExtentPools: failed to audit drive extents\n");
+    if (extents == nullptr)
+        return false;
+    if (container.ensureAudited<Storage_StorageVolumes>(
+            *this, "Storage_ExtentPoolsLinux::auditExtentPools: failed to audit storage volumes\n") ==
+        nullptr)
+        return false;
+
+    for (const auto& entry : drives->getMap()) {
+        const auto& drive = static_cast<const Storage_PhysicalDriveLinux&>(*entry.second);
+        if (drive.getIsWholeDrive() && !drive.getIsPartOfMetaDevice() && !addPlaceholder(drive))
+            return false;
+    }
+    for (const auto& entry : extents->getMap()) {
+        const auto& extent = static_cast<const Storage_DriveExtentLinux&>(*entry.second);
+        if (extent.getExistence() != Existence_False && !extent.getIsPartOfMetaDevice() &&
+            !addPlaceholder(extent))
+            return false;
+    }
+    if (!addArrays())
+        return false;
+    for (const auto& entry : getMap())
+        if (entry.second->getExistence() != Existence_False)
+            DEBUG_LOG("Storage_ExtentPoolsLinux::auditExtentPools: pool = %s\n", entry.first.c_str());
+    return true;
+}
+
+bool Storage_ExtentPoolsLinux::addPlaceholder(const System_Object& object) {
+    std::unique_ptr<Storage_ExtentPool> pool = makePlaceholder(object);
+    if (!pool) {
+        DEBUG_LOG("Storage_ExtentPoolsLinux::auditExtentPools: failed to allocate extent pool\n");
+        return false;
+    }
+    Storage_StorageAssociations& associations = *gStorageContainer->getStorageAssociations();
+    associations.addAssociation(object, *pool);
+    std::vector<std::string> plexes;
+    if (isPhysicalVolume(object))
+        associations.getAssociates(object, System_Object::Plex, plexes);
+    else
+        plexes.push_back(Storage_Plexes::placeholderName(object.getName()));
+    for (const std::string& plex : plexes)
+        associations.addAssociation(*pool, plex, System_Object::Plex);
+    insert(std::move(pool));
+    return true;
+}
+
+bool Storage_ExtentPoolsLinux::addArrays() {
+    Storage_HostReport& report = gStorageContainer->report(*this);
+    const std::vector<Storage_KernelPartition>* devices = report.kernelPartitions();
+    if (devices == nullptr) {
+        DEBUG_LOG("Storage_ExtentPoolsLinux::auditExtentPools: OS command failed: %s\n",
+                  report.failedCommand().c_str());
+        return false;
+    }
+    for (const Storage_KernelPartition& device : *devices) {
+        if (device.name.front() != arrayInitial)
+            continue;
+        std::unique_ptr<Storage_ExtentPool> pool = Storage_FactoryAllocateExtentPool();
+        if (!pool) {
+            DEBUG_LOG("Storage_ExtentPoolsLinux::auditExtentPools: failed to allocate extent pool\n");
+            return false;
+        }
+        pool->setName(("/dev/" + device.name).c_str());
+        pool->setExistence(Existence_True);
+        pool->setPhysicality(Physicality_Logical);
+        pool->setTotalBytes(device.totalBytes);
+        auditAndInsert(std::move(pool));
+    }
+    return true;
+}
 
 bool Storage_ExtentPoolLinux::audit() {
+    if (getName().empty()) {
+        DEBUG_LOG("Storage_ExtentPoolLinux::audit: failed: Name is empty\n");
+        return false;
+    }
+    Storage_HostReport& report = gStorageContainer->report(*this);
+    {
+        const Host_Answer<std::unique_ptr<Host_Device>> device = report.host().openDevice(getName());
+        if (!device) {
+            DEBUG_LOG("Storage_ExtentPoolLinux::audit: error opening device %s\n", getName().c_str());
+            return false;
+        }
+        if (!Storage_AuditLVMHeader(*this, **device, report, className))
+            return false;
+    }
+    if (!isPhysicalVolume(*this))
+        gStorageContainer->getStorageAssociations()->addAssociation(
+            *this, Storage_Plexes::placeholderName(getName()), Plex);
+    if (auditRaid(report))
+        return true;
+    DEBUG_LOG("Storage_ExtentPoolLinux::audit: OS command failed: %s\n", report.failedCommand().c_str());
     return false;
 }
 
-bool Storage_ExtentPoolsLinux::audit() {
-    DEBUG_LOG("Storage_ExtentPoolsLinux::audit: not supported by this version\n");
-    return false;
+bool Storage_ExtentPoolLinux::auditRaid(Storage_HostReport& report) {
+    if (!report.isKernel("2.4")) {
+        const Storage_MdadmDetail* detail = report.mdadmDetail(getName());
+        if (detail == nullptr)
+            return false;
+        show(detail->level, detail->members);
+        return true;
+    }
+    const Storage_Raidtab* raidtab = report.raidtab();
+    if (raidtab == nullptr)
+        return false;
+    for (const Storage_RaidtabArray& array : *raidtab)
+        if (array.device == getName())
+            show(array.level, array.members);
+    return true;
+}
+
+void Storage_ExtentPoolLinux::show(const std::optional<std::string>& level,
+                                   const std::vector<std::string>& members) {
+    if (level)
+        Storage_ShowRaidLevel(*this, *level, Storage_RaidShows::FlagsAndComposition);
+    for (const std::string& member : members)
+        gStorageContainer->getStorageAssociations()->addAssociation(member, DriveExtent, getName(),
+                                                                    ExtentPool);
 }

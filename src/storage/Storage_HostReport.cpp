@@ -36,33 +36,30 @@ std::optional<std::string> Storage_HostReport::run(const std::string& command) {
 }
 
 template <typename Value, typename Reader>
-const Value* Storage_HostReport::keep(std::optional<Value>& answer, const std::string& command, Reader read) {
-    if (const std::optional<std::string> output = run(command))
-        answer = read(*output);
-    return answer ? &*answer : nullptr;
-}
-
-template <typename Value, typename Reader>
-const Value* Storage_HostReport::ask(Answers<Value>& answers, const std::string& command, Reader read) {
-    const auto [answer, isNew] = answers.try_emplace(std::string());
+const Value* Storage_HostReport::ask(Answers<Value>& answers, const std::string& word,
+                                     const std::string& command, Reader read) {
+    const auto [entry, isNew] = answers.try_emplace(word);
+    std::optional<Value>& answer = entry->second;
     if (isNew)
-        return keep(answer->second, command, read);
-    return answer->second ? &*answer->second : nullptr;
+        if (const std::optional<std::string> output = run(command))
+            answer = read(*output);
+    if (answer)
+        return &*answer;
+    failedCommand_ = command;
+    return nullptr;
 }
 
 template <typename Value, typename Reader>
 const Value* Storage_HostReport::askAbout(Answers<Value>& answers, const std::string& word,
                                           const char* before, const char* after, Reader read) {
-    if (!isWord(word))
-        return nullptr;
-    const auto [answer, isNew] = answers.try_emplace(word);
-    if (isNew)
-        return keep(answer->second, before + ShellCommand_Quote(word) + after, read);
-    return answer->second ? &*answer->second : nullptr;
+    if (isWord(word))
+        return ask(answers, word, before + ShellCommand_Quote(word) + after, read);
+    failedCommand_ = before + word + after;
+    return nullptr;
 }
 
 bool Storage_HostReport::isKernel(const char* version) {
-    const std::string* release = ask(release_, "uname -r", [](std::string text) { return text; });
+    const std::string* release = ask(release_, "", "uname -r", [](std::string text) { return text; });
     return release != nullptr && Storage_ReleaseHasVersion(*release, version);
 }
 
@@ -73,7 +70,7 @@ const Storage_FdiskDrive* Storage_HostReport::fdisk(const std::string& drive) {
 }
 
 const std::vector<Storage_FdiskPartition>* Storage_HostReport::partitions() {
-    return ask(partitions_, "fdisk -l ", Storage_ReadFdiskPartitions);
+    return ask(partitions_, "", "fdisk -l ", Storage_ReadFdiskPartitions);
 }
 
 const Storage_PhysicalVolume* Storage_HostReport::physicalVolume(const std::string& device) {
@@ -81,7 +78,7 @@ const Storage_PhysicalVolume* Storage_HostReport::physicalVolume(const std::stri
 }
 
 const std::vector<Storage_VolumeGroup>* Storage_HostReport::volumeGroups() {
-    return ask(volumeGroups_, "vgdisplay ", Storage_ReadVolumeGroups);
+    return ask(volumeGroups_, "", "vgdisplay ", Storage_ReadVolumeGroups);
 }
 
 const Storage_Segment* Storage_HostReport::segment(const std::string& group) {
@@ -90,7 +87,7 @@ const Storage_Segment* Storage_HostReport::segment(const std::string& group) {
 }
 
 const std::vector<Storage_LogicalVolume>* Storage_HostReport::logicalVolumes() {
-    return ask(logicalVolumes_, "lvdisplay ", Storage_ReadLogicalVolumes);
+    return ask(logicalVolumes_, "", "lvdisplay ", Storage_ReadLogicalVolumes);
 }
 
 const Storage_LogicalVolumeOf* Storage_HostReport::logicalVolume(const std::string& device) {
@@ -98,7 +95,7 @@ const Storage_LogicalVolumeOf* Storage_HostReport::logicalVolume(const std::stri
 }
 
 const Storage_Raidtab* Storage_HostReport::raidtab() {
-    return ask(raidtab_, "cat /etc/raidtab", Storage_ReadRaidtab);
+    return ask(raidtab_, "", "cat /etc/raidtab", Storage_ReadRaidtab);
 }
 
 const Storage_LsraidState* Storage_HostReport::lsraid(const std::string& device) {
@@ -119,7 +116,7 @@ const Storage_MdadmDetail* Storage_HostReport::mdadmDetail(const std::string& ar
 }
 
 const std::vector<Storage_ScsiSection>* Storage_HostReport::scsiSections() {
-    return ask(scsiSections_, "cat /proc/scsi/scsi", Storage_ReadScsiSections);
+    return ask(scsiSections_, "", "cat /proc/scsi/scsi", Storage_ReadScsiSections);
 }
 
 const std::string* Storage_HostReport::ideMedia(const std::string& name) {
@@ -127,7 +124,7 @@ const std::string* Storage_HostReport::ideMedia(const std::string& name) {
 }
 
 const std::vector<Storage_KernelPartition>* Storage_HostReport::kernelPartitions() {
-    return ask(kernelPartitions_, "cat /proc/partitions", Storage_ReadKernelPartitions);
+    return ask(kernelPartitions_, "", "cat /proc/partitions", Storage_ReadKernelPartitions);
 }
 
 const std::vector<Storage_Mount>* Storage_HostReport::mounts() {

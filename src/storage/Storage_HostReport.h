@@ -30,6 +30,9 @@ public:
     /// For devices, folders, links and file system sizes.
     Host_Host& host() { return host_; }
 
+    /// The command line behind the last null answer, for the log.
+    const std::string& failedCommand() const { return failedCommand_; }
+
     /// Storage_CheckVersion, which asks the host once.
     bool isKernel(const char* version);
 
@@ -56,18 +59,19 @@ private:
     template <typename Value>
     using Answers = std::map<std::string, std::optional<Value>, std::less<>>;
 
-    /// `read` gets the output and makes a value of it.
+    /// `read` makes a value of the output.
     template <typename Value, typename Reader>
-    const Value* ask(Answers<Value>& answers, const std::string& command, Reader read);
+    const Value* ask(Answers<Value>& answers, const std::string& word, const std::string& command,
+                     Reader read);
+    /// The word stands between the two constant pieces of the command line.
     template <typename Value, typename Reader>
     const Value* askAbout(Answers<Value>& answers, const std::string& word, const char* before,
                           const char* after, Reader read);
-    template <typename Value, typename Reader>
-    const Value* keep(std::optional<Value>& answer, const std::string& command, Reader read);
     std::optional<std::string> run(const std::string& command);
 
     Host_Host& host_;
     const std::chrono::steady_clock::time_point deadline_;
+    std::string failedCommand_;
 
     Answers<std::string> release_;
     Answers<Storage_FdiskDrive> fdisk_;

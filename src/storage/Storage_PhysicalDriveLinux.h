@@ -2,11 +2,24 @@
 
 #include "storage/Storage_PhysicalDrive.h"
 
+#include <string>
+
+class Host_Device;
+class Storage_HostReport;
+
 /// A disk as the kernel knows it.
 class Storage_PhysicalDriveLinux : public Storage_PhysicalDrive {
 public:
     using Storage_PhysicalDrive::operator=;
+    /// The name is the path of the device node.
     bool audit() override;
+    /// What the drive says of itself. Only the second fails if it says nothing.
+    bool auditIDE(Host_Device& device);
+    bool auditSCSI(Host_Device& device);
+    /// What volume groups and arrays make of the drive. False if a tool could not be run; what was found
+    /// until then stays.
+    bool auditLVM();
+    bool auditRaid();
 
     int getSCSIHost() const { return scsiHost_; }
     void setSCSIHost(int host) { scsiHost_ = host; }
@@ -22,6 +35,10 @@ public:
     void setIsWholeDrive(bool isWhole) { isWholeDrive_ = isWhole; }
 
 private:
+    bool auditIdentity(Host_Device& device);
+    bool auditSize(Storage_HostReport& report);
+    bool auditRaid(Storage_HostReport& report);
+
     int scsiHost_ = 0;
     int scsiId_ = 0;
     int scsiLun_ = 0;
@@ -33,4 +50,15 @@ private:
 class Storage_PhysicalDrivesLinux : public Storage_PhysicalDrives {
 public:
     bool audit() override;
+    /// Whether a node of that name is a whole drive. `subsystem` is an index of the tables of drive families.
+    static bool isValidDrive(const std::string& name, int subsystem);
+
+private:
+    enum class Outcome { GoOn, FolderDone, AuditFailed };
+    enum class Verdict { Accepted, NoDisk, Unreachable };
+
+    bool auditSubsystem(int subsystem);
+    Outcome auditEntry(int subsystem, const std::string& folder, const std::string& entry);
+    Verdict classify(Storage_PhysicalDriveLinux& drive, Host_Device& device, int subsystem,
+                     const std::string& entry);
 };
