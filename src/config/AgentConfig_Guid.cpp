@@ -73,8 +73,11 @@ void AgentConfig_Guid::setGuid(const std::string& guid, const std::string& targe
     pair->setGuid(guid.c_str());
 }
 
-void AgentConfig_Guid::removeGuid(const std::string& targetHost) {
-    std::erase_if(pairs_, [&](const auto& pair) { return pair->getTargetHost() == targetHost; });
+std::size_t AgentConfig_Guid::getTextLength() const {
+    std::size_t length = 0;
+    for (const auto& pair : pairs_)
+        length += pair->getGuid().size() + pair->getTargetHost().size();
+    return length;
 }
 
 AgentConfig_Guid::Pair* AgentConfig_Guid::find(const std::string& targetHost) const {

@@ -23,9 +23,9 @@ public:
     std::string getGuid() const { return getGuid(std::string()); }
     void setGuid(const std::string& guid, const std::string& targetHost);
     void setGuid(const std::string& guid) { setGuid(guid, std::string()); }
-    /// Takes back what setGuid did for a host that had no pair before.
-    void removeGuid(const std::string& targetHost);
     std::size_t getNumberOfPairs() const { return pairs_.size(); }
+    /// The length of all texts together, in bytes.
+    std::size_t getTextLength() const;
     /// No identifier for the agent itself.
     void setDefaults() { setGuid(std::string()); }
 

@@ -11,27 +11,30 @@
 namespace {
 
 /// Anybody can give an agent identities for hosts that it has none for. These bounds keep that from filling
-/// its memory, and uuid.conf from growing beyond what can be read again.
+/// its memory, and uuid.conf from growing beyond what can be read again, with room left for the agent's own
+/// identity, however much longer the texts get as XML.
 constexpr std::size_t longestText = 65536;
 constexpr std::size_t mostIdentities = 1000;
+constexpr std::size_t mostText = std::size_t{2} << 20;
 
-/// The caller holds gMutexGuidConfig, and there is no identity for that host.
-bool adopt(const std::string& guid, const std::string& hostTarget) {
-    AgentConfig_Guid& identities = *gGuidConfig->getConfig();
-    if (guid.size() > longestText || hostTarget.size() > longestText ||
-        identities.getNumberOfPairs() >= mostIdentities)
+/// The caller holds gMutexGuidConfig, as for the next.
+bool hasRoomFor(const std::string& guid, const std::string& hostTarget) {
+    const AgentConfig_Guid& identities = *gGuidConfig->getConfig();
+    if (guid.size() > longestText || hostTarget.size() > longestText)
         return false;
-    bool written = false;
+    return hostTarget.empty() || (identities.getNumberOfPairs() < mostIdentities &&
+                                  identities.getTextLength() + guid.size() + hostTarget.size() <= mostText);
+}
+
+/// An identity that could not be written stays for this run, and goes to the file with the next one.
+bool adopt(const std::string& guid, const std::string& hostTarget) {
     try {
-        identities.setGuid(guid, hostTarget);
-        written = gGuidConfig->writeFile();
+        gGuidConfig->getConfig()->setGuid(guid, hostTarget);
+        return gGuidConfig->writeFile();
     } catch (...) {
         DEBUG_LOG("RMI: an identity could not be kept\n");
+        return false;
     }
-    // An identity that is not on disk would be another one after the next start.
-    if (!written)
-        identities.removeGuid(hostTarget);
-    return written;
 }
 
 } // namespace
@@ -56,9 +59,13 @@ bool AgentRMI_GuidMethod::validateGuid(xercesc::DOMElement* response) {
     if (checkForValidGuid() && (guid.empty() || (!identity.empty() && identity != guid)))
         return false;
     if (identity.empty() && !guid.empty()) {
-        if (!adopt(guid, hostTarget))
+        if (hasRoomFor(guid, hostTarget)) {
+            if (!adopt(guid, hostTarget))
+                return false;
+            identity = guid;
+        } else if (checkForValidGuid()) {
             return false;
-        identity = guid;
+        }
     }
     if (!identity.empty())
         Xerces_SetAttribute(*response, RMI_UuidAttribute, identity);

@@ -22,8 +22,9 @@ public:
     bool checkForValidGuid() override;
     /// Refuses a missing identity or one that is not this agent's, where the method requires it. An agent
     /// that has none yet adopts the request's and writes uuid.conf at once, under gMutexGuidConfig, so that
-    /// of several first requests one decides; if the file cannot be written nothing is adopted and the
-    /// request is refused.
+    /// of several first requests one decides; if the file cannot be written the request is refused. One for
+    /// which there is no room is not adopted, and refused only where the method requires it; there is always
+    /// room for the agent's own.
     bool validateGuid(xercesc::DOMElement* response) override;
     bool validateUser(xercesc::DOMElement* response) override;
     bool validateEncryptionProtocol(Socket_Socket::EncryptionProtocol protocol) override;

@@ -97,7 +97,7 @@ def test_first_requests_at_once_have_one_winner(start):
             assert result == ([SUCCESS, winner] if accepted else [INVALID_UUID, None]), (turn, number)
 
 
-def test_identity_file_is_replaced_whole_or_the_identity_refused(start):
+def test_identity_file_is_replaced_whole_or_the_request_refused(start):
     agent = start(verbose=False, umask=0)
     tree = agent.tree
     leftover = tree.conf / "uuid.conf.tmp"
@@ -113,6 +113,22 @@ def test_identity_file_is_replaced_whole_or_the_identity_refused(start):
     answer = agent.call(uuid="other", host="h")
     assert (answer.outcome, answer.uuid) == REFUSED
     assert tree.uuid_conf.read_bytes() == before
+    # Both are known for the rest of this run, and get to the file with the next identity that can be written.
+    (leftover / "x").rmdir()
+    assert ping(agent) == "id" and checked(agent, "other", "h") == (SUCCESS, "other")
+    assert ping(agent, "last", "last") == "last"
+    assert {("id", ""), ("other", "h"), ("last", "last")} <= set(tree.identities())
+
+
+def test_invented_hosts_leave_room_for_the_own_identity(start, new_tree):
+    tree = new_tree()
+    tree.uuid_conf.write_text(uuid_conf([(f"id-{number}", f"host-{number}") for number in range(1000)]))
+    agent = start(tree, verbose=False)
+    assert ping(agent, "new", "invented") is None
+    assert checked(agent, "new", "invented") == REFUSED
+    assert checked(agent, "own") == (SUCCESS, "own")
+    assert checked(agent, "id-7", "host-7") == (SUCCESS, "id-7")
+    assert set(tree.identities()) >= {("own", ""), ("id-999", "host-999")} and len(tree.identities()) == 1001
 
 
 # ---- what a start makes of uuid.conf
