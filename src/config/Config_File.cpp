@@ -9,6 +9,7 @@
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 
+#include <fcntl.h>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -36,7 +37,8 @@ void _Base_Config_File::setPathname(std::string pathname) {
 }
 
 bool _Base_Config_File::findFile() {
-    const File_Descriptor file(File_Open(getFilePathname().c_str(), File_AccessRead, 0));
+    // A pipe under that name is no file, but must not hold the agent until somebody writes to it.
+    const File_Descriptor file(open(getFilePathname().c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     return file ? succeed() : failOnPath("open");
 }
 

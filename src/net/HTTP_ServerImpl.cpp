@@ -1,11 +1,15 @@
 #include "net/HTTP_ServerImpl.h"
 
+#include "base/String_Functions.h"
+#include "log/Debug_Printf.h"
 #include "net/HTTP_AcceptRunnable.h"
+#include "net/Socket_Address.h"
 #include "threads/MutexLock.h"
 #include "threads/Thread_Service.h"
 
 #include <algorithm>
 #include <iterator>
+#include <string>
 
 namespace {
 
@@ -18,6 +22,13 @@ constexpr Thread_ServiceTexts logTexts{.currentlyRunning = ": startup failed"};
 /// Port 0 stands for one that the system chooses.
 bool canListenOn(int port) {
     return port == 0 || HTTP_IsPort(port);
+}
+
+/// False, to be returned.
+bool cannotListen(const HTTP_AddressPortPair& pair, const std::string& reason) {
+    DEBUG_LOG("HTTP: cannot listen on %s port %d: %s\n",
+              pair.getAddress() == nullptr ? "" : pair.getAddress(), pair.getPort(), reason.c_str());
+    return false;
 }
 
 } // namespace
@@ -62,10 +73,15 @@ bool HTTP_ServerImpl::openSocket(const HTTP_AddressPortPair& pair) {
     auto opened = std::make_unique<HTTP_SocketPair>();
     opened->pair = pair;
     opened->socket.registerSSLFactory(sslFactory_);
-    if (!canListenOn(pair.getPort()) || !opened->socket.create(Socket_Socket::TRANSPORT_TCP, true) ||
+    if (!canListenOn(pair.getPort()))
+        return cannotListen(pair, "this is no port");
+    if (!opened->socket.create(Socket_Socket::TRANSPORT_TCP, true) ||
         !opened->socket.bind(pair.getAddress(), static_cast<unsigned short>(pair.getPort())) ||
-        !opened->socket.listen())
-        return false;
+        !opened->socket.listen()) {
+        const std::string cause = nxGetLastErrorMessage();
+        const bool known = pair.getAddress() != nullptr && Socket_ResolveAddress(pair.getAddress());
+        return cannotListen(pair, known ? cause : "the address is unknown");
+    }
     sockets_.push_back(std::move(opened));
     return true;
 }

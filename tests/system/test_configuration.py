@@ -109,6 +109,9 @@ def test_refusals_end_the_start_and_are_explained(ctl, new_tree):
     tree.agent_conf.mkdir()
     refused(("Is a directory",))
     assert ctl("config", "show", tree.conf).status == 1
+    tree.agent_conf.rmdir()
+    os.mkfifo(tree.agent_conf)
+    refused(())
     assert not tree.uuid_conf.exists()
 
 
@@ -128,17 +131,20 @@ def test_bind_failures_end_the_start(new_tree, ports):
     tree = new_tree()
     free, busy = (port.number for port in ports[:2])
     ports[1].listen()
-    for pairs in (
-        [("127.0.0.1", busy)],
-        [("127.0.0.1", free), ("127.0.0.1", busy)],
-        [("127.0.0.1", free)] * 2,
-        [("127.0.0.1", free), ("localhost", free)],
-        [("192.0.2.1", free)],
-        [("a..b", free)],
+    in_use = "Address already in use"
+    for pairs, reason in (
+        ([("127.0.0.1", busy)], f"127.0.0.1 port {busy}: {in_use}"),
+        ([("127.0.0.1", free), ("127.0.0.1", busy)], f"127.0.0.1 port {busy}: {in_use}"),
+        ([("127.0.0.1", free)] * 2, f"127.0.0.1 port {free}: {in_use}"),
+        ([("127.0.0.1", free), ("localhost", free)], f"127.0.0.1 port {free}: {in_use}"),
+        ([("192.0.2.1", free)], f"192.0.2.1 port {free}: Cannot assign requested address"),
+        ([("a..b", free)], f"a..b port {free}: the address is unknown"),
+        ([("127.0.0.1", 65536)], "127.0.0.1 port 65536: this is no port"),
     ):
         tree.agent_conf.write_text(agent_conf(pairs))
         run = tree.run("-verbose")
-        assert run.status == 1 and "Agent: HTTP server init failed\n" in run.stdout, pairs
+        said = f"HTTP: cannot listen on {reason}\n"
+        assert run.status == 1 and said in run.stdout and "Agent: HTTP server init failed\n" in run.stdout, pairs
         quiet = tree.run()
         assert (quiet.status, quiet.stdout, quiet.stderr) == (1, "", ""), pairs
 
@@ -167,6 +173,7 @@ def test_qdvctl_shows_and_warns(ctl, new_tree):
     tree.uuid_conf.write_text(uuid_conf([("id1", ""), ("id2", "host")]))
     own = ctl("config", "check", program=tree.bin / "qdvctl")
     assert (own.status, own.stdout) == (0, f"{tree.agent_conf}: good\n{tree.uuid_conf}: good\n")
+    assert ctl("config", "check", tree.top).stdout == own.stdout
     shown = ctl("config", "show", tree.conf)
     assert shown.status == 0 and "topsecret" not in shown.stdout
     for text in ("password       (set)\n", "hostname       127.0.0.1\n", "id2", "returnPortMin  0\n"):

@@ -28,6 +28,15 @@ std::string usualDirectory() {
     return (program.parent_path().parent_path() / "conf").string();
 }
 
+/// The folder of the files, also if the tree around it was named.
+std::string directoryOfFiles(const std::string& named) {
+    std::error_code error;
+    const std::filesystem::path inTree = std::filesystem::path(named) / "conf";
+    const bool isTree = !std::filesystem::exists(std::filesystem::path(named) / "agent.conf", error) &&
+                        std::filesystem::is_directory(inTree, error);
+    return isTree ? inTree.string() : named;
+}
+
 void printLine(const std::string& text) {
     std::printf("%s\n", Ctl_Printable(text).c_str());
 }
@@ -57,8 +66,8 @@ Ctl_Node asNode(const Ctl_ConfigFile& file, bool withContent) {
 
 int report(const ConfigOptions& options, bool withContent) {
     const Ctl_Layers layers(Ctl_Layers::XmlOnly);
-    const std::vector<Ctl_ConfigFile> files =
-        Ctl_ReadConfigFiles(options.directory.empty() ? usualDirectory() : options.directory);
+    const std::vector<Ctl_ConfigFile> files = Ctl_ReadConfigFiles(
+        options.directory.empty() ? usualDirectory() : directoryOfFiles(options.directory));
     std::vector<Ctl_Node> nodes;
     nodes.reserve(files.size());
     for (const Ctl_ConfigFile& file : files)
@@ -82,7 +91,7 @@ void addReport(CLI::App& app, const char* name, const char* description, bool wi
     const auto options = std::make_shared<ConfigOptions>();
     command
         ->add_option("directory", options->directory,
-                     "Where the files are; conf beside this program's bin if left out")
+                     "The agent's tree or its conf; that of this program if left out")
         ->type_name("DIR");
     command->add_flag("--json", options->json, "Show the result as JSON");
     command->callback([options, withContent, &chosen] {
