@@ -15,6 +15,7 @@
 #include "log/Debug_Printf.h"
 #include "net/AgentSSL_Factory.h"
 #include "net/HTTP_Server.h"
+#include "net/HTTP_Stop.h"
 #include "rmi/AgentRMI_AsynchManager.h"
 #include "storage/Storage_Container.h"
 #include "threads/Thread_Manager.h"
@@ -29,6 +30,7 @@
 #include <string>
 #include <string_view>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 Thread_Semaphore gShutdownSemaphore;
@@ -297,8 +299,15 @@ void AgentRun::waitForShutdownRequest() {
     Thread_GrabSemaphore(&gShutdownSemaphore, Thread_Semaphore::Forever);
 }
 
+/// A call to the server is broken off only after some seconds; what waits for it needs a moment more then.
+bool callsEndedJustNow(bool& hadCalls) {
+    const bool hasCalls = HTTP_HasCallsUnderWay();
+    return std::exchange(hadCalls, hasCalls) || hasCalls;
+}
+
 bool AgentRun::stop() {
     DEBUG_LOG("Agent: attempting shutdown\n");
+    manager_.setExtension([hadCalls = false]() mutable { return callsEndedJustNow(hadCalls); });
     return manager_.shutdown();
 }
 

@@ -3,14 +3,28 @@
 #include "agent/Agent_Run.h"
 #include "exec/Exec_ChildProcess.h"
 #include "log/Debug_Printf.h"
+#include "net/HTTP_Stop.h"
 #include "threads/Thread_Primitives.h"
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <ctime>
 #include <pthread.h>
+#include <unistd.h>
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr int stopSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGXCPU};
+
+/// Counted from the first signal.
+constexpr std::chrono::seconds timeForCalls{5};
+constexpr unsigned secondsToTheEnd = 9;
+/// A call that was just about to begin is met by the next attempt.
+constexpr std::chrono::seconds breakOffInterval{1};
 
 sigset_t stopSignalSet() {
     sigset_t set;
@@ -20,10 +34,38 @@ sigset_t stopSignalSet() {
     return set;
 }
 
+[[noreturn]] void endAtOnce(int /*signal*/) {
+    _exit(EXIT_FAILURE);
+}
+
+/// The process ends by then even if every thread hangs.
+void endInAnyCase() {
+    std::signal(SIGALRM, endAtOnce);
+    sigset_t alarmOnly;
+    sigemptyset(&alarmOnly);
+    sigaddset(&alarmOnly, SIGALRM);
+    pthread_sigmask(SIG_UNBLOCK, &alarmOnly, nullptr);
+    alarm(secondsToTheEnd);
+}
+
+void beginStop() {
+    endInAnyCase();
+    gDebugPrintf.stopWaitingForReader();
+    HTTP_BeginStop();
+    Exec_ChildProcess::endAll();
+}
+
+/// The next stop signal; 0 if none comes by `until`.
+int nextSignal(const sigset_t& set, Clock::time_point until) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now());
+    const auto count = std::max<decltype(left)::rep>(left.count(), 0);
+    const timespec limit{count / 1000, count % 1000 * 1000000};
+    return std::max(sigtimedwait(&set, nullptr, &limit), 0);
+}
+
 } // namespace
 
 void Agent_SetShutdownFlag() {
-    Exec_ChildProcess::endAll(); // at once, whatever the main thread is doing
     Thread_ReleaseSemaphore(&gShutdownSemaphore);
 }
 
@@ -54,12 +96,26 @@ Agent_Signals::~Agent_Signals() {
 
 void Agent_Signals::waitForSignals() {
     const sigset_t set = stopSignalSet();
-    for (;;) {
-        int signal = 0;
-        if (sigwait(&set, &signal) != 0)
+    int signal = 0;
+    while (sigwait(&set, &signal) != 0) {
+    }
+    if (ending_)
+        return;
+    beginStop();
+    Agent_SignalHandler(signal);
+    afterFirstSignal();
+}
+
+void Agent_Signals::afterFirstSignal() {
+    const sigset_t set = stopSignalSet();
+    Clock::time_point breakOff = Clock::now() + timeForCalls;
+    while (!ending_) {
+        const int signal = nextSignal(set, breakOff);
+        if (signal != 0 && !ending_)
+            Agent_SignalHandler(signal);
+        if (Clock::now() < breakOff)
             continue;
-        if (ending_)
-            return;
-        Agent_SignalHandler(signal);
+        HTTP_BreakOffCalls();
+        breakOff += breakOffInterval;
     }
 }

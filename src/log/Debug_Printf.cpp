@@ -2,9 +2,14 @@
 
 #include "date/System_Date.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <fcntl.h>
+#include <new>
+#include <poll.h>
+#include <string_view>
 #include <unistd.h>
 
 Debug_Printf gDebugPrintf __attribute__((init_priority(101)));
@@ -15,6 +20,15 @@ constexpr long MaximumFileSize = 20480000;
 
 /// The agent runs as root and its log names users and paths, so that others may not read it.
 constexpr mode_t NewFileMode = 0640;
+
+/// What a pipe that can be written to takes at least without making its writer wait.
+constexpr std::size_t PieceSize = PIPE_BUF;
+
+/// How long a line waits for a reader at a time; once only when the agent stops.
+constexpr int ReaderWaitMilliseconds = 500;
+
+/// Of a line; the memory of a longer one is given back.
+constexpr std::size_t KeptMemory = 4096;
 
 class ErrnoKeeper {
 public:
@@ -28,7 +42,9 @@ private:
 };
 
 std::FILE* openEmpty(const char* path) {
-    const int descriptor = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, NewFileMode);
+    // A pipe under that name must not hold the agent.
+    const int descriptor =
+        open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, NewFileMode);
     if (descriptor == -1)
         return nullptr;
     std::FILE* stream = fdopen(descriptor, "w");
@@ -65,14 +81,70 @@ void Debug_Printf::print(const char* format, ...) {
         restartFullFile();
     if (stream_ == nullptr)
         return;
-    date_->setToCurrentTime();
-    date_->serialize(&stamp_);
-    std::fprintf(stream_, "%s: ", stamp_.c_str());
-    va_list arguments;
+    std::va_list arguments;
     va_start(arguments, format);
-    std::vfprintf(stream_, format, arguments);
+    const bool formatted = formatLine(format, arguments);
     va_end(arguments);
-    std::fflush(stream_);
+    if (formatted)
+        writeLine();
+}
+
+/// False if there is no memory for it.
+bool Debug_Printf::formatLine(const char* format, std::va_list arguments) {
+    std::va_list again;
+    va_copy(again, arguments);
+    bool formatted = false;
+    try {
+        date_->setToCurrentTime();
+        date_->serialize(&stamp_);
+        line_.assign(stamp_).append(": ");
+        const std::size_t start = line_.size();
+        line_.resize(std::max(line_.capacity(), start + 1));
+        const int length = std::vsnprintf(line_.data() + start, line_.size() - start, format, arguments);
+        formatted = length >= 0;
+        const std::size_t end = start + static_cast<std::size_t>(std::max(length, 0));
+        if (end >= line_.size()) {
+            line_.resize(end + 1);
+            std::vsnprintf(line_.data() + start, line_.size() - start, format, again);
+        }
+        line_.resize(end);
+    } catch (const std::bad_alloc&) {
+        formatted = false;
+    }
+    va_end(again);
+    return formatted;
+}
+
+/// Whether `descriptor` can be written to. Without looking first, a full pipe would hold its writer where
+/// nothing reaches it.
+bool Debug_Printf::waitForReader(int descriptor) const {
+    for (;;) {
+        const bool lastTime = impatient_.load(std::memory_order_relaxed);
+        pollfd event{descriptor, POLLOUT, 0};
+        const int ready = poll(&event, 1, ReaderWaitMilliseconds);
+        if (ready > 0)
+            return true;
+        if (ready == 0 && lastTime)
+            return false;
+    }
+}
+
+void Debug_Printf::writeLine() {
+    std::fflush(stream_); // what others have printed comes first
+    const int descriptor = fileno(stream_);
+    for (std::string_view rest = line_; !rest.empty();) {
+        if (!waitForReader(descriptor)) {
+            setEnabled(false);
+            break;
+        }
+        const ssize_t count = write(descriptor, rest.data(), std::min(rest.size(), PieceSize));
+        if (count > 0)
+            rest.remove_prefix(static_cast<std::size_t>(count));
+        else if (errno != EINTR && errno != EAGAIN)
+            break;
+    }
+    if (line_.capacity() > KeptMemory)
+        line_ = std::string();
 }
 
 bool Debug_Printf::logfile_open(const char* path) {
@@ -109,7 +181,7 @@ void Debug_Printf::closeFile() {
 /// The path is opened again instead of cutting the file that is open: whoever has moved it away gets a new
 /// one.
 void Debug_Printf::restartFullFile() {
-    if (std::ftell(stream_) <= MaximumFileSize)
+    if (lseek(fileno(stream_), 0, SEEK_CUR) <= MaximumFileSize)
         return;
     closeFile();
     stream_ = openEmpty(path_.c_str());

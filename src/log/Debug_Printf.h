@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdarg>
 #include <cstdio>
 #include <memory>
 #include <mutex>
@@ -12,9 +13,10 @@ class System_Date;
 ///
 /// A line is the UTC time "YYYY-MM-DD hh:mm:ss", ": " and the message, which brings its own line end. Off by
 /// default: log sites go through DEBUG_LOG, which looks at isEnabled() before anything is formatted.
-/// Thread-safe: a whole line is written under one mutex. Nothing here throws or reports a failure: a log that
-/// cannot be written stays silent. `errno` is left as it was, so that a log site may stand between a failure
-/// and the look at its cause. Once destroyed, the object is disabled and a log site does nothing.
+/// Thread-safe: a whole line is written under one mutex. A reader that does not keep up holds the writers,
+/// until the agent stops. Nothing here throws or reports a failure: a log that cannot be written stays
+/// silent. `errno` is left as it was, so that a log site may stand between a failure and the look at its
+/// cause. Once destroyed, the object is disabled and a log site does nothing.
 class Debug_Printf {
 public:
     enum State { Closed = 0, StandardOutput = 1, LogFile = 2 };
@@ -29,6 +31,10 @@ public:
     void setEnabled(bool enabled) { enabled_.store(enabled, std::memory_order_relaxed); }
     int getDebugState() const;
 
+    /// The agent stops: from now on, and for who waits already, a log whose reader takes nothing for half a
+    /// second is switched off. Takes no lock.
+    void stopWaitingForReader() { impatient_.store(true, std::memory_order_relaxed); }
+
     /// Writes one stamped message. A log file that has passed 20,480,000 bytes is cut to nothing first.
     void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
@@ -41,14 +47,19 @@ public:
 private:
     void closeFile();
     void restartFullFile();
+    bool formatLine(const char* format, std::va_list arguments);
+    bool waitForReader(int descriptor) const;
+    void writeLine();
 
     std::unique_ptr<System_Date> date_;
-    mutable std::mutex mutex_; ///< guards all but enabled_
+    mutable std::mutex mutex_; ///< guards all but the two flags
     std::FILE* stream_;        ///< owned in state LogFile only; null if there is none
     std::atomic<bool> enabled_;
+    std::atomic<bool> impatient_{false};
     std::string path_;
     int state_;
-    std::string stamp_; ///< kept from line to line, so that a line needs no memory
+    std::string stamp_; ///< these two are kept from line to line, so that a usual line needs no memory
+    std::string line_;
 };
 
 /// Constructed before and destroyed after all other objects of static life.

@@ -4,6 +4,7 @@
 #include "net/HTTP_HeaderAuthenticate.h"
 #include "net/HTTP_HeaderAuthorization.h"
 #include "net/HTTP_SessionImpl.h"
+#include "net/HTTP_Stop.h"
 #include "net/HTTP_Text.h"
 #include "net/HTTP_URLEncoding.h"
 
@@ -185,7 +186,11 @@ bool HTTP_FileImplClient::authorize(Secret_Text& out, const HTTP_HeaderAuthentic
 /// One TCP connection: the request goes out, the reply comes in, the connection closes. A reply that does not
 /// tell its length ends with the connection, if it is to be read at all.
 bool HTTP_FileImplClient::exchange(std::string_view request, bool readBodyWithoutLength) {
-    const bool done = connect() && writeAll(request) && readReply(readBodyWithoutLength);
+    bool done = false;
+    if (socket_.create(Socket_Socket::TRANSPORT_TCP, false)) {
+        const HTTP_CallUnderWay underWay(socket_);
+        done = connect() && writeAll(request) && readReply(readBodyWithoutLength);
+    }
     socket_.close();
     return done;
 }
@@ -210,8 +215,7 @@ bool HTTP_FileImplClient::connect() {
     DEBUG_LOG("HTTP_FileImpl::connect: attempting to connect %s:%u\n", address == nullptr ? "" : address,
               targetPort);
     unsigned localPort = 0;
-    if (address == nullptr || !HTTP_IsPort(target.getPort()) ||
-        !socket_.create(Socket_Socket::TRANSPORT_TCP, false) || !bindLocalEnd(localPort))
+    if (address == nullptr || !HTTP_IsPort(target.getPort()) || !bindLocalEnd(localPort))
         return false;
     DEBUG_LOG("HTTP_FileImpl::connect: attempting to connect %s:%u\n", address, targetPort);
     if (socket_.connect(address, static_cast<unsigned short>(targetPort))) {

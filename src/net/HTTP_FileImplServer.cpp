@@ -2,6 +2,7 @@
 
 #include "log/Debug_Printf.h"
 #include "net/HTTP_BodyPassword.h"
+#include "net/HTTP_Stop.h"
 #include "net/HTTP_Text.h"
 #include "net/HTTP_URLEncoding.h"
 
@@ -108,13 +109,13 @@ void HTTP_FileImplServer::logRequestBody() const {
                            body_.c_str());
 }
 
-/// Once kept alive, a connection stays so for the rest of its life.
+/// Once kept alive, a connection stays so for the rest of its life, or until the agent stops.
 void HTTP_FileImplServer::decideKeepAlive() {
     const auto* connection = HTTP_LastHeader<HTTP_HeaderConnection>(headers_);
     const bool wanted = connection == nullptr
                             ? version_ == "HTTP/1.1"
                             : connection->getConnectionType() == HTTP_HeaderConnection::KEEP_ALIVE;
-    keepAlive_ = keepAlive_ || wanted;
+    keepAlive_ = (keepAlive_ || wanted) && !HTTP_IsStopping();
 }
 
 bool HTTP_FileImplServer::sendReply(HTTP_Return_Code code, HTTP_Content_Type contentType, const char* body,

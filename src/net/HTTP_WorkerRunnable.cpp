@@ -1,6 +1,7 @@
 #include "net/HTTP_WorkerRunnable.h"
 
 #include "net/HTTP_FileImplServer.h"
+#include "net/HTTP_Stop.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ bool HTTP_WorkerRunnable::serveRequest(HTTP_FileImplServer& file, bool& keepFile
         // A fault in a handler is the request's affair; the connection outlives it if it was to be kept
         // anyway.
     }
-    return file.isKeepAlive() && !keepFile;
+    return file.isKeepAlive() && !keepFile && !HTTP_IsStopping();
 }
 
 void HTTP_WorkerRunnable::run() {

@@ -283,6 +283,11 @@ unsigned short Socket_SocketImpl::getLocalPort() const {
     return address ? ntohs(address->sin_port) : static_cast<unsigned short>(0);
 }
 
+void Socket_SocketImpl::breakOff() {
+    if (isValid())
+        ::shutdown(transport_->descriptor(), SHUT_RDWR);
+}
+
 bool Socket_SocketImpl::beginConnectTo(const Socket_SocketImpl& listener) {
     if (open_ || !isValid() || !listener.isValid())
         return false;

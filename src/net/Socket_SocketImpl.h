@@ -44,6 +44,9 @@ public:
     bool isTLSEstablished() const { return tls_ != nullptr && tls_->isEstablished(); }
     /// The port on which the socket is bound; 0 if it is not.
     unsigned short getLocalPort() const;
+    /// Ends the connection, or the attempt to make one, for both sides; whoever waits in an operation of an
+    /// open socket returns. May be called by another thread, as long as nobody creates, copies or closes it.
+    void breakOff();
     /// Begins a connection to the local end of `listener` and does not wait for it.
     bool beginConnectTo(const Socket_SocketImpl& listener);
 

@@ -52,8 +52,9 @@ bool Thread_Manager::shutdown() {
     std::vector<Thread_Threadable*> unfinished(services_.begin(), end);
     std::erase(unfinished, nullptr);
 
-    for (unsigned attempt = 0; attempt < attempts_ && !unfinished.empty(); ++attempt) {
-        const bool lastAttempt = attempt == attempts_ - 1;
+    bool lastAttempt = attempts_ == 0;
+    for (unsigned attempt = 0; !lastAttempt && !unfinished.empty(); ++attempt) {
+        lastAttempt = attempt >= attempts_ - 1 && !extension_();
         std::erase_if(unfinished, [&](Thread_Threadable* service) {
             return !stillRunsAfterShutdown(*service, attempt, lastAttempt);
         });

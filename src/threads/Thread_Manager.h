@@ -1,6 +1,8 @@
 #pragma once
 
 #include <climits>
+#include <functional>
+#include <utility>
 #include <vector>
 
 class Thread_Threadable;
@@ -18,6 +20,10 @@ public:
     unsigned getAttempts() const { return attempts_; }
     void setAttempts(unsigned attempts) { attempts_ = attempts; }
 
+    /// Asked when the attempts are used up: true allows another one, since what holds a thread is about to
+    /// end.
+    void setExtension(std::function<bool()> extension) { extension_ = std::move(extension); }
+
     /// Null is allowed and passed over.
     void registerThreadable(Thread_Threadable* service);
     /// True if every service runs. The first one that fails, or throws, ends it: the services that had been
@@ -31,6 +37,7 @@ private:
 
     unsigned wait_ = 1;
     unsigned attempts_ = 5;
+    std::function<bool()> extension_ = [] { return false; };
     /// Last service started; NoIndex for none or all.
     unsigned lastStarted_ = NoIndex;
     std::vector<Thread_Threadable*> services_;

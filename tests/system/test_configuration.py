@@ -131,13 +131,13 @@ def test_bind_failures_end_the_start(new_tree, ports):
     tree = new_tree()
     free, busy = (port.number for port in ports[:2])
     ports[1].listen()
-    in_use = "Address already in use"
+    in_use = "System error 98 Address already in use"
     for pairs, reason in (
         ([("127.0.0.1", busy)], f"127.0.0.1 port {busy}: {in_use}"),
         ([("127.0.0.1", free), ("127.0.0.1", busy)], f"127.0.0.1 port {busy}: {in_use}"),
         ([("127.0.0.1", free)] * 2, f"127.0.0.1 port {free}: {in_use}"),
         ([("127.0.0.1", free), ("localhost", free)], f"127.0.0.1 port {free}: {in_use}"),
-        ([("192.0.2.1", free)], f"192.0.2.1 port {free}: Cannot assign requested address"),
+        ([("192.0.2.1", free)], f"192.0.2.1 port {free}: System error 99 Cannot assign requested address"),
         ([("a..b", free)], f"a..b port {free}: the address is unknown"),
         ([("127.0.0.1", 65536)], "127.0.0.1 port 65536: this is no port"),
     ):

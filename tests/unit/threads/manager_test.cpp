@@ -86,4 +86,9 @@ TEST_F(Manager, AsksOnlyTheServicesThatStillRunAndGivesUp) {
     EXPECT_EQ(journal(), "stop a 0; stop b 0; stop c 0; stop a 1; stop b 1; stop b 2 last; ");
     b_.lagging = 3;
     EXPECT_FALSE(manager_.shutdown());
+    manager_.setExtension([left = 2]() mutable { return left-- > 0; });
+    EXPECT_TRUE(manager_.shutdown());
+    EXPECT_TRUE(journal().ends_with("stop b 2; stop b 3; "));
+    b_.lagging = 9;
+    EXPECT_FALSE(manager_.shutdown()) << "nothing allows another attempt any more";
 }
