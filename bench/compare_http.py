@@ -94,7 +94,7 @@ def nginx(directory):
 @contextlib.contextmanager
 def agent(stage):
     tree = Tree(stage)
-    running = Agent(tree, flags=())
+    running = Agent(tree, verbose=False)
     try:
         yield running.wait_ready()
     finally:
