@@ -13,8 +13,10 @@ void wipe(std::string& text) noexcept {
     text.clear();
 }
 
+/// What a string holds without memory of its own.
+const std::size_t ownCapacity = std::string().capacity();
+
 bool liesInItsObject(const std::string& text) {
-    static const std::size_t ownCapacity = std::string().capacity();
     return text.capacity() <= ownCapacity;
 }
 
@@ -70,6 +72,8 @@ void Secret_Text::reserve(std::size_t size) {
 }
 
 void Secret_Text::clear() noexcept {
+    if (liesInItsObject(text_))
+        return;
     wipe(text_);
     std::string().swap(text_);
 }

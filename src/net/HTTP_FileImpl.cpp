@@ -74,10 +74,10 @@ void HTTP_FileImpl::clearMessage() {
     body_.clear();
 }
 
-bool HTTP_FileImpl::readFirstLine(HTTP_HeadReader& reader, Secret_Text& line) {
-    if (!reader.readLine(line))
+bool HTTP_FileImpl::readFirstLine(HTTP_HeadReader& reader) {
+    if (!reader.readLine())
         return false;
-    DEBUG_LOG("%s", line.c_str());
+    DEBUG_LOG("%s", reader.line().c_str());
     return true;
 }
 

@@ -48,7 +48,7 @@ protected:
     unsigned readTimeLimit() const;
     void clearMessage();
     /// The first line of the message, logged.
-    static bool readFirstLine(HTTP_HeadReader& reader, Secret_Text& line);
+    static bool readFirstLine(HTTP_HeadReader& reader);
     /// One write, so that a small message is one packet and one system call.
     bool writeAll(std::string_view message);
 

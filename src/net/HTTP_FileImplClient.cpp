@@ -198,8 +198,7 @@ bool HTTP_FileImplClient::exchange(std::string_view request, bool readBodyWithou
 bool HTTP_FileImplClient::readReply(bool readBodyWithoutLength) {
     responseReceived_ = true;
     HTTP_HeadReader reader(socket_, readTimeLimit());
-    Secret_Text line;
-    if (!readFirstLine(reader, line) || !HTTP_ParseStatusLine(line.view(), version_, returnCode_) ||
+    if (!readFirstLine(reader) || !HTTP_ParseStatusLine(reader.line().view(), version_, returnCode_) ||
         !reader.readHeaders(headers_))
         return false;
     // A peer that says there is no body may keep the connection open, so nothing is waited for then.

@@ -75,9 +75,8 @@ bool HTTP_FileImplServer::awaitRequest() {
 }
 
 bool HTTP_FileImplServer::readRequestLine(HTTP_HeadReader& reader) {
-    Secret_Text line;
     HTTP_RequestLine request;
-    if (!readFirstLine(reader, line) || !HTTP_ParseRequestLine(line.view(), request))
+    if (!readFirstLine(reader) || !HTTP_ParseRequestLine(reader.line().view(), request))
         return false;
     method_ = request.method;
     uri_ = std::move(request.uri);

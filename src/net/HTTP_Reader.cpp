@@ -68,43 +68,38 @@ bool HTTP_HeadReader::spend(std::size_t bytes) {
     return spent_ <= HTTP_HeaderBlockLimit;
 }
 
-bool HTTP_HeadReader::takeByte(Secret_Text& line) {
-    if (!spend(1))
+bool HTTP_HeadReader::take(std::size_t bytes) {
+    if (!spend(bytes))
         return false;
-    line.append(input_.arrived().front());
-    input_.consume(1);
+    line_.append(input_.arrived().substr(0, bytes));
+    input_.consume(bytes);
     return true;
 }
 
-bool HTTP_HeadReader::readLine(Secret_Text& line) {
-    line.resize(0);
+bool HTTP_HeadReader::readLine() {
+    line_.resize(0);
     while (Socket_AwaitBytes(input_, 1, timeLimit_)) {
         const std::string_view arrived = input_.arrived();
         const std::size_t text = std::find_if(arrived.begin(), arrived.end(), isLineEnd) - arrived.begin();
-        if (!spend(text))
-            return false;
-        line.append(arrived.substr(0, text));
-        const bool found = text < arrived.size();
-        input_.consume(text);
-        if (!found)
-            continue;
-        const bool carriageReturn = input_.arrived().front() == '\r';
-        if (!takeByte(line))
-            return false;
-        if (!carriageReturn)
-            return true;
-        if (!Socket_AwaitBytes(input_, 1, timeLimit_))
-            return false;
-        return input_.arrived().front() != '\n' || takeByte(line);
+        if (text == arrived.size()) {
+            if (!take(text))
+                return false;
+        } else if (arrived[text] == '\n') {
+            return take(text + 1);
+        } else {
+            // What follows a CR tells whether it belongs to the line's end.
+            return Socket_AwaitBytes(input_, text + 2, timeLimit_) &&
+                   take(input_.arrived()[text + 1] == '\n' ? text + 2 : text + 1);
+        }
     }
     return false;
 }
 
-bool HTTP_HeadReader::addHeader(const Secret_Text& line, HTTP_HeaderMap& headers) {
+bool HTTP_HeadReader::addHeader(HTTP_HeaderMap& headers) {
     if (!spend(headerOverhead))
         return false;
-    auto header = HTTP_FactoryAllocateHeader(HTTP_SkipBlanks(line.view()));
-    if (!header->parse(&line.asString()))
+    auto header = HTTP_FactoryAllocateHeader(HTTP_SkipBlanks(line_.view()));
+    if (!header->parse(&line_.asString()))
         return false;
     std::string name = header->getName();
     headers.emplace(std::move(name), std::move(header));
@@ -113,12 +108,11 @@ bool HTTP_HeadReader::addHeader(const Secret_Text& line, HTTP_HeaderMap& headers
 
 bool HTTP_HeadReader::readHeaders(HTTP_HeaderMap& headers) {
     headers.clear();
-    Secret_Text line;
-    while (readLine(line)) {
-        DEBUG_LOG("%s", line.c_str());
-        if (endsHeaders(line.view()))
+    while (readLine()) {
+        DEBUG_LOG("%s", line_.c_str());
+        if (endsHeaders(line_.view()))
             return true;
-        if (!addHeader(line, headers))
+        if (!addHeader(headers))
             break;
     }
     headers.clear();

@@ -43,18 +43,21 @@ public:
 
     /// One line with its end: LF, CR LF, or a CR that something else follows. False if the stream ends before
     /// the line does, or the allowance is spent.
-    bool readLine(Secret_Text& line);
+    bool readLine();
+    /// The line that was read last.
+    const Secret_Text& line() const { return line_; }
     /// Header lines up to an empty one. False if one can't be read or is no header; `headers` is empty then.
     bool readHeaders(HTTP_HeaderMap& headers);
 
 private:
     bool spend(std::size_t bytes);
-    bool takeByte(Secret_Text& line);
-    bool addHeader(const Secret_Text& line, HTTP_HeaderMap& headers);
+    bool take(std::size_t bytes);
+    bool addHeader(HTTP_HeaderMap& headers);
 
     Socket_Input& input_;
     unsigned timeLimit_;
     std::size_t spent_ = 0;
+    Secret_Text line_;
 };
 
 /// Reads a body of exactly `length` bytes. False if it is larger than the limit or does not arrive whole.

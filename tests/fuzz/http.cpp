@@ -90,11 +90,10 @@ void answer(const HTTP_HeaderAuthenticateBase& challenge) {
 void readReply(std::string_view bytes, std::size_t seed) {
     Pieces input(bytes, seed);
     HTTP_HeadReader reader(input, limit);
-    Secret_Text line;
     std::string version;
     HTTP_Return_Code code{};
     HTTP_HeaderMap headers;
-    if (!reader.readLine(line) || !HTTP_ParseStatusLine(line.view(), version, code) ||
+    if (!reader.readLine() || !HTTP_ParseStatusLine(reader.line().view(), version, code) ||
         !reader.readHeaders(headers))
         return;
     if (const auto* challenge = HTTP_LastHeader<HTTP_HeaderWWWAuthenticate>(headers))
