@@ -98,10 +98,3 @@ std::string nxGetLastErrorMessage() {
     errno = error;
     return message;
 }
-
-void nxWipeText(std::string& text) {
-    // Grown to its capacity first: bytes beyond the end may be left of a longer secret.
-    text.resize(text.capacity());
-    explicit_bzero(text.data(), text.size());
-    text.clear();
-}

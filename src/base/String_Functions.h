@@ -35,6 +35,3 @@ std::vector<std::string> string2vector(const std::string& text, const std::strin
 
 /// "System error", the number and the text of the current `errno`, which it leaves alone. Empty if that is 0.
 std::string nxGetLastErrorMessage();
-
-/// Overwrites all the memory that the text holds, then empties it. For passwords.
-void nxWipeText(std::string& text);

@@ -1,8 +1,6 @@
 #include "config/AgentConfig_Configuration.h"
 
-#include "base/String_Functions.h"
 #include "config/Config_Document.h"
-#include "net/HTTP_AddressPortPair.h"
 
 namespace {
 
@@ -43,19 +41,21 @@ struct AgentConfig_Configuration::Format {
 
     // A minimum without a maximum is a range of one port.
     static constexpr Row Agent[] = {
-        XMLSerializable_Text<&Configuration::returnAddress_>("returnAddress").always(),
-        XMLSerializable_Decimal<&Configuration::returnPortMin_, &Configuration::setReturnPorts>(
+        XMLSerializable_Text<&Configuration::getReturnAddress, &Configuration::setReturnAddress>(
+            "returnAddress")
+            .always(),
+        XMLSerializable_Decimal<&Configuration::getReturnPortMin, &Configuration::setReturnPorts>(
             "returnPortMin")
             .always(),
-        XMLSerializable_Decimal<&Configuration::returnPortMax_>("returnPortMax").always(),
+        XMLSerializable_Decimal<&Configuration::getReturnPortMax, &Configuration::setReturnPortMax>(
+            "returnPortMax")
+            .always(),
     };
 };
 
 AgentConfig_Configuration::AgentConfig_Configuration() = default;
 
-AgentConfig_Configuration::~AgentConfig_Configuration() {
-    nxWipeText(password_);
-}
+AgentConfig_Configuration::~AgentConfig_Configuration() = default;
 
 bool AgentConfig_Configuration::parse(xercesc::InputSource& source) {
     const bool parsed = attempt([&] { read(source); });
@@ -101,11 +101,19 @@ bool AgentConfig_Configuration::serialize(char*& buffer, unsigned& length) {
     });
 }
 
-void AgentConfig_Configuration::setPassword(const std::string& password) {
-    if (&password == &password_)
-        return;
-    nxWipeText(password_);
-    password_ = password;
+HTTP_Route AgentConfig_Configuration::getRoute(bool ssl) const {
+    const unsigned port = ssl ? serverSSLPort_ : serverPort_;
+    HTTP_Route route{.target = {serverHostname_, static_cast<int>(port)},
+                     .uri = serverURI_,
+                     .localEnd = returnEnd_,
+                     .username = username_,
+                     .password = password_.copy()};
+    if (!proxyHostname_.empty() && proxyPort_ != 0) {
+        route.target = {proxyHostname_, static_cast<int>(proxyPort_)};
+        // Over TLS too: no tunnel is made.
+        route.uri = "http://" + serverHostname_ + ":" + std::to_string(port) + serverURI_;
+    }
+    return route;
 }
 
 std::vector<HTTP_AddressPortPair*> AgentConfig_Configuration::getBindList() const {

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "base/Secret_Text.h"
 #include "config/Config_Configuration.h"
+#include "net/HTTP_Route.h"
 
 #include <memory>
 #include <string>
 #include <vector>
-
-class HTTP_AddressPortPair;
 
 /// The content of agent.conf: how to reach the server, directly or through an HTTP proxy, from which ports
 /// and address to call it, and where to listen. Read-only while the agent runs; who reads it on another
@@ -40,17 +40,20 @@ public:
     /// For the proxy; empty for no authentication there.
     const std::string& getUsername() const { return username_; }
     void setUsername(const std::string& username) { username_ = username; }
-    const std::string& getPassword() const { return password_; }
-    void setPassword(const std::string& password);
+    const std::string& getPassword() const { return password_.asString(); }
+    void setPassword(const std::string& password) { password_.assign(password); }
 
     /// Source ports of outgoing connections; 0 leaves them to the system.
-    unsigned getReturnPortMin() const { return returnPortMin_; }
-    void setReturnPortMin(unsigned port) { returnPortMin_ = port; }
-    unsigned getReturnPortMax() const { return returnPortMax_; }
-    void setReturnPortMax(unsigned port) { returnPortMax_ = port; }
+    unsigned getReturnPortMin() const { return returnEnd_.lowestPort; }
+    void setReturnPortMin(unsigned port) { returnEnd_.lowestPort = port; }
+    unsigned getReturnPortMax() const { return returnEnd_.highestPort; }
+    void setReturnPortMax(unsigned port) { returnEnd_.highestPort = port; }
     /// Source address of outgoing connections; empty leaves it to the system.
-    const std::string& getReturnAddress() const { return returnAddress_; }
-    void setReturnAddress(const std::string& address) { returnAddress_ = address; }
+    const std::string& getReturnAddress() const { return returnEnd_.address; }
+    void setReturnAddress(const std::string& address) { returnEnd_.address = address; }
+
+    /// The way of a call to the server, through the proxy if there is one.
+    HTTP_Route getRoute(bool ssl) const;
 
     /// Where to listen. The pairs stay this object's, until deallocateBindList.
     std::vector<HTTP_AddressPortPair*> getBindList() const;
@@ -61,7 +64,7 @@ private:
     struct Format;
 
     void read(const xercesc::InputSource& source);
-    void setReturnPorts(unsigned port) { returnPortMin_ = returnPortMax_ = port; }
+    void setReturnPorts(unsigned port) { returnEnd_.lowestPort = returnEnd_.highestPort = port; }
 
     std::string serverHostname_;
     unsigned serverPort_ = 80;
@@ -70,9 +73,7 @@ private:
     std::string proxyHostname_;
     unsigned proxyPort_ = 0;
     std::string username_;
-    std::string password_;
-    unsigned returnPortMin_ = 0;
-    unsigned returnPortMax_ = 0;
-    std::string returnAddress_;
+    Secret_Text password_;
+    HTTP_LocalEnd returnEnd_;
     std::vector<std::unique_ptr<HTTP_AddressPortPair>> bindList_;
 };

@@ -227,9 +227,8 @@ void AgentConfig_Editor::editProxyAuthentication() {
     dialog_.block("Enter the proxy username <username>[%s]: ", username.c_str());
     configuration_.setUsername(dialog_.text(username));
 
-    const std::string password = configuration_.getPassword();
-    dialog_.print("Enter the proxy password <password>[%s]: ", password.c_str());
-    configuration_.setPassword(dialog_.text(password));
+    dialog_.print("Enter the proxy password <password>[%s]: ", configuration_.getPassword().c_str());
+    configuration_.setPassword(Secret_Text::take(dialog_.text(configuration_.getPassword())).asString());
 }
 
 bool AgentConfig_Editor::hasReturnAddress() const {
@@ -387,14 +386,13 @@ void AgentConfig_Editor::printProxySummary() {
                   "  TTP proxy port: %u\n",
                   hostname.c_str(), configuration_.getProxyPort());
     const std::string username = configuration_.getUsername();
-    const std::string password = configuration_.getPassword();
     if (username.empty())
         dialog_.print("  The QDVAgent is configured to NOT authenticate with\n"
                       "  an HTTP proxy.\n");
     else
         dialog_.print("  HTTP proxy username: %s\n"
                       "  HTTP proxy password: %s\n",
-                      username.c_str(), password.c_str());
+                      username.c_str(), configuration_.getPassword().c_str());
 }
 
 void AgentConfig_Editor::printSummary() {

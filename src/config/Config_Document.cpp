@@ -1,6 +1,6 @@
 #include "config/Config_Document.h"
 
-#include "base/String_Functions.h"
+#include "base/Secret_Text.h"
 #include "xml/Xerces_XercesString.h"
 
 #include <algorithm>
@@ -53,10 +53,9 @@ xercesc::DOMElement& Config_OnlyElement(const xercesc::DOMElement& parent, const
 }
 
 void Config_GiveDocument(const xercesc::DOMDocument& document, char*& buffer, unsigned& length) {
-    std::string text = Xerces_Serialize(document);
+    const Secret_Text text = Secret_Text::take(Xerces_Serialize(document)); // agent.conf holds a password
     if (text.empty())
         throw std::runtime_error("the document cannot be written as text");
-    buffer = nxNewText(text);
+    buffer = nxNewText(text.view());
     length = static_cast<unsigned>(text.size());
-    nxWipeText(text); // agent.conf holds a password
 }

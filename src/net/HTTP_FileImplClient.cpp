@@ -231,9 +231,9 @@ bool HTTP_FileImplClient::bindLocalEnd(unsigned& port) {
     const HTTP_LocalEnd& local = route.localEnd;
     if (local.lowestPort == 0)
         return local.address.empty() || socket_.bind(local.address.c_str(), 0);
-    const int highest = std::min(local.highestPort, HTTP_HighestPort);
-    for (int candidate = std::max(local.lowestPort, 1); candidate <= highest; ++candidate) {
-        port = static_cast<unsigned>(candidate);
+    const unsigned highest = std::min<unsigned>(local.highestPort, HTTP_HighestPort);
+    for (unsigned candidate = local.lowestPort; candidate <= highest; ++candidate) {
+        port = candidate;
         if (socket_.bind(local.address.c_str(), static_cast<unsigned short>(candidate)))
             return true;
         DEBUG_LOG("HTTP_FileImpl::connect: failed to connect [return port] %s:%u (%u)\n",

@@ -7,9 +7,9 @@
 
 /// The local end of outgoing connections, for firewalls that let only some through. A value.
 struct HTTP_LocalEnd {
-    std::string address; ///< a host name or an address of this host; empty for any
-    int lowestPort = 0;  ///< the first free port from here on; 0 leaves it to the system
-    int highestPort = 0; ///< the last to be tried
+    std::string address;      ///< a host name or an address of this host; empty for any
+    unsigned lowestPort = 0;  ///< the first free port from here on; 0 leaves it to the system
+    unsigned highestPort = 0; ///< the last to be tried
 };
 
 /// Where outgoing calls go and how they leave. A value that is moved, since it holds a password.

@@ -21,7 +21,8 @@ HTTP_Connection* HTTP_SessionImpl::getHttpConnection(const char* returnAddress, 
                                                      const char* username, const char* password) {
     return getHttpConnection({.target = target,
                               .uri = {},
-                              .localEnd = {orEmpty(returnAddress), returnPortMin, returnPortMax},
+                              .localEnd = {orEmpty(returnAddress), static_cast<unsigned>(returnPortMin),
+                                           static_cast<unsigned>(returnPortMax)},
                               .username = orEmpty(username),
                               .password = Secret_Text(password == nullptr ? "" : password)});
 }

@@ -20,28 +20,10 @@ constexpr const char* userAgent = "Norvalith Brindlex Agent";
 /// Part of the interface of a form post, and not sent.
 constexpr const char* fieldName = "CommandBody";
 
-HTTP_Route planRoute(const AgentConfig_Configuration& configuration, bool ssl) {
-    HTTP_Route route;
-    const std::string& host = configuration.getServerHostname();
-    const unsigned port = ssl ? configuration.getServerSSLPort() : configuration.getServerPort();
-    route.target = {host, static_cast<int>(port)};
-    route.uri = configuration.getServerURI();
-    if (!configuration.getProxyHostname().empty() && configuration.getProxyPort() != 0) {
-        route.target = {configuration.getProxyHostname(), static_cast<int>(configuration.getProxyPort())};
-        // Over TLS too: no tunnel is made.
-        route.uri = "http://" + host + ":" + std::to_string(port) + route.uri;
-    }
-    route.localEnd = {configuration.getReturnAddress(), static_cast<int>(configuration.getReturnPortMin()),
-                      static_cast<int>(configuration.getReturnPortMax())};
-    route.username = configuration.getUsername();
-    route.password.assign(configuration.getPassword());
-    return route;
-}
-
 HTTP_Route currentRoute(bool ssl) {
     try {
         const MutexLock lock(&gMutexAgentConfig);
-        return planRoute(*gAgentConfig->getConfig(), ssl);
+        return gAgentConfig->getConfig()->getRoute(ssl);
     } catch (...) {
         throw RMI_MethodException(RMI_MethodException::GeneralFailure);
     }
