@@ -79,11 +79,6 @@ struct XMLSerializable_Attribute {
         row.expected = what;
         return row;
     }
-    constexpr XMLSerializable_Attribute readBy(Setter setter) const {
-        XMLSerializable_Attribute row = *this;
-        row.set = setter;
-        return row;
-    }
 };
 
 template <typename Object>
@@ -119,6 +114,7 @@ void XMLSerializable_WriteAttributes(const Table& table, const Object& object, x
 Secret_Text XMLSerializable_ReadText(const xercesc::DOMElement& element, const char* name,
                                      const char* expected);
 
+/// Reads one attribute as its row tells.
 template <typename Row, typename Object>
 void XMLSerializable_ReadAttribute(const Row& row, Object& object, const xercesc::DOMElement& element) {
     if (row.set == nullptr)
