@@ -303,9 +303,10 @@ def test_serve_answers_every_form_of_a_call(serve):
             assert re.fullmatch(line, server.line())
     assert b"<Server " in server.post(envelope("Ping")).body
     server.line()
-    answer = server.post(envelope("UpdateAction", '<R code="0"><Out>\xc2\x9b</Out></R>'))
+    answer = server.post(envelope("UpdateAction", '<R code="0"><Out>\xc2\x9b</Out></R>', request={"uuid": "u\uef1b"}))
     assert b"<Response" in answer.body and b"<Server" not in answer.body
-    assert [server.line() for _ in range(5)][1:] == ["  Method\n", "    R\n", "      code  0\n", "      Out: Â\\x9b\n"]
+    assert "UpdateAction uuid=u\\x1b" in server.line()
+    assert [server.line() for _ in range(4)] == ["  Method\n", "    R\n", "      code  0\n", "      Out: Â\\x9b\n"]
     bad = (b"rubbish", b"<Other/>", envelope("Ping", version="1.1"), envelope(None), b"<NorvalithRMI/>")
     assert [server.post(body).status for body in bad] == [400] * len(bad)
     status, out, err = server.stop()
