@@ -110,8 +110,7 @@ def pytest_runtest_makereport(item, call):
     """Adds the end of the logs to the report of a failed test."""
     report = (yield).get_result()
     if report.when == "call" and report.failed:
-        for value in getattr(item, "funcargs", {}).values():
-            agents = value.agents if isinstance(value, Ward) else [value] if isinstance(value, Agent) else []
-            for agent in agents:
-                tail = agent.log()[-LOG_TAIL:] + agent.stderr()[-LOG_TAIL:]
-                report.sections.append((f"log of agent {agent.pid}", tail))
+        wards = [value for value in item.funcargs.values() if isinstance(value, Ward)]
+        for agent in [agent for one in wards for agent in one.agents]:
+            tail = agent.log()[-LOG_TAIL:] + agent.stderr()[-LOG_TAIL:]
+            report.sections.append((f"log of agent {agent.pid}", tail))

@@ -49,25 +49,36 @@ def user():
 
 
 @pytest.fixture(scope="module")
-def agent_server():
+def shared_server():
     made = ManagementServer()
     yield made
     made.stop()
 
 
 @pytest.fixture(scope="module")
-def acting(ward_of_file, agent_server, user):
-    """An agent that all tests share. What it leaves behind is looked at when they are through."""
-    agent = ward_of_file.start(server=agent_server)
+def shared_acting(ward_of_file, shared_server, user):
+    """What it leaves behind is looked at when all tests are through."""
+    agent = ward_of_file.start(server=shared_server)
     assert agent.outcome(uuid=UUID) == SUCCESS
     yield agent
     assert user.password not in agent.log() and "received request body" in agent.log()
 
 
 @pytest.fixture
-def server(agent_server):
-    agent_server.calls.clear()
-    return agent_server
+def server(shared_server):
+    shared_server.calls.clear()
+    return shared_server
+
+
+def saved(agent):
+    return sorted(path.relative_to(agent.tree.top) for path in agent.tree.top.rglob("*") if path.name != "QDVAgent.log")
+
+
+@pytest.fixture
+def acting(shared_acting):
+    before = saved(shared_acting)
+    yield shared_acting
+    assert saved(shared_acting) == before, "something was left behind"
 
 
 def parameter(name, value, inner=""):
@@ -118,29 +129,15 @@ def submit(agent, server, values, members=()):
     return report_of(update)
 
 
-def saved(agent):
-    return sorted(path.relative_to(agent.tree.top) for path in agent.tree.top.rglob("*") if path.name != "QDVAgent.log")
-
-
-@contextmanager
-def nothing_happens(agent, server, user):
-    """The block runs no script, stores none and reports nothing."""
-    before = saved(agent)
-    yield
-    assert saved(agent) == before and not os.listdir(user.place) and not server.of("UpdateAction")
-
-
 # ---- running
 
 
 def test_scriptlets_run_in_order_as_the_user(acting, server, user):
     trace = user.place / "trace"
     marks = [f'echo "$(id -un) $(stat -c "%a %U" "$0") {name}" >>{trace}' for name in ("head", "one", "two")]
-    before = saved(acting)
     report = submit(acting, server, action(user, scriptlets(*marks)), ["/b", "/a & c"])
     assert report == ("4711", "success", "", [("/b", "success", "success"), ("/a & c", "success", "success")])
     assert trace.read_text().splitlines() == [f"{user.name} 400 {user.name} {name}" for name in ("head", "one", "two")]
-    assert saved(acting) == before
     trace.unlink()
     for text, number in (("18446744073709551615", "18446744073709551615"), ("0x1f", "31"), ("none", "0")):
         values = action(user, scriptlets(":"), actionid=text, actionname="no/path")
@@ -149,7 +146,6 @@ def test_scriptlets_run_in_order_as_the_user(acting, server, user):
 
 def test_failing_scriptlets(acting, server, user):
     """The call succeeds all the same; the report tells what became of each member."""
-    before = saved(acting)
     mark = user.place / "mark"
     report = submit(acting, server, action(user, scriptlets("echo why >&2; exit 1", f"touch {mark}")), ["/a"])
     reason = "Child exited with code: 1 why\n"
@@ -168,7 +164,6 @@ def test_failing_scriptlets(acting, server, user):
     assert report[1:3] == ("failure", "one or more action items failed")
     assert report[3] == [(member, *row[1:]) for member, row in zip(members, rows)]
     mark.unlink()
-    assert saved(acting) == before
 
 
 def test_actions_that_are_refused(acting, server, user):
@@ -176,33 +171,32 @@ def test_actions_that_are_refused(acting, server, user):
     script = scriptlets(runs, runs)
     good = action(user, script)
     mismatch = ("error", "Mismatch between scriptlets and action items")
-    submits = [({name: value}, ["/a"], FAILED) for name in good for value in (LEFT_OUT, "")]
-    submits += [({"actionid": value}, ["/a"], FAILED) for value in ("/", "../x", "a/b")]
-    submits += [
-        ({}, ["/a", ""], FAILED),
-        ({"syspwd": "wrong"}, ["/a"], NOT_AUTHORIZED),
-        ({"actionscript": runs}, ["/a"], FAILED),
-        ({"actionscript": f"# BEGIN_JOB_SCRIPT_HEADER\n{runs}\n"}, [], FAILED),
-        ({}, [], mismatch),
-        ({}, ["/a", "/b"], mismatch),
-        ({"actionscript": script.replace("# END_OBJECT_SCRIPT", "")}, ["/a"], mismatch),
-    ]
     to_save = action(user, "text", templatename="t")
-    saves = [({name: LEFT_OUT}, FAILED) for name in to_save if name != "actionscript"]
-    saves += [({name: ""}, FAILED) for name in to_save]
-    saves += [({name: "../x"}, FAILED) for name in ("actionid", "actionname", "templatename")]
-    saves += [({"syspwd": "wrong"}, NOT_AUTHORIZED)]
-    saves += [({"actionid": "proactivity", "actionname": "scriptlet", "templatename": "temp_file_77_0.sh"}, FAILED)]
-    with nothing_happens(acting, server, user):
-        for changes, members, outcome in submits:
-            assert call(acting, "SubmitAction", good | changes, members) == outcome, (changes, members)
-        for changes, outcome in saves:
-            assert call(acting, "SaveAction", to_save | changes) == outcome, changes
-        response, reason = call(acting, "SubmitAction", good | {"sysuserid": "nobody" + secrets.token_hex(4)}, ["/a"])
-        assert response == "error" and reason.startswith(WRONG_USER)
-        for method, values in (("SubmitAction", good), ("SaveAction", to_save), ("GetActionScriptList", {})):
-            assert call(acting, method, values, tls=False) == ("error", "invalid encryption protocol")
-            assert call(acting, method, values, uuid="other") == INVALID_UUID
+    not_terminated = script.replace("# END_OBJECT_SCRIPT", "")
+    submits = [
+        *(({name: value}, ["/a"], FAILED) for name in good for value in (LEFT_OUT, "")),
+        *(({"actionid": value}, ["/a"], FAILED) for value in ("/", "../x", "a/b")),
+        *(({"actionscript": text}, ["/a"], FAILED) for text in (runs, f"# BEGIN_JOB_SCRIPT_HEADER\n{runs}\n")),
+        ({}, ["/a", ""], FAILED), ({"syspwd": "wrong"}, ["/a"], NOT_AUTHORIZED), ({}, [], mismatch),
+        ({}, ["/a", "/b"], mismatch), ({"actionscript": not_terminated}, ["/a"], mismatch),
+    ]  # fmt: skip
+    saves = [
+        *(({name: LEFT_OUT}, FAILED) for name in to_save if name != "actionscript"),
+        *(({name: ""}, FAILED) for name in to_save),
+        *(({name: "../x"}, FAILED) for name in ("actionid", "actionname", "templatename")),
+        ({"syspwd": "wrong"}, NOT_AUTHORIZED),
+        ({"actionid": "proactivity", "actionname": "scriptlet", "templatename": "temp_file_77_0.sh"}, FAILED),
+    ]
+    for changes, members, outcome in submits:
+        assert call(acting, "SubmitAction", good | changes, members) == outcome, (changes, members)
+    for changes, outcome in saves:
+        assert call(acting, "SaveAction", to_save | changes) == outcome, changes
+    response, reason = call(acting, "SubmitAction", good | {"sysuserid": "nobody" + secrets.token_hex(4)}, ["/a"])
+    assert response == "error" and reason.startswith(WRONG_USER)
+    for method, values in (("SubmitAction", good), ("SaveAction", to_save), ("GetActionScriptList", {})):
+        assert call(acting, method, values, tls=False) == ("error", "invalid encryption protocol")
+        assert call(acting, method, values, uuid="other") == INVALID_UUID
+    assert not os.listdir(user.place) and not server.of("UpdateAction")
 
 
 def test_report_comes_before_the_reply_or_not_at_all(acting, server, user):
@@ -320,7 +314,6 @@ def test_saved_script_belongs_to_the_user_and_is_replaced_whole(acting, user):
         assert call(acting, "SaveAction", action(user, script, templatename="a template")) == SUCCESS
         assert file.read_text() == (script or "")
         assert (file.stat().st_uid, file.stat().st_mode & 0o7777) == (user.id, 0o500)
-    assert [path.name for path in saved(acting) if "4711" in path.name] == [file.name]
     with open(file, "r+b") as kept_open:  # as by an owner before this one
         assert call(acting, "SaveAction", action(user, "new", templatename="a template")) == SUCCESS
         kept_open.write(b"evil")
@@ -330,15 +323,12 @@ def test_saved_script_belongs_to_the_user_and_is_replaced_whole(acting, user):
 
 def test_script_list(acting):
     answer = acting.call("GetActionScriptList", parameter("ignored", "x"), uuid=UUID, tls=anonymous_tls())
-    assert answer.outcome == SUCCESS
     ((platform,),) = answer.children
-    assert [(one.tag, one.attrib) for one in (answer.children[0], platform, *platform)] == [
-        ("Script", {}),
-        ("Platform", {"ostype": "zos"}),
-        ("ObjectControlScript", {"type": "none", "name": "AMEMBER"}),
-        ("ObjectControlScript", {"type": "none", "name": "BMEMBER"}),
-        ("JobControlScript", {"name": "ZSCRIPT"}),
-    ]
+    assert answer.outcome == SUCCESS
+    assert [(one.tag, one.attrib) for one in (*answer.children, platform, *platform)] == [
+        ("Script", {}), ("Platform", {"ostype": "zos"}), ("ObjectControlScript", {"type": "none", "name": "AMEMBER"}),
+        ("ObjectControlScript", {"type": "none", "name": "BMEMBER"}), ("JobControlScript", {"name": "ZSCRIPT"}),
+    ]  # fmt: skip
 
 
 def test_qdvctl_submits_saves_and_lists(ctl, start, user):

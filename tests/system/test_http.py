@@ -29,93 +29,75 @@ def head(first, *headers):
     return b"".join(line.encode() + b"\r\n" for line in (first, *headers, ""))
 
 
-POST = "POST /nxCommand HTTP/1."
+def with_headers(first, *headers):
+    return [head(first, header) for header in headers]
 
-# request, status, kept alive
-ANSWERED = [
-    (GET, OK, False),
-    (GET11, OK, True),
-    (head("GET / HTTP/2.0"), OK, False),
-    (head("GET / http/1.1"), OK, False),
-    (head("GET / HTTP/1.1 "), OK, False),
-    (head("GET x/ HTTP/1.0"), OK, False),
-    (head("GET    / HTTP/1.0"), OK, False),
-    (b"GET / HTTP/1.1\n\r\n", OK, True),
-    (b"GET / HTTP/1.1\rX: y\r\n\r\n", OK, True),
-    (b"GET / HTTP/1.0\r\nX: y\r\n\n", OK, False),
-    (b"GET / HTTP/1.0\n\n", OK, False),
-    (head("GET / HTTP/1.0", "Connection: keep-alive"), OK, True),
-    (head("GET / HTTP/1.0", "CONNECTION: KEEP-ALIVE"), OK, True),
-    (head("GET / HTTP/1.0", "Connection-Hint: Keep-Alive"), OK, True),
-    (head("GET / HTTP/1.0", "   Connection   :    Keep-Alive"), OK, True),
-    (head("GET / HTTP/1.0", "Connection:Keep-Alive"), OK, True),
-    (head("GET / HTTP/1.1", "Connection: Keep-Alive "), OK, False),
-    (head("GET / HTTP/1.1", "Connection: close"), OK, False),
-    (head("GET / HTTP/1.1", "Connection: Upgrade"), OK, False),
-    (head("GET / HTTP/1.1", "X:", "User-Agent: y"), OK, True),
-    (head("GET / HTTP/1.0", *(f"X-{i}: {i}" for i in range(200))), OK, False),
-    (head("GET / HTTP/1.0", "X: " + "y" * 100_000), OK, False),
-    (head("GET /x HTTP/1.0"), NOT_FOUND, False),
-    (head("GET /%2e HTTP/1.1"), NOT_FOUND, True),
-    (head("GET /?x HTTP/1.0"), NOT_FOUND, False),
-    (head("GET /nxCommand HTTP/1.0"), NOT_FOUND, False),
-    (head("GET /../conf/agent.conf HTTP/1.0"), NOT_FOUND, False),
-    (head("GET /" + "x" * 100_000 + " HTTP/1.0"), NOT_FOUND, False),
-    (head("get / HTTP/1.0"), NOT_IMPLEMENTED, False),
-    (head("Post /nxCommand HTTP/1.1"), NOT_IMPLEMENTED, True),
-    (head("GETX / HTTP/1.0"), NOT_IMPLEMENTED, False),
-    (head("POSTER / HTTP/1.0"), NOT_IMPLEMENTED, False),
-    (head(POST + "0"), BAD, False),
-    (head(POST + "1", "Content-Length: 0"), BAD, True),
-    (head(POST + "0", "Content-Length: -5"), BAD, False),
-    (head(POST + "0", "Content-Length: many"), BAD, False),
-    (head(POST + "0", "Content-Length:"), BAD, False),
-    (head("POST /other HTTP/1.0"), NOT_FOUND, False),
-    *((post_request(envelope(), uri), NOT_FOUND, False) for uri in ("/", "/nxcommand", "/nxCommand?x=1")),
-    (post_request(b"x", version="HTTP/1.1"), FAILED, True),
-    # Closed without a byte of reply, though the client stays and would send more.
-    *((request, CLOSED, False) for request in (
+
+POST = "POST /nxCommand HTTP/1."
+GET0 = "GET / HTTP/1.0"
+KEEP = True
+# (status, whether the connection is kept) -> requests
+ANSWERED = {
+    (OK, not KEEP): [
+        GET, head("GET / HTTP/2.0"), head("GET / http/1.1"), head("GET / HTTP/1.1 "), head("GET x/ HTTP/1.0"),
+        head("GET    / HTTP/1.0"), b"GET / HTTP/1.0\r\nX: y\r\n\n", b"GET / HTTP/1.0\n\n",
+        *with_headers("GET / HTTP/1.1", "Connection: Keep-Alive ", "Connection: close", "Connection: Upgrade"),
+        head(GET0, *(f"X-{i}: {i}" for i in range(200))), head(GET0, "X: " + "y" * 100_000),
+    ],
+    (OK, KEEP): [
+        GET11, b"GET / HTTP/1.1\n\r\n", b"GET / HTTP/1.1\rX: y\r\n\r\n", head("GET / HTTP/1.1", "X:", "User-Agent: y"),
+        *with_headers(
+            GET0, "Connection: keep-alive", "CONNECTION: KEEP-ALIVE", "Connection-Hint: Keep-Alive", "Connection:Keep-Alive",
+            "   Connection   :    Keep-Alive",
+        ),
+    ],
+    (NOT_FOUND, not KEEP): [
+        *(head(f"GET {uri} HTTP/1.0") for uri in ("/x", "/?x", "/nxCommand", "/../conf/agent.conf", "/" + "x" * 100_000)),
+        *(post_request(envelope(), uri) for uri in ("/", "/nxcommand", "/nxCommand?x=1")), head("POST /other HTTP/1.0"),
+    ],
+    (NOT_FOUND, KEEP): [head("GET /%2e HTTP/1.1")],
+    (NOT_IMPLEMENTED, not KEEP): [head(f"{method} / HTTP/1.0") for method in ("get", "GETX", "POSTER")],
+    (NOT_IMPLEMENTED, KEEP): [head("Post /nxCommand HTTP/1.1")],
+    (BAD, not KEEP): [head(POST + "0"), *(head(POST + "0", f"Content-Length:{length}") for length in (" -5", " many", ""))],
+    (BAD, KEEP): [head(POST + "1", "Content-Length: 0")],
+    (FAILED, KEEP): [post_request(b"x", version="HTTP/1.1")],
+    # Without a byte of reply, though the client stays and would send more.
+    (CLOSED, not KEEP): [
         head("HEAD / HTTP/1.1", "Host: x"), head("PUT / HTTP/1.0"), b"\x00\x01\x02\x03" * 16, b" " + GET, b"\r\n" + GET,
         b"GET /\r\n\r\n", b"GET\r\n\r\n", b"GET x HTTP/1.0\r\n\r\n", b"GET / HTTP/1.0\r\nX: y\n\r\n",
-        b"GET / HTTP/1.0\r\nX: y\r\r\n\r\n", head("GET / HTTP/1.0", "Xy"), head("GET / HTTP/1.0", "    "),
-    )),
-]  # fmt: skip
+        b"GET / HTTP/1.0\r\nX: y\r\r\n\r\n", head(GET0, "Xy"), head(GET0, "    "),
+    ],
+}  # fmt: skip
 
 
 @pytest.mark.parametrize("tls", [None, anonymous_tls()], ids=["plain", "tls"])
 def test_answered_byte_for_byte(agent, tls):
     """On a new connection, and on one that has been kept; what was kept before stays kept."""
-    for request, status, keep in ANSWERED:
+    for (status, keep), request in ((outcome, one) for outcome, requests in ANSWERED.items() for one in requests):
         with agent.connect(tls=tls) as connection:
             connection.send(request)
             if keep:
-                assert connection.read_reply().raw == reply_bytes(status, True), request[:200]
-                assert connection.ask(GET11).raw == reply_bytes(OK, True)
+                assert connection.read_reply().raw == reply_bytes(status, KEEP), request[:200]
+                assert connection.ask(GET11).raw == reply_bytes(OK, KEEP)
             else:
                 assert connection.read_to_end() == reply_bytes(status), request[:200]
         with agent.connect(tls=tls) as connection:
-            assert connection.ask(GET11).raw == reply_bytes(OK, True)
+            assert connection.ask(GET11).raw == reply_bytes(OK, KEEP)
             connection.send(request)
-            if status is CLOSED:
-                assert connection.read_to_end() == b"", request
-            else:
-                assert connection.read_reply().raw == reply_bytes(status, True), request[:200]
-
-
-# Closed without a byte of reply once the client has said that nothing more comes.
-CUT_SHORT = [
-    b"", b"GET", b"GET / HT", b"GET / HTTP/1.0\r\n", b"GET / HTTP/1.0\r\nX: ", b"GET / HTTP/1.0\r\nX: y\r\n",
-    b"GET / HTTP/1.0\r\n\r", post_request(envelope())[:-1],
-    *(head(POST + "0", f"Content-Length: {length}") + envelope() for length in (1000, 10**12, 2**63 - 1)),
-]  # fmt: skip
+            found = connection.read_to_end() if status is CLOSED else connection.read_reply().raw
+            assert found == reply_bytes(status, KEEP), request[:200]
 
 
 def test_cut_short(start):
+    """Closed without a byte of reply once the client has said that nothing more comes."""
     agent = start()
-    before = agent.rss()
-    for request in CUT_SHORT:
+    most = agent.rss() + (16 << 20)
+    post = post_request(envelope())
+    parts = [GET[:length] for length in (0, 3, 8, 16, 17)] + [GET[:-2] + b"X: ", GET[:-2] + b"X: y\r\n", post[:-1]]
+    claims = [head(POST + "0", f"Content-Length: {length}") + envelope() for length in (1000, 10**12, 2**63 - 1)]
+    for request in parts + claims:
         assert agent.raw(request, half_close=True) == b"", request
-        assert agent.rss() < before + (16 << 20), "memory follows what has come, not what is claimed"
+        assert agent.rss() < most, "memory follows what has come, not what is claimed"
     assert agent.get().status == 200
 
 

@@ -136,30 +136,24 @@ def test_invented_hosts_leave_room_for_the_own_identity(start, new_tree):
 
 
 def test_identity_files_of_all_kinds(start, new_tree):
-    one = "<AgentUuidConfiguration version='1.0'><Uuid>{}</Uuid></AgentUuidConfiguration>"
+    one = "<AgentUuidConfiguration version='1.0'>{}</AgentUuidConfiguration>".format
     own = uuid_conf([("own", "")])
     whole_block = own + "<!--" + "x" * (1024 - len(own) - 7) + "-->"
     none = {"": None}
     complains = True
     cases = [
-        (one.format("old"), {"": "old"}),
-        (one.format(""), none),
-        (one.format("a").replace("<Uuid>", "<Uuid>b</Uuid><Uuid>"), none, complains),
+        (one("<Uuid>old</Uuid>"), {"": "old"}), (one("<Uuid/>"), none), (one("<Uuid>b</Uuid><Uuid>a</Uuid>"), none, complains),
         (uuid_conf([("own", ""), ("a", "alpha")]), {"": "own", "alpha": "a", "beta": None}),
-        (uuid_conf([]), none),
-        (uuid_conf([("x", "h"), ("y", "h")]), {"h": "x"}),
+        (uuid_conf([]), none), (uuid_conf([("x", "h"), ("y", "h")]), {"h": "x"}),
         (own.replace("<Uuids>", "<Uuids> <!-- --> <Other value='z'/>"), {"": "own"}),
-        ("<AgentUuidConfiguration version='1.1'/>", none, complains),
-        (own.replace("<Uuids>", "<Uuids/><Uuids>"), none, complains),
-        (uuid_conf([("own", "")], version="2.0"), none, complains),
-        (own.replace(' version="1.1"', ""), none, complains),
-        (own.replace("Configuration", "Config"), none, complains),
-        ("", none, complains),
-        ("\0\1\2 rubbish", none, complains),
+        *((text, none, complains) for text in (
+            "<AgentUuidConfiguration version='1.1'/>", own.replace("<Uuids>", "<Uuids/><Uuids>"),
+            uuid_conf([("own", "")], version="2.0"), own.replace(' version="1.1"', ""),
+            own.replace("Configuration", "Config"), "", "\0\1\2 rubbish",
+        )),
         ('<!DOCTYPE x [<!ENTITY e "own">]>' + own.replace('"own"', '"&e;"'), none, complains),
-        (whole_block, {"": "own"}),
-        (whole_block + "<!--" + "x" * 1017 + "-->", {"": "own"}),
-    ]
+        (whole_block, {"": "own"}), (whole_block + "<!--" + "x" * 1017 + "-->", {"": "own"}),
+    ]  # fmt: skip
 
     def check(case):
         text, identities, *complaint = case
@@ -203,15 +197,13 @@ def test_delete_config(start, new_tree):
     assert not tree.uuid_conf.exists() and tree.agent_conf.exists()
     assert ping(agent, "b", "beta") == "b"
     assert tree.identities() == [("own", ""), ("a", "alpha"), ("b", "beta")]
-    tree = new_tree()
-    for text, found in (("rubbish", True), (None, False), (uuid_conf([]), True)):
+    for text in ("rubbish", None):
+        tree = new_tree()
         if text:
             tree.uuid_conf.write_text(text)
         agent = start(tree, flags=("-deleteConfig",))
-        assert ("Agent: Failed to find agent guid configuration file\n" not in agent.log()) == found
-        assert tree.uuid_conf.exists() != found
-        agent.kill()
-        tree.uuid_conf.unlink(missing_ok=True)
+        assert ("Agent: Failed to find agent guid configuration file\n" in agent.log()) == (text is None)
+        assert tree.uuid_conf.exists() == (text is None)
 
 
 def test_crash_during_writes_loses_nothing_that_was_granted(start, new_tree):

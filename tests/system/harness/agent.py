@@ -7,11 +7,11 @@ import subprocess
 import time
 from pathlib import Path
 
-from .envelope import envelope, form, parse_answer
+from .envelope import envelope, parse_answer
 from .limits import PATIENCE, wait_until
 from .ports import Port
 from .tree import SANITIZER_SIGNS, agent_conf, environment
-from .wire import FORM, GET, Connection
+from .wire import GET, Connection
 
 STARTED = "Agent: startup successful\n"
 
@@ -169,9 +169,6 @@ class Agent:
         reply = self.post(body, content_type=content_type, tls=tls)
         assert (reply.status, reply.header("Content-Type")) == (200, "text/xml"), body[:300]
         return parse_answer(reply.body)
-
-    def answer_form(self, xml):
-        return self.answer(form(xml), content_type=FORM)
 
     # ---- what can be seen from outside
 

@@ -1,8 +1,7 @@
 """The scripted management server.
 
-It speaks HTTP by hand on sockets and threads, on a plain and on a TLS port, answers the agent's calls, records them,
-and can be told to misbehave. A third port plays a proxy: it takes both plain and TLS. It ends by itself: every wait
-has a limit and every thread is a daemon.
+It answers the agent's calls on a plain and on a TLS port, records them, and can be told to misbehave. A third port
+plays a proxy: it takes both plain and TLS. Every wait has a limit and every thread is a daemon.
 
     server.answers["Ping"] = element text      what goes below Response for that call
     server.outcome = ("error", "no")           response and reason of every answer
@@ -12,12 +11,14 @@ has a limit and every thread is a daemon.
     server.down() / server.up()                refuse connections, and accept them again
 """
 
+import http.client
 import socket
+import socketserver
 import ssl
 import threading
 import xml.etree.ElementTree as ET
 from collections import deque
-from contextlib import contextmanager, suppress
+from contextlib import contextmanager
 from dataclasses import dataclass
 from pathlib import Path
 from urllib.parse import unquote_to_bytes
@@ -27,8 +28,7 @@ from .limits import PATIENCE, wait_until
 from .ports import Port
 from .wire import FORM
 
-HEAD_LIMIT = 1 << 16
-BODY_LIMIT = 1 << 28
+LINE_LIMIT = 1 << 16
 TLS_HANDSHAKE = b"\x16"
 
 
@@ -40,16 +40,13 @@ class Call:
     peer: tuple  # address and port of the agent's end
     tls: bool
     request_line: str
-    headers: list
+    headers: http.client.HTTPMessage
     body: bytes
     text: bytes  # the XML, with URL encoding and form field taken off
     method: str
     request: dict  # attributes of Request
     root: dict  # attributes of the root
     element: ET.Element  # the Method element
-
-    def header(self, name):
-        return next((value for key, value in self.headers if key.lower() == name.lower()), None)
 
 
 # ---- behaviours: functions of (server, connected socket); the socket is closed when they return
@@ -77,7 +74,7 @@ def endless_headers(server, connection):
     """Sends header lines until the peer has had enough, at most 64 MiB."""
     replying(b"HTTP/1.1 200 OK\r\n")(server, connection)
     for _ in range(1 << 10):
-        connection.sendall(b"X: y\r\n" * 10923 if server.running else b"")
+        connection.sendall(b"X: y\r\n" * 10923)
 
 
 def drip(server, connection):
@@ -104,9 +101,23 @@ BAD_BEHAVIOUR = (
 )
 
 
+class Listener(socketserver.ThreadingTCPServer):
+    allow_reuse_address = True
+    daemon_threads = True
+    request_queue_size = 64
+
+    def __init__(self, port, kind, owner):
+        self.kind, self.owner = kind, owner
+        super().__init__(("127.0.0.1", port.number), owner.serve)
+        threading.Thread(target=self.serve_forever, args=(0.02,), daemon=True).start()
+
+    def end(self):
+        self.shutdown()
+        self.server_close()
+
+
 class ManagementServer:
     def __init__(self, ssl_state="false"):
-        self.running = True
         self.calls = []
         self.outcome = ("success", "success")
         self.version = ("1.2", "2.1")
@@ -116,7 +127,6 @@ class ManagementServer:
         self._may_reply = threading.Event()
         self._may_reply.set()
         self._scripts = deque()
-        self._connections = set()
         self._tls = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         self._tls.maximum_version = ssl.TLSVersion.TLSv1_2
         self._tls.set_ciphers("AECDH:ADH:@SECLEVEL=0")
@@ -143,34 +153,19 @@ class ManagementServer:
         wait_until(lambda: len(self.of(method)) >= count, f"{count} calls of {method}")
         return self.of(method)
 
+    def up(self):
+        self._listeners = [Listener(port, kind, self) for kind, port in self._ports.items()]
+
     def down(self):
         """Stops listening. The ports stay reserved, so that up() can take them again."""
         for listener in self._listeners:
-            with suppress(OSError):
-                listener.shutdown(socket.SHUT_RDWR)  # takes effect at once, though accept() still waits
-            listener.close()
-
-    def up(self):
-        self._listeners = []
-        for kind, port in self._ports.items():
-            listener = socket.socket()
-            listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-            listener.bind(("127.0.0.1", port.number))
-            listener.listen(64)
-            self._listeners.append(listener)
-            threading.Thread(target=self._accept, args=(listener, kind), daemon=True).start()
+            listener.end()
 
     def stop(self):
-        self.running = False
         self._may_reply.set()
         self.down()
         for port in self._ports.values():
             port.release()
-        with self._lock:
-            open_now = list(self._connections)
-        for connection in open_now:
-            with suppress(OSError):
-                connection.shutdown(socket.SHUT_RDWR)
 
     @contextmanager
     def holding(self):
@@ -182,23 +177,16 @@ class ManagementServer:
 
     # ---- connections
 
-    def _accept(self, listener, kind):
-        with suppress(OSError):  # closed by down()
-            while True:
-                connection, _ = listener.accept()
-                threading.Thread(target=self._serve, args=(connection, kind), daemon=True).start()
-
-    def _serve(self, connection, kind):
+    def serve(self, connection, address, listener):
         connection.settimeout(PATIENCE)
         with self._lock:
             script = self._scripts.popleft() if self._scripts else None
         try:
-            if kind == "proxy":
-                kind = "tls" if connection.recv(1, socket.MSG_PEEK) == TLS_HANDSHAKE else "plain"
-            if kind == "tls" and script is not close_at_once:
+            tls = listener.kind == "tls"
+            if listener.kind == "proxy":
+                tls = connection.recv(1, socket.MSG_PEEK) == TLS_HANDSHAKE
+            if tls and script is not close_at_once:
                 connection = self._tls.wrap_socket(connection, server_side=True)
-            with self._lock:
-                self._connections.add(connection)
             if script:
                 script(self, connection)
             else:
@@ -209,52 +197,31 @@ class ManagementServer:
             if script is None:
                 self.faults.append(fault)
         finally:
-            with self._lock:
-                self._connections.discard(connection)
             connection.close()
 
-    # ---- HTTP
-
     def read_request(self, connection):
-        data = b""
-
-        def more(data):
-            chunk = connection.recv(1 << 16)
-            if not chunk:
-                raise ConnectionError("request too short")
-            return data + chunk
-
-        while b"\r\n\r\n" not in data and len(data) <= HEAD_LIMIT:
-            data = more(data)
-        head, _, body = data.partition(b"\r\n\r\n")
-        request_line, *lines = head.decode("ascii").split("\r\n")
-        headers = [tuple(line.split(": ", 1)) for line in lines]
-        (length,) = [int(value) for name, value in headers if name == "Content-Length"]
-        while len(body) < min(length, BODY_LIMIT):
-            body = more(body)
-        call = self._take_apart(connection, request_line, headers, body)
-        with self._lock:
-            self.calls.append(call)
-        return call
-
-    @staticmethod
-    def _take_apart(connection, request_line, headers, body):
-        text = unquote_to_bytes(body.replace(b"+", b" ")) if ("Content-Type", FORM) in headers else body
+        with connection.makefile("rb") as stream:
+            request_line = stream.readline(LINE_LIMIT).decode("ascii").rstrip("\r\n")
+            headers = http.client.parse_headers(stream)
+            body = stream.read(int(headers["Content-Length"]))
+        text = unquote_to_bytes(body.replace(b"+", b" ")) if headers["Content-Type"] == FORM else body
         text = text.partition(b"CommandBody=")[2] or text
         root = ET.fromstring(text)
-        request = root.find(".//Request")
-        method = request.find(".//Method")
-        return Call(
+        request, method = root.find(".//Request"), root.find(".//Method")
+        call = Call(
             port=connection.getsockname()[1], peer=connection.getpeername(), tls=isinstance(connection, ssl.SSLSocket),
             request_line=request_line, headers=headers, body=body, text=text,
             method=method.get("name"), request=request.attrib, root=root.attrib, element=method,
         )  # fmt: skip
+        with self._lock:
+            self.calls.append(call)
+        return call
 
     def reply_bytes(self, call):
         (response, reason), (version, schema) = self.outcome, self.version
+        outcome = attributes({"type": "method", "name": call.method, "response": response, "reason": reason})
         body = (
-            f"<NorvalithRMI{attributes({'version': version, 'schema': schema})}>"
-            f"<Response{attributes({'type': 'method', 'name': call.method, 'response': response, 'reason': reason})}>"
+            f"<NorvalithRMI{attributes({'version': version, 'schema': schema})}><Response{outcome}>"
             f"{self.answers.get(call.method, '')}</Response></NorvalithRMI>"
         ).encode()
         head = f"HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: {len(body)}\r\nConnection: Close\r\n\r\n"
