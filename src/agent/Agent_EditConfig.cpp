@@ -7,6 +7,8 @@
 #include "log/Debug_Printf.h"
 #include "xml/Xerces_Layer.h"
 
+#include <cstdio>
+
 namespace {
 
 constexpr const char* cannotFind = "Agent: Fatal error trying to find the agent configuration file\n";
@@ -27,10 +29,14 @@ bool completes(Operation operation, const char* onException) {
 
 bool save(Config_File<AgentConfig_Configuration>& file) {
     bool written = false;
-    if (!completes([&] { written = file.writeFile(); }, cannotWrite))
+    if (!completes([&] { written = file.writeFile(); }, cannotWrite)) {
+        std::fprintf(stderr, "QDVAgent: the changes are not saved\n");
         return false;
-    if (!written)
+    }
+    if (!written) {
         DEBUG_LOG("%s", cannotWrite);
+        std::fprintf(stderr, "QDVAgent: the changes are not saved: %s\n", file.lastError().c_str());
+    }
     return written;
 }
 

@@ -197,14 +197,15 @@ bool HTTP_FileImplClient::exchange(std::string_view request, bool readBodyWithou
 
 bool HTTP_FileImplClient::readReply(bool readBodyWithoutLength) {
     responseReceived_ = true;
-    HTTP_HeadReader reader(socket_, readTimeLimit());
+    const unsigned limit = connection_.getRoute().silenceSeconds;
+    HTTP_HeadReader reader(socket_, limit);
     if (!readFirstLine(reader) || !HTTP_ParseStatusLine(reader.line().view(), version_, returnCode_) ||
         !reader.readHeaders(headers_))
         return false;
     // A peer that says there is no body may keep the connection open, so nothing is waited for then.
     if (const auto* length = HTTP_LastHeader<HTTP_HeaderContentLength>(headers_))
-        return HTTP_ReadBody(socket_, length->getContentLength(), readTimeLimit(), body_);
-    return !readBodyWithoutLength || HTTP_ReadBodyToEnd(socket_, readTimeLimit(), body_);
+        return HTTP_ReadBody(socket_, length->getContentLength(), limit, body_);
+    return !readBodyWithoutLength || HTTP_ReadBodyToEnd(socket_, limit, body_);
 }
 
 bool HTTP_FileImplClient::connect() {
@@ -219,6 +220,8 @@ bool HTTP_FileImplClient::connect() {
     DEBUG_LOG("HTTP_FileImpl::connect: attempting to connect %s:%u\n", address, targetPort);
     if (socket_.connect(address, static_cast<unsigned short>(targetPort))) {
         DEBUG_LOG("HTTP_FileImpl::connect: sucessfully connected %s:%u\n", address, targetPort);
+        if (connection_.getRoute().onConnected)
+            connection_.getRoute().onConnected();
         return true;
     }
     DEBUG_LOG("HTTP_FileImpl::connect: failed to connect %s:%u (%u)\n", address, targetPort, localPort);

@@ -2,7 +2,9 @@
 
 #include "base/Secret_Text.h"
 #include "net/HTTP_AddressPortPair.h"
+#include "net/HTTP_Reader.h"
 
+#include <functional>
 #include <string>
 
 /// The local end of outgoing connections, for firewalls that let only some through. A value.
@@ -19,4 +21,6 @@ struct HTTP_Route {
     HTTP_LocalEnd localEnd;
     std::string username; ///< for a challenge of the peer, as is the password
     Secret_Text password;
+    unsigned silenceSeconds = HTTP_ReadTimeLimit; ///< for which the peer may keep the call waiting
+    std::function<void()> onConnected = nullptr;  ///< if set, called when a connection is made
 };

@@ -174,6 +174,8 @@ def test_qdvctl_shows_and_warns(ctl, new_tree):
     own = ctl("config", "check", program=tree.bin / "qdvctl")
     assert (own.status, own.stdout) == (0, f"{tree.agent_conf}: good\n{tree.uuid_conf}: good\n")
     assert ctl("config", "check", tree.top).stdout == own.stdout
+    single = [ctl("config", "check", path) for path in (tree.agent_conf, tree.uuid_conf)]
+    assert [result.status for result in single] == [0, 0] and "".join(result.stdout for result in single) == own.stdout
     shown = ctl("config", "show", tree.conf)
     assert shown.status == 0 and "topsecret" not in shown.stdout
     for text in ("password       (set)\n", "hostname       127.0.0.1\n", "id2", "returnPortMin  0\n"):
@@ -302,5 +304,5 @@ def test_dialog_under_bad_conditions(new_tree):
     shutil.rmtree(tree.conf)
     tree.conf.write_text("no directory")
     run = edit(tree, "\n" * 10, "-verbose")
-    assert run.status == 1
+    assert run.status == 1 and re.fullmatch(r"QDVAgent: the changes are not saved: .* Not a directory\n", run.stderr)
     assert re.search(r"^[0-9 :-]{19}: Agent: Fatal error writting agent configuration file$", run.stdout, re.M)

@@ -1,12 +1,17 @@
 """qdvctl from outside: against the staged agent, against peers of every temper, and as the agent's server."""
 
 import json
+import os
 import re
 import select
+import shlex
 import shutil
+import signal
 import socket
 import subprocess
 import threading
+import time
+from contextlib import ExitStack
 from pathlib import Path
 
 import pytest
@@ -102,7 +107,9 @@ def test_input_may_come_slowly_and_from_anywhere(ctl, at, name):
 @pytest.mark.parametrize(
     "line, complaint",
     [
-        ("", "see "), ("nope", "no command nope"), ("ping --nope", "--nope"), ("ping --agent", "--agent"),
+        ("", 'see "qdvctl --help"'), ("nope", 'no command nope; see "qdvctl --help"'), ("ping --agent", "--agent"),
+        ("ping --nope", '--nope; see "qdvctl ping --help"'), ("config nope", 'no command nope; see "qdvctl config --help"'),
+        ("action save", 'script is required; see "qdvctl action save --help"'), ("ping --timeout 0", "--timeout"),
         *((f"ping --agent {address}", "HOST:PORT is expected") for address in (
             ":1", "h:", "h:0", "h:65536", "h:1x", "h:-1", "::1", "[::1]:5", "a:b:1",
         )),
@@ -111,9 +118,10 @@ def test_input_may_come_slowly_and_from_anywhere(ctl, at, name):
         ("call", "method"), ("call A --body /no/such/file", "No such file"), ("call A --body /", "Is a directory"),
         *((f"call A --param {parameter}", "Name=Text is expected") for parameter in ("Name", "=x", "1a=x", "a<b=x", "ä=x")),
         *((("call", "A", "--body", "-", body), "--body -: not a sequence of XML elements: ") for body in (
-            "<a", "<a>", "<a/></Method><b/>", "</Method><Method>", "<!DOCTYPE a><a/>", "<a b/>",
+            "<a", "<a>", "<a/></Method><b/>", "</Method><Method>", "<!DOCTYPE a><a/>", "<a b/>", "text", "<a/>b", "",
         )),
-        ("verbose maybe", "maybe"), ("ssl on --uuid me", "--tls and --uuid"), ("ssl on --tls", "--tls and --uuid"),
+        ("verbose maybe", "maybe"), ("ssl on --uuid me", 'from nobody else; see "qdvctl ssl --help"'),
+        ("ssl on --tls", "--tls and --uuid"),
         ("serve --port 0", "port"), ("serve --ssl-state maybe", "maybe"), ("config", "see "),
     ],
 )  # fmt: skip
@@ -180,17 +188,43 @@ def test_nobody_there_and_no_tls(ctl, peer):
     port.release()
 
 
+def dripping(server, connection):
+    server.read_request(connection)
+    for byte in http(b"x" * 1000):
+        connection.sendall(bytes([byte]))
+        time.sleep(0.1)
+
+
+@pytest.mark.parametrize("kind", ["deaf", "silent", "silent over TLS", "dripping"])
+def test_peer_that_does_not_answer_in_time(ctl, server, kind):
+    port, complaint = Port(), "{}: no answer within 1 s"
+    at = agent_at(server.plain_port if kind == "dripping" else port.number)
+    server.misbehave(dripping)
+    port.holder.listen(0 if kind == "deaf" else 5)
+    with ExitStack() as stack:
+        if kind == "deaf":
+            complaint = "cannot connect to {} within 1 s"
+            for _ in range(3):  # the queue of a listener that nobody serves is full soon
+                waiting = stack.enter_context(socket.socket())
+                waiting.setblocking(False)
+                waiting.connect_ex(("127.0.0.1", port.number))
+        options = ("--timeout", 1, *(["--tls"] if "TLS" in kind else []))
+        assert ctl("ping", *at, *options).error(3) == complaint.format(at[1])
+    port.release()
+
+
 def test_hostile_texts_reach_neither_terminal_nor_json_raw(ctl, peer):
     # In XML a control character cannot stand; in its place comes U+EF00 plus the byte, and C1 controls as they are.
-    evil = b'<A b="&#xEF1B;]0;x&#xEF07;" c="\xc2\x9b2J">\xe2\x80\xaetxt&#xEFFF;&#10;&#9;end</A>'
+    # Where the locale is not UTF-8, as here, one is also a byte of some harmless letters.
+    evil = b'<A b="&#xEF1B;]0;x&#xEF07;" c="\xc2\x9b2J" d="\xc3\x84\xc3\xa4">\xe2\x80\xaetxt&#xEFFF;&#10;&#9;end</A>'
     at = peer(reply(evil, b'response="success" reason="&#xEF1B;[31m" name="\xc2\x85"'))
     shown, as_json = ctl("ping", *at), ctl("ping", *at, "--json")
     for result in (shown, as_json):
         assert result.status == 0 and not CONTROL_BYTES.search(result.raw), result.raw
-        assert b"\xc2\x9b" not in result.raw and b"\xe2\x80\xae" not in result.raw
+        assert not re.search(rb"[\x80-\x9f]", result.raw) and rb"\u00c4" + "ä".encode() in result.raw
     assert "b  \\x1b]0;x\\x07\n" in shown.stdout and "\\u202etxt\\xff\n" in shown.stdout
     element = as_json.json[0]["elements"][0]
-    assert element["attributes"] == {"b": "\x1b]0;x\x07", "c": "\x9b2J"}
+    assert element["attributes"] == {"b": "\x1b]0;x\x07", "c": "\x9b2J", "d": "Ää"}
     assert element["text"] == "\u202etxt\uefff\n\tend"
     refused = ctl("ping", *peer(reply(b"", b'response="&#xEF1B;c" reason="&#xEF1B;[31m"')))
     assert refused.status == 1 and "Ping: \\x1bc, \\x1b[31m (" in refused.stdout
@@ -226,6 +260,18 @@ def test_password_goes_into_the_request_and_nowhere_else(ctl, server):
     dialog.type("half\x03")
     wait_until(dialog.has_echo, "the echo to come back")
     assert dialog.finish() == -2 and "half" not in dialog.seen
+    # Who stops the program and comes back is asked again, be it stopped by the terminal or behind its back.
+    for stop in ("\x1a", ""):
+        dialog = Dialog("bash", "-mc", f"{shlex.join([ctl.program, 'ping', *at])}; fg; echo status $?")
+        dialog.wait_for_password("Password of jo<e: ")
+        dialog.type("half" + stop)
+        if not stop:
+            shell = dialog.process.pid
+            os.kill(int(Path(f"/proc/{shell}/task/{shell}/children").read_text()), signal.SIGSTOP)
+        dialog.wait_for_password("\nPassword of jo<e: ")
+        dialog.type("whole\n")
+        assert dialog.finish() == 0 and "half" not in dialog.seen and "whole" not in dialog.seen
+        assert "status 0" in dialog.seen and server.calls[-1].request.get("userPassword") == "whole"
 
 
 # ---- serve
@@ -237,7 +283,7 @@ class Serve:
         self.plain_port, self.tls_port = plain.number, tls.number
         self.process = subprocess.Popen(
             [program, "serve", "--port", str(plain.number), "--tls-port", str(tls.number), *options], bufsize=0,
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=environment(),
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=environment(LC_ALL="C.UTF-8"),
         )  # fmt: skip
         self.start_line = self.process.stderr.readline().decode()
 
@@ -309,9 +355,9 @@ def test_serve_ends_on_signals_even_with_an_idle_client(serve):
 def test_serve_says_which_port_it_cannot_have(ctl):
     taken, free = Port(), Port()
     taken.listen()
-    for plain, tls in ((taken, free), (free, taken)):
+    for plain, tls, missed in ((taken, free, taken), (free, taken, taken), (free, free, free)):
         result = ctl("serve", "--port", plain.number, "--tls-port", tls.number)
-        assert result.error(3) == f"cannot listen on 127.0.0.1:{taken.number}: Address already in use"
+        assert result.error(3) == f"cannot listen on 127.0.0.1:{missed.number}: Address already in use"
     taken.release()
     free.release()
 
@@ -340,18 +386,19 @@ for_words() {{
 """
 
 
-def test_manual_and_completion_know_every_command_and_option(ctl, stage):
+def test_manual_and_completion_know_every_command_and_option(ctl, stage, at):
     page = stage / "share/man/man1/qdvctl.1"
     manual = page.read_text().replace("\\-", "-")
     verbs = {command.split()[0] for command in COMMANDS}
     assert all(re.search(rf"^\.B[IR]? \"?{verb}", manual, re.M) for verb in verbs)
     offers = [
-        ("", verbs), ("config ", {"check", "show"}), ("ssl ", {"on", "off"}), ("audit p", {"pools", "plexes"}),
+        ("", verbs), ("call ", set()), ("config ", {"check", "show"}), ("ssl ", {"on", "off"}), ("audit p", {"pools", "plexes"}),
         ("call --uuid x Pi", {"Ping", "PingServer"}), ("serve --ssl-state t", {"true"}), ("action ", {"submit", "save", "list"}),
     ]  # fmt: skip
     for command in COMMANDS:
         result = ctl(*command.split(), "--help")
-        options = set(re.findall(r"(?<![\w-])(--[a-z-]+)", result.stdout.partition("Exit status")[0]))
+        options = set(re.findall(r"^  (?:-h,)?(--[a-z-]+)", result.stdout, re.M))
+        assert max(map(len, result.stdout.splitlines())) <= 80, command
         assert result.status == 0 and not [one for one in options - {"--help"} if one not in manual], command
         offers.append((f"{command} --", options))
     if shutil.which("man"):
@@ -367,4 +414,15 @@ def test_manual_and_completion_know_every_command_and_option(ctl, stage):
     assert done.stderr == b""
     for (line, expected), offered in zip(offers, done.stdout.decode().split("\n")):
         found = set(offered.split()) - {"--help"}
-        assert found == expected - {"--help"} or (not line and found > expected), line
+        if line == "call ":
+            unknown = [one for one in found if "unknown method" in ctl("call", one, *at).stdout]
+            assert "Ping" in found and not unknown
+        else:
+            assert found == expected - {"--help"} or (not line and found > expected), line
+
+
+def test_output_that_cannot_be_written(ctl, at):
+    for command in ("--version", "--help", f"ping {' '.join(at)}"):
+        with open("/dev/full", "w") as full:
+            done = subprocess.run([ctl.program, *command.split()], stdout=full, stderr=subprocess.PIPE, timeout=PATIENCE)
+        assert (done.returncode, done.stderr) == (3, b"qdvctl: the output cannot be written\n"), command

@@ -86,8 +86,8 @@ void addScriptOptions(CLI::App& command, ActionOptions& action) {
 }
 
 void addSubmit(CLI::App& app, Ctl_Action& chosen) {
-    CLI::App* command = app.add_subcommand(
-        "submit", "Run a script now, as a system user; its members are reported to the server");
+    CLI::App* command = app.add_subcommand("submit", "Run a script now, as a system user; its members are "
+                                                     "reported to the server. Needs --uuid and --user");
     const auto action = std::make_shared<ActionOptions>();
     const auto agent = agentOverTLS();
     const auto report = std::make_shared<Report>();
@@ -110,7 +110,8 @@ void addSubmit(CLI::App& app, Ctl_Action& chosen) {
 }
 
 void addSave(CLI::App& app, Ctl_Action& chosen) {
-    CLI::App* command = app.add_subcommand("save", "Store a script on the host, owned by a system user");
+    CLI::App* command = app.add_subcommand(
+        "save", "Store a script on the host, owned by a system user; needs --uuid and --user");
     const auto action = std::make_shared<ActionOptions>();
     const auto agent = agentOverTLS();
     addScriptOptions(*command, *action);
@@ -126,7 +127,7 @@ void addSave(CLI::App& app, Ctl_Action& chosen) {
 }
 
 void addList(CLI::App& app, Ctl_Action& chosen) {
-    CLI::App* command = app.add_subcommand("list", "List the scripts that the agent offers");
+    CLI::App* command = app.add_subcommand("list", "List the scripts that the agent offers; needs --uuid");
     Ctl_MakeAgentCommand(
         *command, agentOverTLS(), [] { return Ctl_RequestFor("GetActionScriptList"); }, chosen);
 }
@@ -134,7 +135,7 @@ void addList(CLI::App& app, Ctl_Action& chosen) {
 } // namespace
 
 void Ctl_AddAction(CLI::App& app, Ctl_Action& chosen) {
-    CLI::App* command = app.add_subcommand("action", "Run, store and list action scripts");
+    CLI::App* command = app.add_subcommand("action", "Run, store and list action scripts; needs --uuid");
     command->require_subcommand(1);
     for (auto* add : {addSubmit, addSave, addList})
         add(*command, chosen);

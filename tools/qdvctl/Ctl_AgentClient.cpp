@@ -2,9 +2,11 @@
 
 #include "net/AgentSSL_Factory.h"
 #include "net/HTTP_Session.h"
+#include "qdvctl/Ctl_Deadline.h"
 #include "qdvctl/Ctl_Failure.h"
 #include "qdvctl/Ctl_Password.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -16,6 +18,7 @@ namespace {
 
 constexpr const char* userAgent = "qdvctl";
 constexpr const char* methodUri = "/nxCommand";
+constexpr std::chrono::seconds connectLimit{10};
 using Clock = std::chrono::steady_clock;
 
 void obtainPassword(const Ctl_AgentOptions& options, Ctl_Request& request) {
@@ -25,6 +28,10 @@ void obtainPassword(const Ctl_AgentOptions& options, Ctl_Request& request) {
         throw Ctl_Failure(Ctl_WrongUsage,
                           "--user needs --tls: the password would cross the network in clear");
     request.userPassword = Ctl_ObtainPassword(options.user, options.passwordDescriptor);
+}
+
+std::string within(std::chrono::seconds limit) {
+    return " within " + std::to_string(limit.count()) + " s";
 }
 
 std::string describeStatus(int status) {
@@ -77,8 +84,13 @@ Ctl_Reply Ctl_AgentClient::call(Ctl_Request request) const {
 
 std::string Ctl_AgentClient::post(std::string_view body) const {
     const auto session = HTTP_FactoryAllocateSession(userAgent);
+    const std::chrono::seconds limit(options_.timeout);
+    const auto toConnect = std::min(connectLimit, limit);
+    Ctl_Deadline deadline(toConnect, "cannot connect to " + name() + within(toConnect));
     HTTP_Route route;
     route.target = {address_.host, address_.port};
+    route.silenceSeconds = options_.timeout;
+    route.onConnected = [&] { deadline.restart(limit, name() + ": no answer" + within(limit)); };
     HTTP_File* file = session->getHttpConnection(std::move(route))->getRequest(HTTP_METHOD_POST, methodUri);
     file->registerSSLFactory(&gSSLFactory);
     file->setEncryptionProtocol(options_.tls ? Socket_Socket::ENCRYPTION_SSL

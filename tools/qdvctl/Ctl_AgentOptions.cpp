@@ -9,6 +9,7 @@
 namespace {
 
 constexpr unsigned short usualPort = 8372;
+constexpr unsigned longestTimeout = 86400;
 
 bool parsePort(std::string_view text, unsigned short& port) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
@@ -30,6 +31,13 @@ void Ctl_AddAgentOptions(CLI::App& command, Ctl_AgentOptions& options) {
         ->group(target);
     command.add_option("--host-target", options.hostTarget, "Host that the call is meant for")
         ->type_name("NAME")
+        ->group(target);
+    command
+        .add_option("--timeout", options.timeout,
+                    "How long to wait for the answer; making the connection gets 10 s of its own at most")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1U, longestTimeout))
+        ->capture_default_str()
         ->group(target);
 
     const auto identity = "On whose behalf";

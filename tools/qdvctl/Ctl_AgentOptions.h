@@ -13,6 +13,7 @@ struct Ctl_AgentOptions {
     bool tls = false;
     std::string uuid;
     std::string hostTarget;
+    unsigned timeout = 200; ///< seconds for the answer
     std::string user;
     int passwordDescriptor = -1; ///< -1: the password is asked for
     bool json = false;

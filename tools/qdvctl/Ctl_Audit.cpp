@@ -28,7 +28,8 @@ std::string words() {
 
 void Ctl_AddAudit(CLI::App& app, Ctl_Action& chosen) {
     CLI::App* command = app.add_subcommand(
-        "audit", "Have the agent audit a level of its storage; all levels together go to its server");
+        "audit",
+        "Have the agent audit a level of its storage; needs --uuid. All levels together go to its server");
     const auto methods = audits();
     const auto word = std::make_shared<std::string>();
     command->add_option("level", *word, words())->type_name("")->required()->check(CLI::IsMember(methods));

@@ -33,7 +33,8 @@ Ctl_Request buildRequest(const CallOptions& options) {
 } // namespace
 
 void Ctl_AddCall(CLI::App& app, Ctl_Action& chosen) {
-    CLI::App* command = app.add_subcommand("call", "Call any method of the agent");
+    CLI::App* command =
+        app.add_subcommand("call", "Call any method of the agent; all but Ping and PingServer need --uuid");
     const auto options = std::make_shared<CallOptions>();
     command->add_option("method", options->method, "Name of the method, such as GetHostSummary")
         ->type_name("")

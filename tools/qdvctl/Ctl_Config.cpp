@@ -15,7 +15,7 @@
 namespace {
 
 struct ConfigOptions {
-    std::string directory;
+    std::string where; ///< empty: the tree of this program
     bool json = false;
 };
 
@@ -26,6 +26,12 @@ std::string usualDirectory() {
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
     return (program.parent_path().parent_path() / "conf").string();
+}
+
+bool isFile(const std::filesystem::path& named) {
+    std::error_code error;
+    const bool isFolder = std::filesystem::is_directory(named, error);
+    return !isFolder && (std::filesystem::exists(named, error) || named.extension() == ".conf");
 }
 
 /// The folder of the files, also if the tree around it was named.
@@ -64,10 +70,21 @@ Ctl_Node asNode(const Ctl_ConfigFile& file, bool withContent) {
     return node;
 }
 
+std::vector<Ctl_ConfigFile> readNamed(const std::string& where) {
+    if (where.empty())
+        return Ctl_ReadConfigFiles(usualDirectory());
+    if (isFile(where)) {
+        Ctl_ConfigFile file = Ctl_ReadConfigFile(where);
+        if (file.state == Ctl_ConfigFile::Absent)
+            throw Ctl_Failure(Ctl_Refused, where + ": there is no such file");
+        return {std::move(file)};
+    }
+    return Ctl_ReadConfigFiles(directoryOfFiles(where));
+}
+
 int report(const ConfigOptions& options, bool withContent) {
     const Ctl_Layers layers(Ctl_Layers::XmlOnly);
-    const std::vector<Ctl_ConfigFile> files = Ctl_ReadConfigFiles(
-        options.directory.empty() ? usualDirectory() : directoryOfFiles(options.directory));
+    const std::vector<Ctl_ConfigFile> files = readNamed(options.where);
     std::vector<Ctl_Node> nodes;
     nodes.reserve(files.size());
     for (const Ctl_ConfigFile& file : files)
@@ -90,9 +107,9 @@ void addReport(CLI::App& app, const char* name, const char* description, bool wi
     CLI::App* command = app.add_subcommand(name, description);
     const auto options = std::make_shared<ConfigOptions>();
     command
-        ->add_option("directory", options->directory,
-                     "The agent's tree or its conf; that of this program if left out")
-        ->type_name("DIR");
+        ->add_option("where", options->where,
+                     "The agent's tree, its conf or one file in it; the tree of this program if left out")
+        ->type_name("PATH");
     command->add_flag("--json", options->json, "Show the result as JSON");
     command->callback([options, withContent, &chosen] {
         chosen = [options, withContent] { return report(*options, withContent); };

@@ -8,6 +8,7 @@
 #include "net/HTTP_AddressPortPair.h"
 #include "xml/Xerces_Document.h"
 
+#include <filesystem>
 #include <memory>
 #include <set>
 #include <string_view>
@@ -17,6 +18,8 @@
 namespace {
 
 constexpr unsigned recommendedReturnPorts = 10;
+constexpr const char* agentConf = "agent.conf";
+constexpr const char* uuidConf = "uuid.conf";
 constexpr const char* passwordAttribute = "password";
 constexpr const char* shownPassword = "(set)";
 
@@ -90,7 +93,7 @@ std::string withoutPrefix(const std::string& text, const std::string& prefix) {
 }
 
 template <class T>
-Ctl_ConfigFile readFile(Config_File<T>& file, const std::string& directory, const char* name) {
+Ctl_ConfigFile readFile(Config_File<T>& file, const std::string& directory, const std::string& name) {
     file.setPathname(directory);
     file.setFilename(name);
     Ctl_ConfigFile found;
@@ -101,16 +104,16 @@ Ctl_ConfigFile readFile(Config_File<T>& file, const std::string& directory, cons
     }
     if (!file.readFile()) {
         found.state = Ctl_ConfigFile::Faulty;
-        found.reason = withoutPrefix(file.lastError(), std::string(name) + ": ");
+        found.reason = withoutPrefix(file.lastError(), name + ": ");
         return found;
     }
     found.content = usedValues(*file.getConfig());
     return found;
 }
 
-Ctl_ConfigFile readAgentConf(const std::string& directory) {
+Ctl_ConfigFile readAgentConf(const std::string& directory, const std::string& name) {
     Config_File<AgentConfig_Configuration> file;
-    Ctl_ConfigFile found = readFile(file, directory, "agent.conf");
+    Ctl_ConfigFile found = readFile(file, directory, name);
     found.required = true;
     if (found.state != Ctl_ConfigFile::Good)
         return found;
@@ -120,9 +123,9 @@ Ctl_ConfigFile readAgentConf(const std::string& directory) {
     return found;
 }
 
-Ctl_ConfigFile readUuidConf(const std::string& directory) {
+Ctl_ConfigFile readUuidConf(const std::string& directory, const std::string& name) {
     Config_File<AgentConfig_Guid> file;
-    return readFile(file, directory, "uuid.conf");
+    return readFile(file, directory, name);
 }
 
 } // namespace
@@ -140,7 +143,14 @@ std::vector<std::string> Ctl_ConfigWarnings(const AgentConfig_Configuration& con
 
 std::vector<Ctl_ConfigFile> Ctl_ReadConfigFiles(const std::string& directory) {
     std::vector<Ctl_ConfigFile> files;
-    files.push_back(readAgentConf(directory));
-    files.push_back(readUuidConf(directory));
+    files.push_back(readAgentConf(directory, agentConf));
+    files.push_back(readUuidConf(directory, uuidConf));
     return files;
+}
+
+Ctl_ConfigFile Ctl_ReadConfigFile(const std::string& file) {
+    const std::filesystem::path path(file);
+    const std::string directory = path.has_parent_path() ? path.parent_path().string() : ".";
+    const std::string name = path.filename().string();
+    return name.starts_with("uuid") ? readUuidConf(directory, name) : readAgentConf(directory, name);
 }

@@ -25,5 +25,7 @@ struct Ctl_ConfigFile {
 
 /// agent.conf, which must exist, and uuid.conf, which need not.
 std::vector<Ctl_ConfigFile> Ctl_ReadConfigFiles(const std::string& directory);
+/// One file of any name: identities if the name begins with "uuid", the agent's configuration otherwise.
+Ctl_ConfigFile Ctl_ReadConfigFile(const std::string& file);
 
 std::vector<std::string> Ctl_ConfigWarnings(const AgentConfig_Configuration& configuration);

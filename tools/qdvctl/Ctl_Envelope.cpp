@@ -76,9 +76,13 @@ std::vector<Ctl_Node> Ctl_ParseParameters(std::string_view text, const std::stri
     const std::string wrapped = "<Method>" + std::string(withoutDeclaration(text)) + "</Method>";
     std::string reason;
     const Xerces_DocumentPtr document = Xerces_Parse(wrapped, source.c_str(), &reason);
-    if (!document)
-        throw Ctl_Failure(Ctl_WrongUsage, source + ": not a sequence of XML elements: " + reason);
-    return Ctl_ReadElement(*Xerces_Root(*document)).children;
+    if (document) {
+        Ctl_Node method = Ctl_ReadElement(*Xerces_Root(*document));
+        if (method.hasElements() && method.ownText().empty())
+            return std::move(method.children);
+        reason = method.hasElements() ? "there is text outside of them" : "there is no element";
+    }
+    throw Ctl_Failure(Ctl_WrongUsage, source + ": not a sequence of XML elements: " + reason);
 }
 
 Secret_Text Ctl_BuildRequest(const Ctl_Request& request) {

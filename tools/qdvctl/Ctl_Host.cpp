@@ -68,7 +68,8 @@ std::string Ctl_DescribeHost(const std::vector<Ctl_Node>& results) {
 }
 
 void Ctl_AddHost(CLI::App& app, Ctl_Action& chosen) {
-    CLI::App* command = app.add_subcommand("host", "Show the host: name, operating system, machine");
+    CLI::App* command =
+        app.add_subcommand("host", "Show the host: name, operating system, machine; needs --uuid");
     Ctl_MakeAgentCommand(
         *command, std::make_shared<Ctl_AgentOptions>(), [] { return Ctl_RequestFor("GetHostSummary"); },
         chosen, Ctl_DescribeHost);

@@ -19,8 +19,9 @@ namespace {
 
 constexpr std::size_t longestPassword = 1024;
 
-/// Ways in which a terminal takes a program away; the echo must come back before they do.
-constexpr std::array<int, 6> leavingSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGALRM};
+/// Ways in which a terminal takes a program away; the echo must come back before they do. SIGCONT tells of
+/// one that could not be seen, after which the shell has left the terminal as it likes it.
+constexpr std::array<int, 7> leavingSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGALRM, SIGCONT};
 
 volatile std::sig_atomic_t arrivedSignal = 0;
 
@@ -95,21 +96,33 @@ template <typename MayRead>
 std::optional<Secret_Text> readLine(int descriptor, MayRead mayRead) {
     Secret_Text line;
     bool any = false;
-    for (char byte = 0; line.size() < longestPassword; line.append(byte)) {
+    while (line.size() < longestPassword) {
         if (!mayRead()) {
             any = false;
             break;
         }
+        char byte = 0;
         const ssize_t count = ::read(descriptor, &byte, 1);
+        if (count < 0 && (errno == EAGAIN || errno == EINTR))
+            continue;
         if (count <= 0)
             break;
         any = true;
         if (byte == '\n')
             break;
+        line.append(byte);
     }
     if (!any)
         return std::nullopt;
     return line;
+}
+
+std::optional<Secret_Text> askOnce(int terminal, const std::string& prompt) {
+    const SignalGuard signals;
+    const EchoGuard silence(terminal);
+    if (::write(terminal, prompt.data(), prompt.size()) != static_cast<ssize_t>(prompt.size()))
+        return std::nullopt;
+    return readLine(terminal, [&] { return signals.waitFor(terminal); });
 }
 
 /// On the terminal that controls the process, also when standard input and output go elsewhere.
@@ -118,21 +131,27 @@ Secret_Text askPassword(const std::string& user) {
     if (!terminal)
         throw Ctl_Failure(Ctl_WrongUsage,
                           "no terminal to ask for the password on; give it with --password-fd");
+    const std::string prompt = "Password of " + Ctl_Printable(user) + ": ";
     std::optional<Secret_Text> password;
-    {
-        const SignalGuard signals;
-        const EchoGuard silence(terminal.get());
-        const std::string prompt = "Password of " + Ctl_Printable(user) + ": ";
-        if (::write(terminal.get(), prompt.data(), prompt.size()) == static_cast<ssize_t>(prompt.size()))
-            password = readLine(terminal.get(), [&] { return signals.waitFor(terminal.get()); });
-    }
+    // Whoever comes back to a stopped program is asked again.
+    do
+        password = askOnce(terminal.get(), prompt);
+    while (!password && (arrivedSignal == SIGTSTP || arrivedSignal == SIGCONT));
     if (!password)
         throw Ctl_Failure(Ctl_WrongUsage, "no password was given");
     return std::move(*password);
 }
 
+/// Whoever handed the descriptor down may have left it non-blocking.
+bool awaitInput(int descriptor) {
+    pollfd event{descriptor, POLLIN, 0};
+    while (poll(&event, 1, -1) < 0 && errno == EINTR) {
+    }
+    return true;
+}
+
 Secret_Text readPassword(int descriptor) {
-    std::optional<Secret_Text> password = readLine(descriptor, [] { return true; });
+    std::optional<Secret_Text> password = readLine(descriptor, [&] { return awaitInput(descriptor); });
     if (!password)
         throw Ctl_Failure(Ctl_WrongUsage,
                           "no password can be read from descriptor " + std::to_string(descriptor));

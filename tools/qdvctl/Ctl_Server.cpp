@@ -18,10 +18,12 @@ std::string pairName(const HTTP_AddressPortPair& pair) {
     return std::string(pair.getAddress()) + ":" + std::to_string(pair.getPort());
 }
 
-/// The server does not tell which address could not be had, nor why. Trying each once more does.
+/// The server does not tell which address could not be had, nor why. Trying them once more does, all of them
+/// together, since one may be in the way of another.
 [[noreturn]] void failToListen(const std::vector<HTTP_AddressPortPair>& pairs) {
+    std::vector<std::unique_ptr<Socket_Socket>> sockets;
     for (const HTTP_AddressPortPair& pair : pairs) {
-        const auto socket = Socket_FactoryAllocateSocket();
+        const auto& socket = sockets.emplace_back(Socket_FactoryAllocateSocket());
         errno = 0;
         if (socket->create(Socket_Socket::TRANSPORT_TCP, true) &&
             socket->bind(pair.getAddress(), static_cast<unsigned short>(pair.getPort())) && socket->listen())

@@ -11,6 +11,8 @@ namespace {
 
 constexpr std::uint32_t mappedBytes = 0xEF00;
 
+bool terminalUtf8 = true;
+
 /// The start of a text: a character, or a byte that belongs to none.
 struct Unit {
     std::uint32_t value;
@@ -37,6 +39,16 @@ bool isDeceptive(std::uint32_t character) {
            character == 0xFEFF || (character >= 0xE0000 && character <= 0xE007F);
 }
 
+bool isControlElsewhere(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xE0) == 0x80;
+}
+
+/// Whether a character must be spelled out although it is no control.
+bool isToBeSpelled(const Unit& unit, std::string_view bytes) {
+    return isDeceptive(unit.value) ||
+           (!terminalUtf8 && std::any_of(bytes.begin(), bytes.end(), isControlElsewhere));
+}
+
 void appendHex(std::string& out, const char* introducer, std::uint32_t value, int digits) {
     std::array<char, 16> text{};
     std::snprintf(text.data(), text.size(), "%0*x", digits, value);
@@ -46,7 +58,7 @@ void appendHex(std::string& out, const char* introducer, std::uint32_t value, in
 void appendPrintable(std::string& out, const Unit& unit, std::string_view bytes) {
     if (!unit.isCharacter || isControl(unit.value))
         appendHex(out, "\\x", unit.value, 2);
-    else if (isDeceptive(unit.value))
+    else if (isToBeSpelled(unit, bytes))
         appendHex(out, "\\u", unit.value, 4);
     else
         out.append(bytes);
@@ -69,7 +81,7 @@ void appendJson(std::string& out, const Unit& unit, std::string_view bytes) {
         out.append("\\").append(bytes);
     else if (unit.value == '\n')
         out.append("\\n");
-    else if (isControl(unit.value) || isDeceptive(unit.value))
+    else if (isControl(unit.value) || isToBeSpelled(unit, bytes))
         appendJsonEscape(out, unit.value);
     else
         out.append(bytes);
@@ -88,6 +100,10 @@ std::string transformed(std::string_view text, Append append) {
 }
 
 } // namespace
+
+void Ctl_SetTerminalUtf8(bool understood) {
+    terminalUtf8 = understood;
+}
 
 std::string Ctl_Printable(std::string_view text) {
     return transformed(text, appendPrintable);

@@ -4,7 +4,12 @@
 #include <string>
 #include <string_view>
 
-/// Text from the wire made fit to be shown. Pure functions over bytes of any kind; no locale.
+/// Text from the wire made fit to be shown. Functions over bytes of any kind.
+
+/// Whether what is shown goes to where UTF-8 is understood, which it does if nothing is said. Elsewhere a
+/// byte of a longer character can be a control of its own (0x80 to 0x9f), so such characters are spelled out
+/// too, in text and in JSON. To be called before any text is shown.
+void Ctl_SetTerminalUtf8(bool understood);
 
 /// The text as a terminal may get it: UTF-8, in which whatever could steer the terminal or disguise what
 /// stands there is spelled out: control characters and bytes that are not UTF-8 as "\x1b", invisible

@@ -11,6 +11,7 @@
 //   Ctl_AgentCommand    what all commands that call an agent share: call, show the reply, exit status
 //   Ctl_AgentOptions    their options
 //   Ctl_AgentClient     one call: identity and user in, reply out
+//   Ctl_Deadline        ends a call that takes too long
 //   Ctl_Server          the stand-in for the management server, and how it shows a call
 //   Ctl_Envelope        the XML of requests and replies, both ways
 //   Ctl_Node            a document as plain values
@@ -19,23 +20,30 @@
 //   Ctl_Password        asked for without echo, wiped after use
 //   Ctl_Layers          which libraries have to be up
 //   Ctl_Switch          the argument "on" or "off"
+//   Ctl_Help            the layout of --help
 //   Ctl_Failure         errors that end a command, and the exit statuses
 
 #include "base/Agent_Version.h"
 #include "qdvctl/Ctl_Command.h"
 #include "qdvctl/Ctl_Failure.h"
+#include "qdvctl/Ctl_Help.h"
 #include "qdvctl/Ctl_Text.h"
 
 #include <CLI/CLI.hpp>
 
+#include <clocale>
 #include <cstdio>
 #include <exception>
+#include <langinfo.h>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace {
 
 constexpr const char* exitStatuses =
-    "Exit status: 0 success; 1 the agent refused, or a file is faulty; 2 wrong usage; 3 no answer.\n"
+    "Exit status: 0 success; 1 the agent refused, or a file is faulty;\n"
+    "             2 wrong usage; 3 no answer.\n"
     "\"qdvctl COMMAND --help\" tells the options of a command; see also qdvctl(1).";
 
 int fail(int status, const std::string& message) {
@@ -43,16 +51,26 @@ int fail(int status, const std::string& message) {
     return status;
 }
 
+int failUsage(const CLI::App& app, const std::string& message) {
+    return fail(Ctl_WrongUsage, message + "; see \"" + Ctl_NamedCommand(app) + " --help\"");
+}
+
 /// The library complains of a missing command where an unknown one was given.
-std::string describe(const CLI::App& app, const CLI::ParseError& error, int argc, char* argv[]) {
-    constexpr const char* hint = "; see \"qdvctl --help\"";
-    if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-')
-        return std::string("there is no command ") + argv[1] + hint;
-    return error.what() + std::string(hint);
+std::string describe(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> rest = app.remaining(true);
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && !rest.empty() && rest.front()[0] != '-')
+        return "there is no command " + rest.front();
+    return error.what();
+}
+
+/// Characters of several bytes are safe on a terminal only if it reads them as such.
+bool isTerminalUtf8() {
+    return std::setlocale(LC_CTYPE, "") != nullptr && std::string_view(nl_langinfo(CODESET)) == "UTF-8";
 }
 
 int run(int argc, char* argv[]) {
     CLI::App app("Operates a QDVAgent, stands in for its server, checks its configuration.", "qdvctl");
+    app.formatter(Ctl_HelpFormatter());
     app.set_version_flag("--version", std::string("qdvctl ") + Agent_Version, "Print the version and exit");
     app.get_help_ptr()->description("Print this help and exit");
     app.require_subcommand(1);
@@ -63,18 +81,23 @@ int run(int argc, char* argv[]) {
         add(app, chosen);
     try {
         app.parse(argc, argv);
+        return chosen();
     } catch (const CLI::Success& shown) {
         return app.exit(shown); // help or version
     } catch (const CLI::ParseError& error) {
-        return fail(Ctl_WrongUsage, describe(app, error, argc, argv));
+        return failUsage(app, describe(app, error));
+    } catch (const Ctl_Failure& failure) {
+        if (failure.status() == Ctl_WrongUsage)
+            return failUsage(app, failure.what());
+        throw;
     }
-    return chosen();
 }
 
 } // namespace
 
 int main(int argc, char* argv[]) {
     int status = Ctl_Unanswered;
+    Ctl_SetTerminalUtf8(isTerminalUtf8());
     try {
         status = run(argc, argv);
     } catch (const Ctl_Failure& failure) {
@@ -82,7 +105,8 @@ int main(int argc, char* argv[]) {
     } catch (const std::exception& failure) {
         status = fail(Ctl_Unanswered, failure.what());
     }
-    if (std::fflush(stdout) != 0 && status == Ctl_Succeeded)
+    // What could not be written may have been flushed, and lost, long before.
+    if ((std::fflush(stdout) != 0 || std::ferror(stdout) != 0) && status == Ctl_Succeeded)
         return fail(Ctl_Unanswered, "the output cannot be written");
     return status;
 }
