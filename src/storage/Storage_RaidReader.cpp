@@ -18,19 +18,18 @@ bool isLevel(const Storage_Lines& lines) {
 
 Storage_Raidtab Storage_ReadRaidtab(std::string_view text) {
     Storage_Raidtab arrays;
+    const auto current = [&]() -> Storage_RaidtabArray& {
+        return arrays.empty() ? arrays.emplace_back() : arrays.back();
+    };
     for (Storage_Lines lines(text); lines.next();) {
         if (lines.size() < 2)
             continue;
-        if (lines.is(0, "raiddev")) {
+        if (lines.is(0, "raiddev"))
             arrays.push_back({std::string(lines[1]), std::nullopt, {}});
-            continue;
-        }
-        if (arrays.empty())
-            arrays.emplace_back();
-        if (lines.is(0, "raid-level"))
-            arrays.back().level = lines[1];
+        else if (lines.is(0, "raid-level"))
+            current().level = lines[1];
         else if (lines.is(0, "device"))
-            arrays.back().members.emplace_back(lines[1]);
+            current().members.emplace_back(lines[1]);
     }
     return arrays;
 }
