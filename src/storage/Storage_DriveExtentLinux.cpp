@@ -127,11 +127,13 @@ bool Storage_DriveExtentLinux::audit() {
     if (!membership)
         return fail();
     setIsPartOfMetaDevice(membership->isMember);
-    for (const std::string& array : membership->arrays)
-        gStorageContainer->getStorageAssociations()->addAssociation(*this, array, ExtentPool);
     std::vector<std::string> levels = membership->levels;
     if (membership->isMember && !auditRaid(report, levels))
         return fail();
+    // mdadm(8) goes by what the device itself says; raidtab(5) also names those that are out of their array.
+    if (isPartOfMetaDevice_ || !report.isKernel("2.4"))
+        for (const std::string& array : membership->arrays)
+            gStorageContainer->getStorageAssociations()->addAssociation(*this, array, ExtentPool);
     if (!Storage_AuditLVMAllocation(*this, report))
         return false;
     if (isPartOfMetaDevice_)

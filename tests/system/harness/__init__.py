@@ -20,10 +20,12 @@ from .server import ManagementServer
 from .terminal import Dialog
 from .tree import SANITIZER_SIGNS, Tree, agent_conf, environment, uuid_conf
 from .wire import FORM, GET, GET11, Connection, anonymous_tls
+from .world import Array, Drive, Group, Mount, Partition, World, large_world
 
 __all__ = [
     "FAILED", "FORM", "GET", "GET11", "INVALID_UUID", "PATIENCE", "SANITIZER_SIGNS", "SLOW", "SUCCESS", "TOO_MANY",
-    "Agent", "Answer", "Connection", "Ctl", "Dialog", "ManagementServer", "Port", "Tree",
-    "agent_conf", "anonymous_tls", "envelope", "environment", "form", "parse_answer", "post_request", "uuid_conf",
-    "wait_until",
+    "Agent", "Answer", "Array", "Connection", "Ctl", "Dialog", "Drive", "Group", "ManagementServer", "Mount",
+    "Partition", "Port", "Tree", "World",
+    "agent_conf", "anonymous_tls", "envelope", "environment", "form", "large_world", "parse_answer",
+    "post_request", "uuid_conf", "wait_until",
 ]  # fmt: skip
