@@ -138,6 +138,7 @@ def test_shutdown_with_connections_still_held(start):
         agent = start()
         connection = agent.connect()
         assert connection.ask(GET11).header("Connection") == "Keep-Alive"
+        agent.wait_rest()
         agent.send_signal(15)
         agent.wait_log("HTTP: threads still running\n")
         return agent, connection

@@ -122,7 +122,9 @@ class Agent:
                 self.kill()
         for port in self._held:
             port.release()
-        status, errors = self.process.returncode, self.stderr()
+        # A shell of the agent's says there which of the host's tools are missing.
+        errors = "".join(line for line in self.stderr().splitlines(True) if not line.startswith("sh: "))
+        status = self.process.returncode
         if any(sign in errors for sign in SANITIZER_SIGNS):
             trouble = "sanitizer report:\n" + errors
         elif status not in (0, 1) and not self._killed:
@@ -216,8 +218,20 @@ class Agent:
 
     def context_switches(self):
         """How often all threads together have gone to sleep of themselves."""
-        tasks = Path(f"/proc/{self.pid}/task").iterdir()
-        return sum(self._status_number("voluntary_ctxt_switches", task) for task in tasks)
+        return sum(self._status_number("voluntary_ctxt_switches", task) for task in self._tasks())
+
+    def wait_rest(self):
+        """Waits until every thread sleeps, so that what was to follow a reply has been done."""
+
+        def rests():
+            before = self.context_switches()
+            states = [(task / "stat").read_text().rpartition(")")[2].split()[0] for task in self._tasks()]
+            return set(states) == {"S"} and self.context_switches() == before
+
+        wait_until(rests, "every thread to sleep")
+
+    def _tasks(self):
+        return list(Path(f"/proc/{self.pid}/task").iterdir())
 
     def _status_number(self, field, process=None):
         text = ((process or Path(f"/proc/{self.pid}")) / "status").read_text()
