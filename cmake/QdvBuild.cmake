@@ -20,6 +20,10 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wformat=2 -Wnon-virtual-d
     -Wcast-qual -Wundef -Werror)
 add_compile_definitions(_FILE_OFFSET_BITS=64)
 
+if(CMAKE_UNITY_BUILD)
+    # Files compiled together: a constant of one seems shadowed by a local name of the next.
+    add_compile_options(-Wno-shadow)
+endif()
 if(QDV_SANITIZE)
     add_compile_options(-fsanitize=${QDV_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g1)
     add_link_options(-fsanitize=${QDV_SANITIZE})

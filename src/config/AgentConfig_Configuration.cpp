@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr const char* RootName = "AgentConfiguration";
+constexpr const char* ConfigurationRoot = "AgentConfiguration";
 constexpr const char* Version = "1.0";
 
 constexpr const char* AnyHost = "a host name or an IP address";
@@ -65,7 +65,7 @@ bool AgentConfig_Configuration::parse(xercesc::InputSource& source) {
 }
 
 void AgentConfig_Configuration::read(const xercesc::InputSource& source) {
-    const Xerces_DocumentPtr document = Config_ParseDocument(source, RootName);
+    const Xerces_DocumentPtr document = Config_ParseDocument(source, ConfigurationRoot);
     const xercesc::DOMElement& root = *Xerces_Root(*document);
     if (Xerces_GetAttribute(root, "version") != Version)
         throw Config_UnknownVersion(root, Config_Quoted(Version).c_str());
@@ -85,7 +85,7 @@ bool AgentConfig_Configuration::serialize(char*& buffer, unsigned& length) {
     buffer = nullptr;
     length = 0;
     return attempt([&] {
-        const Xerces_DocumentPtr document = Xerces_CreateDocument(RootName);
+        const Xerces_DocumentPtr document = Xerces_CreateDocument(ConfigurationRoot);
         xercesc::DOMElement& root = *Xerces_Root(*document);
         Xerces_SetAttribute(root, "version", Version);
         XMLSerializable_WriteAttributes(Format::Server, *this, Xerces_AppendElement(root, "ServerInfo"));

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr const char* RootName = "AgentUuidConfiguration";
+constexpr const char* IdentitiesRoot = "AgentUuidConfiguration";
 constexpr const char* SingleVersion = "1.0";
 constexpr const char* ListVersion = "1.1";
 
@@ -20,7 +20,7 @@ bool AgentConfig_Guid::parse(xercesc::InputSource& source) {
 }
 
 void AgentConfig_Guid::read(const xercesc::InputSource& source) {
-    const Xerces_DocumentPtr document = Config_ParseDocument(source, RootName);
+    const Xerces_DocumentPtr document = Config_ParseDocument(source, IdentitiesRoot);
     const xercesc::DOMElement& root = *Xerces_Root(*document);
     const std::string version = Xerces_GetAttribute(root, "version");
     if (version == SingleVersion)
@@ -45,7 +45,7 @@ bool AgentConfig_Guid::serialize(char*& buffer, unsigned& length) {
     buffer = nullptr;
     length = 0;
     return attempt([&] {
-        const Xerces_DocumentPtr document = Xerces_CreateDocument(RootName);
+        const Xerces_DocumentPtr document = Xerces_CreateDocument(IdentitiesRoot);
         xercesc::DOMElement& root = *Xerces_Root(*document);
         Xerces_SetAttribute(root, "version", ListVersion);
         xercesc::DOMElement& list = Xerces_AppendElement(root, "Uuids");

@@ -23,8 +23,8 @@ namespace {
 
 using Clock = Exec_ChildProcess::Clock;
 
-constexpr char shell[] = "/bin/sh";
-constexpr int couldNotStart = 127;
+constexpr char shellPath[] = "/bin/sh";
+constexpr int shellNotStarted = 127;
 /// The unit in which zero bytes cut the output short.
 constexpr std::size_t pieceSize = 1024;
 /// A write that a full disk cuts short ends at a multiple of this.
@@ -98,9 +98,9 @@ private:
     if (pid == 0) {
         Exec_LeaveAgentBehind();
         Exec_CloseFrom(STDERR_FILENO + 1);
-        execv(shell, arguments);
+        execv(shellPath, arguments);
         failure = errno;
-        _exit(couldNotStart);
+        _exit(shellNotStarted);
     }
     return pid;
 }

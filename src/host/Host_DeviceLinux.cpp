@@ -17,14 +17,14 @@
 namespace {
 
 /// Longer than a disk takes to wake up.
-constexpr std::chrono::seconds patience{20};
+constexpr std::chrono::seconds devicePatience{20};
 /// What the kernel gives a device for a SCSI command, in milliseconds.
 constexpr unsigned scsiTimeout = 10000;
 
 constexpr std::array<unsigned char, 6> inquiryCommand = {0x12, 0, 0, 0, Host_Device::inquiryLength, 0};
 
 template <typename Value>
-Host_Answer<Value> failed() {
+Host_Answer<Value> deviceFailed() {
     return Host_Answer<Value>::failure(errno);
 }
 
@@ -34,7 +34,7 @@ Host_Answer<Host_ScsiAddress> scsiAddressOf(int device) {
         std::uint32_t uniqueId = 0;
     } reply;
     if (ioctl(device, SCSI_IOCTL_GET_IDLUN, &reply) < 0)
-        return failed<Host_ScsiAddress>();
+        return deviceFailed<Host_ScsiAddress>();
     const auto byte = [&](unsigned shift) { return (reply.address >> shift) & 0xffU; };
     return Host_ScsiAddress{byte(24), byte(16), byte(0), byte(8)};
 }
@@ -51,7 +51,7 @@ Host_Answer<std::string> inquiryBySG(int device) {
     request.dxfer_len = static_cast<unsigned>(reply.size());
     request.timeout = scsiTimeout;
     if (ioctl(device, SG_IO, &request) < 0)
-        return failed<std::string>();
+        return deviceFailed<std::string>();
     if ((request.info & SG_INFO_OK_MASK) != SG_INFO_OK)
         return Host_Answer<std::string>::failure(EIO);
     return reply;
@@ -70,7 +70,7 @@ Host_Answer<std::string> inquiryByOldCall(int device) {
     } request;
     std::copy(inquiryCommand.begin(), inquiryCommand.end(), request.data.begin());
     if (ioctl(device, SCSI_IOCTL_SEND_COMMAND, &request) < 0)
-        return failed<std::string>();
+        return deviceFailed<std::string>();
     return std::string(request.data.begin(), request.data.end());
 }
 
@@ -84,7 +84,7 @@ Host_Answer<std::string> inquiryOf(int device) {
 Host_Answer<std::string> identityOf(int device) {
     std::string identity(Host_Device::identityLength, '\0');
     if (ioctl(device, HDIO_GET_IDENTITY, identity.data()) < 0)
-        return failed<std::string>();
+        return deviceFailed<std::string>();
     return identity;
 }
 
@@ -97,7 +97,7 @@ Host_Answer<std::string> contentsOf(int device, std::uint64_t offset, std::size_
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
-            return failed<std::string>();
+            return deviceFailed<std::string>();
         if (count == 0)
             break;
         got += static_cast<std::size_t>(count);
@@ -108,15 +108,15 @@ Host_Answer<std::string> contentsOf(int device, std::uint64_t offset, std::size_
 
 using Shared = std::shared_ptr<const File_Descriptor>;
 
-/// Asks `ask` of the open device, with patience.
+/// Asks `ask` of the open device, with devicePatience.
 template <typename Value>
 Host_Answer<Value> askOf(const std::string& path, const Shared& device, Host_Answer<Value> (*ask)(int)) {
-    return Host_AskWithin<Value>(patience, path, [device, ask] { return ask(device->get()); });
+    return Host_AskWithin<Value>(devicePatience, path, [device, ask] { return ask(device->get()); });
 }
 
 Host_Answer<Shared> openForReading(const std::string& path) {
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
-    return descriptor < 0 ? failed<Shared>() : Shared(std::make_shared<File_Descriptor>(descriptor));
+    return descriptor < 0 ? deviceFailed<Shared>() : Shared(std::make_shared<File_Descriptor>(descriptor));
 }
 
 } // namespace
@@ -124,7 +124,7 @@ Host_Answer<Shared> openForReading(const std::string& path) {
 Host_Answer<std::unique_ptr<Host_Device>> Host_DeviceLinux::open(const std::string& path) {
     using Device = std::unique_ptr<Host_Device>;
     const Host_Answer<Shared> opened =
-        Host_AskWithin<Shared>(patience, path, [path] { return openForReading(path); });
+        Host_AskWithin<Shared>(devicePatience, path, [path] { return openForReading(path); });
     return opened ? Device(std::make_unique<Host_DeviceLinux>(path, *opened))
                   : Host_Answer<Device>::failure(opened.error());
 }
@@ -142,7 +142,7 @@ Host_Answer<std::string> Host_DeviceLinux::identity() {
 }
 
 Host_Answer<std::string> Host_DeviceLinux::read(std::uint64_t offset, std::size_t length) {
-    return Host_AskWithin<std::string>(patience, path_, [device = descriptor_, offset, length] {
+    return Host_AskWithin<std::string>(devicePatience, path_, [device = descriptor_, offset, length] {
         return contentsOf(device->get(), offset, length);
     });
 }

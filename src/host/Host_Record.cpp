@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* indexFile = "index";
 constexpr const char* textFolder = "text";
-constexpr std::size_t largestFile = std::size_t{64} << 20;
+constexpr std::size_t largestText = std::size_t{64} << 20;
 /// A text of one line up to this length stands in the index.
 constexpr std::size_t longestInIndex = 400;
 constexpr std::size_t longestFileName = 60;
@@ -261,7 +261,7 @@ Host_Record parse(std::string_view index, const TextReader& readText) {
 
 std::string readWhole(const std::string& path) {
     std::string contents;
-    if (!File_ReadWhole(path.c_str(), contents, largestFile))
+    if (!File_ReadWhole(path.c_str(), contents, largestText))
         refuse(path + ": " + std::strerror(errno)); // NOLINT(concurrency-mt-unsafe)
     return contents;
 }

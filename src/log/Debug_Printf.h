@@ -47,7 +47,7 @@ public:
 private:
     void closeFile();
     void restartFullFile();
-    bool formatLine(const char* format, std::va_list arguments);
+    bool formatLine(const char* format, std::va_list arguments) __attribute__((format(printf, 2, 0)));
     bool waitForReader(int descriptor) const;
     void writeLine();
 

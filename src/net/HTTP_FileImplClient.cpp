@@ -18,7 +18,7 @@
 namespace {
 
 constexpr std::string_view requestVersion = "HTTP/1.0";
-constexpr std::string_view lineEnd = "\r\n";
+constexpr std::string_view headLineEnd = "\r\n";
 
 /// More than the first line and the headers of most requests take.
 constexpr std::size_t requestHeadSize = 1024;
@@ -75,7 +75,7 @@ std::string withoutBasicCredentials(std::string_view request) {
     const std::size_t begin = found + scheme.size();
     return std::string(request.substr(0, begin))
         .append("(not logged)")
-        .append(request.substr(request.find(lineEnd, begin)));
+        .append(request.substr(request.find(headLineEnd, begin)));
 }
 
 } // namespace
@@ -135,7 +135,7 @@ bool HTTP_FileImplClient::createRequest(Secret_Text& out, HTTP_Content_Type cont
         body = encoded;
     }
     std::string head;
-    head.append(*methodText).append(" ").append(uri_).append(" ").append(requestVersion).append(lineEnd);
+    head.append(*methodText).append(" ").append(uri_).append(" ").append(requestVersion).append(headLineEnd);
     HTTP_HeaderUserAgent userAgent;
     userAgent.setUserAgent(connection_.getSession().getUserAgent());
     if (!userAgent.serialize(&head))

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr const char* bufferId = "RMI_MethodCall::invoke";
+constexpr const char* replyId = "RMI_MethodCall::invoke";
 
 } // namespace
 
@@ -42,7 +42,7 @@ std::string RMI_MethodCall::createRequest() {
 }
 
 void RMI_MethodCall::judge(const std::string& reply) {
-    const RMI_Envelope envelope = RMI_OpenEnvelope(reply, RMI_ResponseName, bufferId);
+    const RMI_Envelope envelope = RMI_OpenEnvelope(reply, RMI_ResponseName, replyId);
     if (envelope.flaw != RMI_Flaw::None)
         throw std::runtime_error("the reply: " + envelope.complaint);
     const std::string outcome = Xerces_GetAttribute(*envelope.content, "response");

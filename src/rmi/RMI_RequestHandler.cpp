@@ -22,7 +22,7 @@ namespace {
 using xercesc::DOMElement;
 
 constexpr std::string_view plainFailure = "RMI: failed to process";
-constexpr const char* bufferId = "RMI_RequestHandler::processRequest";
+constexpr const char* requestId = "RMI_RequestHandler::processRequest";
 
 /// Why a request was not served. In the envelope's stage the reply is not delivered.
 struct Refusal {
@@ -97,7 +97,7 @@ private:
             &Exchange::checkConnection,
             &Exchange::checkCaller,
         };
-        envelope_ = RMI_OpenEnvelope(xml, RMI_RequestName, bufferId);
+        envelope_ = RMI_OpenEnvelope(xml, RMI_RequestName, requestId);
         if (envelope_.flaw != RMI_Flaw::None)
             return &flawedEnvelope[static_cast<std::size_t>(envelope_.flaw)];
         for (const Step step : steps) {

@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr const char* className = "Storage_DriveExtentLinux";
+constexpr const char* extentClass = "Storage_DriveExtentLinux";
 
 /// Whether a mounted volume's device is this one, or one whose name begins alike.
 bool isMounted(const std::string& device, const Storage_StorageVolumes& volumes) {
@@ -114,7 +114,7 @@ bool Storage_DriveExtentLinux::audit() {
             DEBUG_LOG("Storage_DriveExtentLinux::audit: error opening device %s\n", getName().c_str());
             return false;
         }
-        if (!Storage_AuditLVMHeader(*this, **device, report, className))
+        if (!Storage_AuditLVMHeader(*this, **device, report, extentClass))
             return false;
     }
     const auto fail = [&] {

@@ -16,13 +16,9 @@
 
 namespace {
 
-constexpr const char* className = "Storage_ExtentPoolLinux";
+constexpr const char* poolClass = "Storage_ExtentPoolLinux";
 /// Of the kernel's names for arrays: "md0".
 constexpr char arrayInitial = 'm';
-
-bool isPhysicalVolume(const System_Object& object) {
-    return object.getVirtualMechanism() == VirtualMechanism_LogicalVolumeManager;
-}
 
 } // namespace
 
@@ -77,7 +73,7 @@ bool Storage_ExtentPoolsLinux::addPlaceholder(const System_Object& object) {
     Storage_StorageAssociations& associations = *gStorageContainer->getStorageAssociations();
     associations.addAssociation(object, *pool);
     std::vector<std::string> plexes;
-    if (isPhysicalVolume(object))
+    if (Storage_IsInVolumeGroup(object))
         associations.getAssociates(object, System_Object::Plex, plexes);
     else
         plexes.push_back(Storage_Plexes::placeholderName(object.getName()));
@@ -124,10 +120,10 @@ bool Storage_ExtentPoolLinux::audit() {
             DEBUG_LOG("Storage_ExtentPoolLinux::audit: error opening device %s\n", getName().c_str());
             return false;
         }
-        if (!Storage_AuditLVMHeader(*this, **device, report, className))
+        if (!Storage_AuditLVMHeader(*this, **device, report, poolClass))
             return false;
     }
-    if (!isPhysicalVolume(*this))
+    if (!Storage_IsInVolumeGroup(*this))
         gStorageContainer->getStorageAssociations()->addAssociation(
             *this, Storage_Plexes::placeholderName(getName()), Plex);
     if (auditRaid(report))

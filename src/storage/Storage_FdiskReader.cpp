@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr std::uint64_t bytesOfBlock = 1024;
 /// Where a disk's line of units is missing.
 constexpr std::uint64_t usualCylinderBytes = 1024;
 constexpr std::string_view extended = "5";
@@ -32,7 +31,7 @@ Storage_FdiskPartition readRow(const Storage_Lines& row, std::string_view disk, 
     partition.device = row[0];
     partition.disk = disk;
     partition.offsetBytes = unitBytes * Storage_Number(row[1 + marked]);
-    partition.totalBytes = bytesOfBlock * Storage_Number(row[3 + marked]);
+    partition.totalBytes = Storage_BlockBytes * Storage_Number(row[3 + marked]);
     partition.isExtended = id == extended;
     partition.isAllocated = marked != 0 || id == logicalVolumes || id == swapSpace;
     return partition;

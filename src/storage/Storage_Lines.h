@@ -60,6 +60,9 @@ private:
     std::vector<std::string_view> words_;
 };
 
+/// What the kernel and fdisk count as a block.
+constexpr std::uint64_t Storage_BlockBytes = 1024;
+
 /// The number with which a word begins, as strtoull(3) takes it: 0 if there is none, the largest if it is too
 /// large.
 inline std::uint64_t Storage_Number(std::string_view word) {

@@ -70,7 +70,7 @@ bool Storage_AuditLVMHeader(System_Object& object, Host_Device& device, Storage_
 }
 
 bool Storage_AuditLVMAllocation(System_Object& object, Storage_HostReport& report) {
-    if (object.getVirtualMechanism() != VirtualMechanism_LogicalVolumeManager)
+    if (!Storage_IsInVolumeGroup(object))
         return true;
     const Storage_PhysicalVolume* volume = report.physicalVolume(object.getName());
     if (volume == nullptr) {

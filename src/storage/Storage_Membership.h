@@ -13,6 +13,11 @@ class Storage_HostReport;
 /// RAID. Null or empty answers of the host that mean a failure are logged here, with the name of the class
 /// that asks.
 
+/// Whether the object was found to be a physical volume, or to lie on a logical one.
+inline bool Storage_IsInVolumeGroup(const System_Object& object) {
+    return object.getVirtualMechanism() == VirtualMechanism_LogicalVolumeManager;
+}
+
 /// Looks for the header of a physical volume on the open device of `object`. If it is there, marks the object
 /// and links it to its volume group, as far as that is known. False if the device cannot be read or the
 /// group's name cannot be asked for.

@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr const char* className = "Storage_PhysicalDriveLinux";
+constexpr const char* driveClass = "Storage_PhysicalDriveLinux";
 constexpr std::string_view directAccess = "Direct-Access";
 constexpr std::string_view ide = "ide";
 constexpr std::string_view scsi = "scsi";
@@ -170,7 +170,7 @@ bool Storage_PhysicalDriveLinux::audit() {
             DEBUG_LOG("Storage_PhysicalDriveLinux::audit: error opening device %s\n", getName().c_str());
             return false;
         }
-        if (!auditIdentity(**device) || !Storage_AuditLVMHeader(*this, **device, report, className))
+        if (!auditIdentity(**device) || !Storage_AuditLVMHeader(*this, **device, report, driveClass))
             return false;
     }
     if (!auditSize(report))

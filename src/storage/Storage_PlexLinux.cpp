@@ -5,18 +5,11 @@
 #include "storage/Storage_DriveExtentLinux.h"
 #include "storage/Storage_ExtentPool.h"
 #include "storage/Storage_HostReport.h"
+#include "storage/Storage_Membership.h"
 #include "storage/Storage_PhysicalDriveLinux.h"
 #include "storage/Storage_RaidLevels.h"
 
 #include <memory>
-
-namespace {
-
-bool isPhysicalVolume(const System_Object& object) {
-    return object.getVirtualMechanism() == VirtualMechanism_LogicalVolumeManager;
-}
-
-} // namespace
 
 bool Storage_PlexesLinux::audit() {
     DEBUG_LOG("Storage_PlexesLinux::audit\n");
@@ -62,7 +55,7 @@ bool Storage_PlexesLinux::auditPlexes() {
 
 bool Storage_PlexesLinux::addPlaceholder(const System_Object& object) {
     // What is a physical volume belongs to a real group.
-    if (isPhysicalVolume(object))
+    if (Storage_IsInVolumeGroup(object))
         return true;
     std::unique_ptr<Storage_Plex> plex = makePlaceholder(object);
     if (!plex)
@@ -95,7 +88,7 @@ bool Storage_PlexesLinux::addGroups() {
 }
 
 bool Storage_PlexLinux::audit() {
-    if (!isPhysicalVolume(*this) || getExistence() == Existence_False)
+    if (!Storage_IsInVolumeGroup(*this) || getExistence() == Existence_False)
         return true;
     Storage_HostReport& report = gStorageContainer->report(*this);
     const Storage_Segment* segment = report.segment(getName());

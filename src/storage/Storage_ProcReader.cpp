@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::string_view blanks = " \t";
 constexpr std::string_view lineEnds = "\r\n";
-constexpr std::uint64_t bytesOfBlock = 1024;
 /// For one line: longer than what the kernel keeps of a mount's options.
 constexpr std::size_t mountLineSize = 64 * 1024;
 
@@ -78,7 +77,7 @@ std::vector<Storage_KernelPartition> Storage_ReadKernelPartitions(std::string_vi
     std::vector<Storage_KernelPartition> partitions;
     for (Storage_Lines lines(text); lines.next();)
         if (lines.size() > 3 && !lines.is(0, "major"))
-            partitions.push_back({std::string(lines[3]), bytesOfBlock * Storage_Number(lines[2])});
+            partitions.push_back({std::string(lines[3]), Storage_BlockBytes * Storage_Number(lines[2])});
     return partitions;
 }
 

@@ -4,6 +4,7 @@
 #include "storage/Storage_Container.h"
 #include "storage/Storage_DriveExtent.h"
 #include "storage/Storage_ExtentPool.h"
+#include "storage/Storage_Membership.h"
 #include "storage/Storage_PhysicalDrive.h"
 #include "storage/Storage_Plex.h"
 #include "storage/Storage_StorageVolume.h"
@@ -45,7 +46,7 @@ bool Storage_StorageAssociationsLinux::audit() {
 void Storage_StorageAssociationsLinux::linkVolume(Storage_StorageVolume& volume,
                                                   const Storage_DriveExtents& extents,
                                                   const Storage_ExtentPools& pools) {
-    if (volume.getVirtualMechanism() == VirtualMechanism_LogicalVolumeManager) {
+    if (Storage_IsInVolumeGroup(volume)) {
         linkLogicalVolume(volume);
         return;
     }

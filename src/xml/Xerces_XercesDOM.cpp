@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr XMLSize_t initialCapacity = 1023;
+constexpr XMLSize_t initialSize = 1023;
 
 } // namespace
 
@@ -59,7 +59,7 @@ bool Xerces_XercesDOM::serialize(xercesc::XMLFormatTarget* target, const xercesc
 }
 
 bool Xerces_XercesDOM::serialize(char*& buffer, unsigned int& length, const xercesc::DOMNode* node) {
-    xercesc::MemBufFormatTarget target(initialCapacity);
+    xercesc::MemBufFormatTarget target(initialSize);
     if (!serialize(&target, *node))
         return false;
     length = static_cast<unsigned int>(target.getLen());

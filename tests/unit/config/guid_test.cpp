@@ -3,11 +3,11 @@
 
 namespace {
 
-std::string document(const std::string& version, const std::string& content) {
+std::string identities(const std::string& version, const std::string& content) {
     return "<AgentUuidConfiguration version=\"" + version + "\">" + content + "</AgentUuidConfiguration>";
 }
 
-const std::string Empty = document("1.1", "<Uuids/>");
+const std::string Empty = identities("1.1", "<Uuids/>");
 
 /// What an object that already holds a pair writes after reading `text`.
 std::string rewritten(const std::string& text) {
@@ -34,25 +34,25 @@ TEST(Guid, EachTargetHostHasItsOwn) {
 
 TEST(Guid, ReadsTheListFormAndTheOldSingleForm) {
     EXPECT_EQ(
-        rewritten(document("1.1",
-                           " <!-- --><Uuids>\n<Uuid value=\"a\"/><Other value=\"x\"/>"
-                           "<Uuid hostTarget=\"h&amp;\" value=\"b\"/><Uuid hostTarget=\"h\"/></Uuids>")),
-        document("1.1",
-                 R"(<Uuids><Uuid hostTarget="" value="a"/><Uuid hostTarget="h&amp;" value="b"/></Uuids>)"));
-    EXPECT_EQ(rewritten(document("1.0", "<x><Uuid hostTarget=\"h\">abc</Uuid></x>")),
-              document("1.1", R"(<Uuids><Uuid hostTarget="" value="abc"/></Uuids>)"));
-    EXPECT_EQ(rewritten(document("1.0", "<Uuid/>")), Empty);
-    EXPECT_EQ(rewritten(document("1.0", "<Uuid><x>abc</x></Uuid>")), Empty);
+        rewritten(identities("1.1",
+                             " <!-- --><Uuids>\n<Uuid value=\"a\"/><Other value=\"x\"/>"
+                             "<Uuid hostTarget=\"h&amp;\" value=\"b\"/><Uuid hostTarget=\"h\"/></Uuids>")),
+        identities("1.1",
+                   R"(<Uuids><Uuid hostTarget="" value="a"/><Uuid hostTarget="h&amp;" value="b"/></Uuids>)"));
+    EXPECT_EQ(rewritten(identities("1.0", "<x><Uuid hostTarget=\"h\">abc</Uuid></x>")),
+              identities("1.1", R"(<Uuids><Uuid hostTarget="" value="abc"/></Uuids>)"));
+    EXPECT_EQ(rewritten(identities("1.0", "<Uuid/>")), Empty);
+    EXPECT_EQ(rewritten(identities("1.0", "<Uuid><x>abc</x></Uuid>")), Empty);
     EXPECT_EQ(rewritten(Empty), Empty);
 }
 
 TEST(Guid, AFileThatIsRefusedLeavesNothing) {
     const std::pair<std::string, std::string> cases[] = {
-        {document("2.0", "<Uuids/>"),
+        {identities("2.0", "<Uuids/>"),
          R"(AgentUuidConfiguration: attribute "version" is "2.0"; expected "1.1" or "1.0")"},
-        {document("1.1", "<Uuids><Uuids/></Uuids>"),
+        {identities("1.1", "<Uuids><Uuids/></Uuids>"),
          R"(AgentUuidConfiguration: more than one element "Uuids"; expected exactly one)"},
-        {document("1.0", "<Uuids/>"), R"(AgentUuidConfiguration: no element "Uuid"; expected exactly one)"},
+        {identities("1.0", "<Uuids/>"), R"(AgentUuidConfiguration: no element "Uuid"; expected exactly one)"},
         {"<AgentConfiguration version=\"1.1\"><Uuids/></AgentConfiguration>",
          R"(the root element is "AgentConfiguration"; expected "AgentUuidConfiguration")"},
     };
