@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view blanks = " \t";
 constexpr std::string_view lineEnds = "\r\n";
 /// For one line: longer than what the kernel keeps of a mount's options.
-constexpr std::size_t mountLineSize = 64 * 1024;
+constexpr std::size_t mountLineSize = std::size_t{64} << 10;
 
 /// Finds one label after another in a text, from left to right.
 class Labels {
@@ -42,7 +42,7 @@ private:
 };
 
 int toNumber(std::string_view text) {
-    return std::atoi(std::string(text).c_str());
+    return static_cast<int>(std::strtol(std::string(text).c_str(), nullptr, 10));
 }
 
 } // namespace

@@ -70,13 +70,13 @@ Storage_MdadmDetail Storage_ReadMdadmDetail(std::string_view text, std::string_v
     Storage_MdadmDetail detail;
     bool isOwn = false;
     for (Storage_Lines lines(text); lines.next();) {
-        if (lines.size() == 1 && lines[0].substr(0, lines[0].find(':')) == array) {
+        const bool isHead = lines.size() == 1 && lines[0].substr(0, lines[0].find(':')) == array;
+        const bool isHeadOfDevices = lines.size() == 5 && lines.is(0, "Number");
+        if (isHead || isHeadOfDevices) {
             isOwn = true;
         } else if (isOwn && isLevel(lines)) {
             detail.level = lines[3];
             isOwn = false;
-        } else if (lines.size() == 5 && lines.is(0, "Number")) {
-            isOwn = true;
         } else if (isOwn && lines.size() == 7) {
             detail.members.emplace_back(lines[6]);
         }
