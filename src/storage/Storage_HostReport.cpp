@@ -60,7 +60,11 @@ const Value* Storage_HostReport::askAbout(Answers<Value>& answers, const std::st
 
 bool Storage_HostReport::isKernel(const char* version) {
     const std::string* release = ask(release_, "", "uname -r", [](std::string text) { return text; });
-    return release != nullptr && Storage_ReleaseHasVersion(*release, version);
+    if (release == nullptr) {
+        DEBUG_LOG("Storage_CheckVersion: OS command failed: %s\n", failedCommand_.c_str());
+        return false;
+    }
+    return Storage_ReleaseHasVersion(*release, version);
 }
 
 const Storage_FdiskDrive* Storage_HostReport::fdisk(const std::string& drive) {
