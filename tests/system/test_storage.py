@@ -8,11 +8,14 @@ from pathlib import Path
 
 import pytest
 
-from harness import SUCCESS, Array, Drive, Group, Mount, Partition, World, large_world, wait_until
+from harness import SUCCESS, Array, Drive, Group, Mount, Partition, World, can_make_worlds
+from harness import large_world, wait_until
 
 LEVELS = (
     "GetPhysicalDrives", "GetDriveExtents", "GetExtentPools", "GetPlexes", "GetStorageVolumes", "GetStorageAssociations",
 )  # fmt: skip
+
+pytestmark = pytest.mark.skipif(not can_make_worlds(), reason="needs root, and overlays in mount namespaces of its own")
 
 USUAL = {"existence": "true", "deviceType": "DAS", "isNetwork": "false", "composition": "Unknown"} | {
     f"isPartOf{kind}Set": "false" for kind in ("Stripe", "Mirror", "Concatenation")

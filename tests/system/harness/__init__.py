@@ -6,6 +6,8 @@ Each agent runs in a private copy of the staged tree, which is never written to.
 here: requests, replies, envelopes, configuration files and the management server are written by hand, so that a
 fault cannot cancel itself.
 
+A World is a machine made up around an agent, for what depends on disks and tools that this one does not have.
+
     QDV_STAGE   the staged tree to test; stage/ in the checkout if not set. That of a sanitizer build runs the same
                 tests under ASan, UBSan or TSan: a report on standard error fails the test in which it appears.
     QDV_SLOW    factor by which every time limit is stretched (1 if not set). Limits only end what hangs.
@@ -20,12 +22,12 @@ from .server import ManagementServer
 from .terminal import Dialog
 from .tree import SANITIZER_SIGNS, Tree, agent_conf, environment, uuid_conf
 from .wire import FORM, GET, GET11, Connection, anonymous_tls
-from .world import Array, Drive, Group, Mount, Partition, World, large_world
+from .world import Array, Drive, Group, Mount, Partition, World, can_make_worlds, large_world
 
 __all__ = [
     "FAILED", "FORM", "GET", "GET11", "INVALID_UUID", "PATIENCE", "SANITIZER_SIGNS", "SLOW", "SUCCESS", "TOO_MANY",
     "Agent", "Answer", "Array", "Connection", "Ctl", "Dialog", "Drive", "Group", "ManagementServer", "Mount",
     "Partition", "Port", "Tree", "World",
-    "agent_conf", "anonymous_tls", "envelope", "environment", "form", "large_world", "parse_answer",
+    "agent_conf", "anonymous_tls", "can_make_worlds", "envelope", "environment", "form", "large_world", "parse_answer",
     "post_request", "uuid_conf", "wait_until",
 ]  # fmt: skip

@@ -107,6 +107,11 @@ class Mount:
     options: str = "rw"
 
 
+def can_make_worlds():
+    probe = ["unshare", "-m", "mount", "-t", "overlay", "probe", "-o", "lowerdir=/etc:/usr", "/etc"]
+    return subprocess.run(probe, capture_output=True).returncode == 0
+
+
 def escaped(text):
     """A word of mtab."""
     return "".join(f"\\{ord(c):03o}" if c in " \t\n\\" else c for c in text)
