@@ -3,11 +3,13 @@
 #include "base/String_Functions.h"
 #include "host/Host_Host.h"
 #include "log/Debug_Printf.h"
+#include "model/Auditable_TryAudit.h"
 #include "storage/Storage_Container.h"
 #include "storage/Storage_HostReport.h"
 #include "storage/Storage_Membership.h"
 #include "storage/Storage_RaidLevels.h"
 #include "storage/Storage_StorageAssociations.h"
+#include "storage/System_SANDeviceMap.h"
 
 #include <algorithm>
 #include <cctype>
@@ -56,6 +58,49 @@ bool isDisk(const Storage_ScsiSection& section, const Host_ScsiAddress& address)
 
 } // namespace
 
+/// The map of the storage network, made anew and held for one audit of drives. Without it all drives count as
+/// local.
+class Storage_PhysicalDrivesLinux::SANMap {
+public:
+    explicit SANMap(Host_Host& host) {
+        System_SANDeviceMap* const map = System_FactoryAccessSANDeviceMap();
+        if (map == nullptr || !map->acquireObjectLock()) {
+            DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: failed to access SANMap\n");
+            return;
+        }
+        map->setHost(host);
+        if (Auditable_TryAudit(*map)) {
+            map_ = map;
+            return;
+        }
+        DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: failed SAN audit\n");
+        release(*map);
+    }
+    SANMap(const SANMap&) = delete;
+    SANMap& operator=(const SANMap&) = delete;
+    ~SANMap() {
+        if (map_ != nullptr)
+            release(*map_);
+    }
+
+    void mark(Storage_PhysicalDrive& drive) const {
+        const char* name = drive.getName().c_str();
+        if (map_ == nullptr || !map_->isSANDrive(name))
+            return;
+        DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: %s is SAN drive\n", name);
+        drive.setDriveType(DriveType_SAN);
+        drive.setProviderAddress(map_->getSANAddress(name).c_str());
+    }
+
+private:
+    static void release(System_SANDeviceMap& map) {
+        map.cleanupAfterAudit();
+        map.releaseObjectLock();
+    }
+
+    System_SANDeviceMap* map_ = nullptr;
+};
+
 bool Storage_PhysicalDrivesLinux::isValidDrive(const std::string& name, int subsystem) {
     const auto index = static_cast<std::size_t>(subsystem);
     return fnmatch(Storage_DriveSubsystemPattern1.at(index), name.c_str(), 0) == 0 ||
@@ -65,8 +110,9 @@ bool Storage_PhysicalDrivesLinux::isValidDrive(const std::string& name, int subs
 bool Storage_PhysicalDrivesLinux::audit() {
     if (gStorageContainer->ensure<Storage_StorageAssociations>() == nullptr)
         return false;
+    const SANMap sanMap(getHost());
     for (int subsystem = 0; subsystem < static_cast<int>(Storage_DriveSubsystemDirectory.size()); ++subsystem)
-        if (!auditSubsystem(subsystem)) {
+        if (!auditSubsystem(subsystem, sanMap)) {
             DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: failed\n");
             return false;
         }
@@ -75,7 +121,7 @@ bool Storage_PhysicalDrivesLinux::audit() {
     return true;
 }
 
-bool Storage_PhysicalDrivesLinux::auditSubsystem(int subsystem) {
+bool Storage_PhysicalDrivesLinux::auditSubsystem(int subsystem, const SANMap& sanMap) {
     const std::string folder = Storage_DriveSubsystemDirectory.at(static_cast<std::size_t>(subsystem));
     const Host_Answer<std::vector<std::string>> entries = getHost().listFolder(folder);
     if (!entries) {
@@ -85,7 +131,7 @@ bool Storage_PhysicalDrivesLinux::auditSubsystem(int subsystem) {
     for (const std::string& entry : *entries) {
         if (!isValidDrive(entry, subsystem))
             continue;
-        const Outcome outcome = auditEntry(subsystem, folder, entry);
+        const Outcome outcome = auditEntry(subsystem, folder, entry, sanMap);
         if (outcome == Outcome::AuditFailed)
             return false;
         if (isToldToTerminate()) {
@@ -98,8 +144,10 @@ bool Storage_PhysicalDrivesLinux::auditSubsystem(int subsystem) {
     return true;
 }
 
-Storage_PhysicalDrivesLinux::Outcome
-Storage_PhysicalDrivesLinux::auditEntry(int subsystem, const std::string& folder, const std::string& entry) {
+Storage_PhysicalDrivesLinux::Outcome Storage_PhysicalDrivesLinux::auditEntry(int subsystem,
+                                                                             const std::string& folder,
+                                                                             const std::string& entry,
+                                                                             const SANMap& sanMap) {
     const std::string path = folder + '/' + entry;
     const Host_Answer<std::unique_ptr<Host_Device>> device = getHost().openDevice(path);
     if (!device) {
@@ -119,9 +167,16 @@ Storage_PhysicalDrivesLinux::auditEntry(int subsystem, const std::string& folder
     if (verdict != Verdict::Accepted)
         return verdict == Verdict::Unreachable ? Outcome::FolderDone : Outcome::GoOn;
     drive.setName(path.c_str());
-    if (auditAndInsert(std::move(allocated)) == Storage_Admission::Failed) {
+    switch (auditAndInsert(std::move(allocated))) {
+    case Storage_Admission::Inserted:
+        sanMap.mark(drive);
+        break;
+    case Storage_Admission::AlreadyThere:
+        break;
+    case Storage_Admission::Failed:
         DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: failed audit drive\n");
         recordFailure(path, System_Object::PhysicalDrive);
+        break;
     }
     return Outcome::GoOn;
 }

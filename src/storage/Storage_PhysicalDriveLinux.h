@@ -57,8 +57,11 @@ private:
     enum class Outcome { GoOn, FolderDone, AuditFailed };
     enum class Verdict { Accepted, NoDisk, Unreachable };
 
-    bool auditSubsystem(int subsystem);
-    Outcome auditEntry(int subsystem, const std::string& folder, const std::string& entry);
+    class SANMap;
+
+    bool auditSubsystem(int subsystem, const SANMap& sanMap);
+    Outcome auditEntry(int subsystem, const std::string& folder, const std::string& entry,
+                       const SANMap& sanMap);
     Verdict classify(Storage_PhysicalDriveLinux& drive, Host_Device& device, int subsystem,
                      const std::string& entry);
 };
