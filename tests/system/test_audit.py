@@ -71,9 +71,17 @@ def test_this_host(ctl, agent):
     assert (shown["Host"], shown["Operating system"]) == (machine["name"], system["name"])
     assert shown["Machine"] == f"PC compatible, {machine['model']}"
     assert re.match(r"UTC[+-]\d\d:\d\d", shown["Time zone"])
-    audited = ctl("audit", "plexes", *at)
-    assert audited.status == 0 and "GetPlexes: success (" in audited.stdout
-    assert ctl("audit", "all", *at).status == 0
+    (plexes,) = ctl("audit", "plexes", *at, "--json").json
+    assert (plexes["response"], [each["element"] for each in plexes["elements"]]) == ("success", ["Plexes"])
+    (everything,) = ctl("audit", "all", *at, "--json").json
+    assert [each["element"] for each in everything["elements"]] == [
+        "PhysicalDrives", "DriveExtents", "ExtentPools", "Plexes", "StorageVolumes", "StorageAssociations",
+    ]  # fmt: skip
+    tree = ctl("audit", "--tree", *at)
+    assert tree.status == 0 and re.search(r"^object +level +size", tree.stdout, re.M)
+    assert re.search(r"^/ +volume +[0-9.]+ [KMGTP]iB", tree.stdout, re.M)
+    assert "--tree" in ctl("audit", "--tree", "--json", *at).error(2)
+    assert ctl("audit", "all", "--agent", at[1], "--uuid", "other").status == 1
     assert "cellars" in ctl("audit", "cellars", *at).error(2)
 
 

@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
+#include <iterator>
 #include <unistd.h>
 #include <utility>
 
@@ -74,14 +75,40 @@ private:
     const std::function<void()>& step_;
 };
 
-int callAndShow(const Ctl_AgentOptions& options, const std::function<Ctl_Request()>& build,
+struct Answer {
+    std::string method;
+    Ctl_Reply reply;
+};
+
+/// The reply to one request stays as it is; those to several become one.
+Answer callAll(const Ctl_AgentClient& client, std::vector<Ctl_Request> requests, const std::string& command) {
+    Answer all;
+    all.method = command;
+    const bool isOne = requests.size() == 1;
+    for (Ctl_Request& request : requests) {
+        Answer one{request.method, client.call(std::move(request))};
+        if (isOne || !one.reply.isSuccess())
+            return one;
+        one.reply.duration += all.reply.duration;
+        one.reply.body.insert(0, all.reply.body);
+        auto& results = one.reply.response.children;
+        auto& earlier = all.reply.response.children;
+        results.insert(results.begin(), std::make_move_iterator(earlier.begin()),
+                       std::make_move_iterator(earlier.end()));
+        all.reply = std::move(one.reply);
+    }
+    std::erase_if(all.reply.response.attributes, [](const auto& each) { return each.first == "name"; });
+    return all;
+}
+
+using Build = std::function<std::vector<Ctl_Request>()>;
+
+int callAndShow(const std::string& command, const Ctl_AgentOptions& options, const Build& build,
                 const Ctl_View& view, const std::function<void()>& finish) {
     const Ctl_Layers layers(options.tls ? Ctl_Layers::NetworkWithTLS : Ctl_Layers::Network);
     const AtEnd finishBeforeTheLayers(finish);
     const Ctl_AgentClient client(options);
-    Ctl_Request request = build();
-    const std::string method = request.method;
-    const Ctl_Reply reply = client.call(std::move(request));
+    const auto [method, reply] = callAll(client, build(), command);
     if (options.raw)
         showRaw(reply.body);
     else if (options.json)
@@ -100,10 +127,23 @@ int callAndShow(const Ctl_AgentOptions& options, const std::function<Ctl_Request
 void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOptions>& options,
                           std::function<Ctl_Request()> build, Ctl_Action& chosen, Ctl_View view,
                           std::function<void()> finish) {
+    const auto buildAll = [build = std::move(build)] {
+        std::vector<Ctl_Request> requests;
+        requests.push_back(build());
+        return requests;
+    };
+    Ctl_MakeAgentCommand(command, options, Build(buildAll), chosen, std::move(view), std::move(finish));
+}
+
+void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOptions>& options,
+                          std::function<std::vector<Ctl_Request>()> build, Ctl_Action& chosen, Ctl_View view,
+                          std::function<void()> finish) {
     Ctl_AddAgentOptions(command, *options);
     command.callback([options, build = std::move(build), view = std::move(view), finish = std::move(finish),
-                      &chosen] {
+                      name = command.get_name(), &chosen] {
         if (!chosen) // a subcommand of this one comes first
-            chosen = [options, build, view, finish] { return callAndShow(*options, build, view, finish); };
+            chosen = [name, options, build, view, finish] {
+                return callAndShow(name, *options, build, view, finish);
+            };
     });
 }

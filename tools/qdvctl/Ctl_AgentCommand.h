@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 /// The results of a reply, the elements below Response, as text for a person; ends with a line feed.
 using Ctl_View = std::function<std::string(const std::vector<Ctl_Node>& results)>;
@@ -18,3 +19,9 @@ using Ctl_View = std::function<std::string(const std::vector<Ctl_Node>& results)
 void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOptions>& options,
                           std::function<Ctl_Request()> build, Ctl_Action& chosen, Ctl_View view = {},
                           std::function<void()> finish = {});
+
+/// The same for a command that calls several methods, one after the other. Their results are shown together,
+/// under the name of the command; the first refusal ends it and is shown alone.
+void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOptions>& options,
+                          std::function<std::vector<Ctl_Request>()> build, Ctl_Action& chosen,
+                          Ctl_View view = {}, std::function<void()> finish = {});

@@ -1,39 +1,75 @@
 #include "qdvctl/Ctl_AgentCommand.h"
+#include "qdvctl/Ctl_Render.h"
+#include "qdvctl/Ctl_StorageTree.h"
 #include "storage/Storage_Levels.h"
 
 #include <CLI/CLI.hpp>
 
-#include <map>
+#include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace {
 
-/// What can be audited, with the method for it.
-std::map<std::string, std::string> audits() {
-    std::map<std::string, std::string> methods = {{"all", "GetStorageSystem"}};
-    for (const Storage_Level& level : Storage_Levels)
-        methods.emplace(level.word, level.method);
-    return methods;
+constexpr const char* everything = "all";
+
+/// What the command line asks for.
+struct Wish {
+    std::string word = everything;
+    bool asTree = false;
+};
+
+const Storage_Level* levelOf(const std::string& word) {
+    const auto* const level = std::find_if(Storage_Levels.begin(), Storage_Levels.end(),
+                                           [&](const Storage_Level& each) { return each.word == word; });
+    return level == Storage_Levels.end() ? nullptr : level;
 }
 
-std::string words() {
-    std::string text;
+std::vector<std::string> words() {
+    std::vector<std::string> all;
     for (const Storage_Level& level : Storage_Levels)
-        text += level.word + std::string(", ");
-    return text + "or all";
+        all.emplace_back(level.word);
+    all.emplace_back(everything);
+    return all;
+}
+
+/// A tree needs all levels, whichever it begins with.
+std::vector<Ctl_Request> requestsFor(const Wish& wish) {
+    const Storage_Level* const one = wish.asTree ? nullptr : levelOf(wish.word);
+    std::vector<Ctl_Request> requests;
+    for (const Storage_Level& level : Storage_Levels)
+        if (one == nullptr || one == &level)
+            requests.push_back(Ctl_RequestFor(level.method));
+    return requests;
+}
+
+std::string showTree(const Wish& wish, const std::vector<Ctl_Node>& results) {
+    const Storage_Level* const level = levelOf(wish.word);
+    if (level == nullptr || level->allocateMember == nullptr)
+        return Ctl_StorageTree(results);
+    // A collection's type follows its members'.
+    return Ctl_StorageTree(results, static_cast<System_Object::StorageType>(level->type - 1));
 }
 
 } // namespace
 
 void Ctl_AddAudit(CLI::App& app, Ctl_Action& chosen) {
     CLI::App* command = app.add_subcommand(
-        "audit",
-        "Have the agent audit a level of its storage; needs --uuid. All levels together go to its server");
-    const auto methods = audits();
-    const auto word = std::make_shared<std::string>();
-    command->add_option("level", *word, words())->type_name("")->required()->check(CLI::IsMember(methods));
+        "audit", "Have the agent audit a level of its storage, or all of them, and show it; needs --uuid");
+    const auto wish = std::make_shared<Wish>();
+    const auto options = std::make_shared<Ctl_AgentOptions>();
+    command->add_option("level", wish->word, CLI::detail::join(words(), ", ") + "; all if it is left out")
+        ->type_name("")
+        ->check(CLI::IsMember(words()));
     Ctl_MakeAgentCommand(
-        *command, std::make_shared<Ctl_AgentOptions>(),
-        [methods, word] { return Ctl_RequestFor(methods.at(*word)); }, chosen);
+        *command, options, [wish] { return requestsFor(*wish); }, chosen,
+        [wish](const std::vector<Ctl_Node>& results) {
+            return wish->asTree ? showTree(*wish, results) : Ctl_RenderText(results);
+        });
+    CLI::Option* const tree =
+        command->add_flag("--tree", wish->asTree, "Show the stack, from volumes down to drives");
+    for (const char* form : {"--json", "--raw"})
+        tree->excludes(command->get_option(form));
 }

@@ -180,6 +180,12 @@ std::string Ctl_RenderText(const std::vector<Ctl_Node>& nodes, unsigned indent) 
     return out;
 }
 
+std::string Ctl_RenderRows(const std::vector<Row>& rows) {
+    std::string out;
+    appendRows(out, rows, 0);
+    return out;
+}
+
 std::string Ctl_RenderJson(const Attributes& members, const std::vector<Ctl_Node>& nodes) {
     std::string out = "{";
     appendMembers(out, members);

@@ -13,6 +13,9 @@
 /// in, their children. Fit for a terminal; every line ends with a line feed.
 std::string Ctl_RenderText(const std::vector<Ctl_Node>& nodes, unsigned indent = 0);
 
+/// A line for each row, its columns as wide as their widest cell. The cells are printable.
+std::string Ctl_RenderRows(const std::vector<std::vector<std::string>>& rows);
+
 /// A JSON object on one line: the members as strings, and "elements", an array of objects with "element" (the
 /// name) and, only where there is something, "attributes", "text" and "elements".
 std::string Ctl_RenderJson(const std::vector<std::pair<std::string, std::string>>& members,

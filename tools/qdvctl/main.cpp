@@ -15,6 +15,7 @@
 //   Ctl_Server          the stand-in for the management server, and how it shows a call
 //   Ctl_Envelope        the XML of requests and replies, both ways
 //   Ctl_Node            a document as plain values
+//   Ctl_StorageTree     the levels of the storage and their links as a tree
 //   Ctl_Render          such values as text for a person, and as JSON
 //   Ctl_Text            bytes from outside made fit for a terminal, and for JSON
 //   Ctl_Password        asked for without echo, wiped after use
