@@ -1,6 +1,5 @@
 #include "agent/AgentHTTP_RequestHandler.h"
 
-#include "base/Secret_Text.h"
 #include "methods/AgentRMI_MethodFactory.h"
 #include "net/HTTP_File.h"
 #include "rmi/AgentHTTP_PeerVerifyHandler.h"
@@ -8,7 +7,6 @@
 
 #include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace {
@@ -30,7 +28,7 @@ struct Reply {
 };
 
 /// The method's answer to one request; nothing if the envelope itself failed.
-std::optional<Reply> callMethod(HTTP_File& file, RMI_PeerVerifyHandler& peer, const std::string& request) {
+std::optional<Reply> callMethod(HTTP_File& file, RMI_PeerVerifyHandler& peer, std::string_view request) {
     AgentRMI_MethodFactory factory;
     RMI_RequestHandler handler;
     if (!handler.registerMethodFactory(&factory))
@@ -38,7 +36,7 @@ std::optional<Reply> callMethod(HTTP_File& file, RMI_PeerVerifyHandler& peer, co
     char* text = nullptr;
     Reply reply;
     const bool processed =
-        handler.processRequest(file.getEncryptionProtocol(), &peer, &request, text, reply.length);
+        handler.processRequest(file.getEncryptionProtocol(), &peer, request, text, reply.length);
     reply.text.reset(text);
     if (!processed)
         return std::nullopt;
@@ -69,8 +67,7 @@ bool AgentHTTP_RequestHandler::handlePost(HTTP_File* file, bool& keepFile) {
 
     std::optional<Reply> reply;
     try {
-        const Secret_Text request(std::string_view(body, static_cast<std::size_t>(length)));
-        reply = callMethod(*file, peer, request.asString());
+        reply = callMethod(*file, peer, std::string_view(body, static_cast<std::size_t>(length)));
     } catch (...) {
         reply.reset();
     }

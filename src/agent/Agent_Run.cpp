@@ -315,15 +315,23 @@ bool AgentRun::stop() {
 
 int Agent_Run() {
     AgentRun run;
-    if (!run.start()) {
+    try {
+        if (!run.start()) {
+            if (run.hasStartedServices())
+                Agent_Exit(EXIT_FAILURE);
+            return EXIT_FAILURE;
+        }
+        run.waitForShutdownRequest();
+        if (!run.stop()) {
+            DEBUG_LOG("Agent: shutdown failed, exiting immediately\n");
+            Agent_Exit(EXIT_FAILURE);
+        }
+    } catch (...) {
+        // What `run` holds is in use by the threads of services, so it must not go before they have ended.
+        DEBUG_LOG("Agent: Unexpected exception, exiting\n");
         if (run.hasStartedServices())
             Agent_Exit(EXIT_FAILURE);
         return EXIT_FAILURE;
-    }
-    run.waitForShutdownRequest();
-    if (!run.stop()) {
-        DEBUG_LOG("Agent: shutdown failed, exiting immediately\n");
-        Agent_Exit(EXIT_FAILURE);
     }
     DEBUG_LOG("Agent: shutdown successful\n");
     return EXIT_SUCCESS;

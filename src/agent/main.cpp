@@ -22,9 +22,11 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <grp.h>
+#include <malloc.h>
 #include <memory>
 #include <new>
 #include <string>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -43,6 +45,23 @@ void occupyStandardDescriptors() {
 void dropSupplementaryGroups() {
     if (setgroups(0, nullptr) != 0)
         DEBUG_LOG("Agent: keeping supplementary groups: %s\n", nxGetLastErrorMessage().c_str());
+}
+
+/// A connection takes a descriptor, and the usual soft limit is soon reached.
+void raiseDescriptorLimit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    limit.rlim_cur = limit.rlim_max;
+    if (setrlimit(RLIMIT_NOFILE, &limit) != 0)
+        DEBUG_LOG("Agent: keeping the limit of open files: %s\n", nxGetLastErrorMessage().c_str());
+}
+
+/// Large requests take memory of their own, which goes back to the system when they end; what every request
+/// takes stays at hand.
+void setMemoryLimits() {
+    mallopt(M_MMAP_THRESHOLD, 256 * 1024);
+    mallopt(M_TRIM_THRESHOLD, 1024 * 1024);
 }
 
 std::string directoryOf(const std::string& executable) {
@@ -90,5 +109,7 @@ int main(int argc, char* argv[]) {
         return EXIT_SUCCESS;
     }
     dropSupplementaryGroups();
+    raiseDescriptorLimit();
+    setMemoryLimits();
     return guarded(Agent_Run);
 }

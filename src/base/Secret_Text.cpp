@@ -49,7 +49,8 @@ Secret_Text Secret_Text::take(std::unique_ptr<char[]> text, std::size_t length) 
 }
 
 void Secret_Text::append(std::string_view text) {
-    reserve(text_.size() + text.size());
+    const std::size_t needed = text_.size() + text.size();
+    reserve(needed <= text_.capacity() ? needed : std::max(needed, 2 * text_.capacity()));
     text_.append(text);
 }
 
@@ -65,7 +66,7 @@ void Secret_Text::reserve(std::size_t size) {
         return;
     // A string that grows by itself leaves its old memory as it was.
     std::string larger;
-    larger.reserve(std::max(size, 2 * text_.capacity()));
+    larger.reserve(size);
     larger.append(text_);
     text_.swap(larger);
     wipe(larger);
@@ -76,4 +77,10 @@ void Secret_Text::clear() noexcept {
         return;
     wipe(text_);
     std::string().swap(text_);
+}
+
+/// A frame of its own, so that it covers the frames of the calls that have returned.
+[[gnu::noinline]] Secret_StackWipe::~Secret_StackWipe() {
+    char left[64 * 1024];
+    explicit_bzero(left, sizeof left);
 }

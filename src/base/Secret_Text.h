@@ -54,3 +54,13 @@ private:
     /// Empty or on the heap: a short string that lies inside its object is copied wherever the object goes.
     std::string text_;
 };
+
+/// Overwrites, when it goes, what the calls of its block have left on the stack of the thread: registers are
+/// put there by the compiler and, at the first call of a library's function, by the linker.
+class Secret_StackWipe {
+public:
+    Secret_StackWipe() = default;
+    Secret_StackWipe(const Secret_StackWipe&) = delete;
+    Secret_StackWipe& operator=(const Secret_StackWipe&) = delete;
+    ~Secret_StackWipe();
+};

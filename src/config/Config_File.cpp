@@ -6,6 +6,7 @@
 #include "base/Secret_Text.h"
 #include "base/String_Functions.h"
 #include "log/Debug_Printf.h"
+#include "xml/Xerces_Memory.h"
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 
@@ -43,6 +44,8 @@ bool _Base_Config_File::findFile() {
 }
 
 bool _Base_Config_File::readFile() {
+    const Secret_StackWipe stackWipe; // agent.conf holds a password
+    const Xerces_MemoryWipe wipe;
     Secret_Text contents;
     if (!File_ReadWhole(getFilePathname().c_str(), contents, MaximumFileSize))
         return failOnPath("read");
@@ -51,6 +54,8 @@ bool _Base_Config_File::readFile() {
 }
 
 bool _Base_Config_File::writeFile() {
+    const Secret_StackWipe stackWipe;
+    const Xerces_MemoryWipe wipe;
     char* serialized = nullptr;
     unsigned length = 0;
     const bool done = configSerialize(serialized, length);

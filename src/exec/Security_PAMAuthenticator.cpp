@@ -1,5 +1,6 @@
 #include "exec/Security_PAMAuthenticator.h"
 
+#include "base/Secret_Text.h"
 #include "log/Debug_Printf.h"
 
 #include <security/pam_appl.h>
@@ -126,6 +127,7 @@ Security_AuthResult Security_PAMAuthenticator::checkPAMAuth(const std::string& u
         return Security_AuthResult(AUTH_ERROR);
     }
 
+    const Secret_StackWipe stackWipe;
     const PamTransaction transaction(user, password);
     if (pamHandle == nullptr) {
         DEBUG_LOG("SECURITY:Unable to start PAM library.\n");

@@ -84,6 +84,7 @@ void AgentSSL_InfoCallback(const SSL* ssl, int where, int ret) {
 bool limitProtocol(SSL_CTX* context) {
     SSL_CTX_set_options(context, SSL_OP_ALL | SSL_OP_NO_RENEGOTIATION | SSL_OP_CIPHER_SERVER_PREFERENCE |
                                      SSL_OP_CLEANSE_PLAINTEXT);
+    SSL_CTX_set_mode(context, SSL_MODE_RELEASE_BUFFERS);
     return SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION) == 1 &&
            SSL_CTX_set_max_proto_version(context, TLS1_2_VERSION) == 1;
 }

@@ -1,13 +1,17 @@
 #include "net/HTTP_AcceptRunnable.h"
 
+#include "base/File_Descriptor.h"
 #include "net/HTTP_WorkerRunnable.h"
 #include "threads/MutexLock.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <fcntl.h>
 #include <iterator>
 #include <memory>
 #include <new>
+#include <sys/resource.h>
 
 namespace {
 
@@ -28,6 +32,27 @@ bool isWorthNoWait(int error) {
     return error == EINTR || error == ECONNABORTED;
 }
 
+/// Connections leave so many descriptors, or a quarter of few, to the work that they ask for: files, calls
+/// and commands of the host.
+constexpr rlim_t reservedDescriptors = 128;
+
+int firstReserved() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return INT_MAX;
+    const rlim_t first = limit.rlim_cur - std::min(reservedDescriptors, limit.rlim_cur / 4);
+    return static_cast<int>(std::min<rlim_t>(first, INT_MAX));
+}
+
+/// A new descriptor gets the lowest free number, so its number tells whether there is still room.
+bool leavesReserve(int descriptor) {
+    static const int limit = firstReserved();
+    if (descriptor < limit)
+        return true;
+    const File_Descriptor lowest(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
+    return lowest.get() != -1 && lowest.get() < limit;
+}
+
 } // namespace
 
 void HTTP_AcceptRunnable::run() {
@@ -41,6 +66,8 @@ bool HTTP_AcceptRunnable::acceptOne() {
     try {
         Socket_SocketImpl connection;
         if (listener_.accept(&connection)) {
+            while (!isToldToTerminate() && !leavesReserve(connection.descriptor()))
+                waitForSemaphore(shortageWaitMilliseconds);
             if (!isToldToTerminate())
                 handOver(connection);
             return true;

@@ -64,14 +64,10 @@ bool HTTP_FileImpl::close() {
     return socket_.close();
 }
 
-unsigned HTTP_FileImpl::readTimeLimit() const {
-    return socket_.getEncryptionProtocol() == Socket_Socket::ENCRYPTION_SSL ? Socket_NoTimeLimit
-                                                                            : HTTP_ReadTimeLimit;
-}
-
 void HTTP_FileImpl::clearMessage() {
     headers_.clear();
     body_.clear();
+    bodyShare_.release();
 }
 
 bool HTTP_FileImpl::readFirstLine(HTTP_HeadReader& reader) {

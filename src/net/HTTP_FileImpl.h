@@ -45,7 +45,6 @@ protected:
     HTTP_FileImpl() = default;
     HTTP_FileImpl(HTTP_Method method, std::string_view uri) : method_(method), uri_(uri) {}
 
-    unsigned readTimeLimit() const;
     void clearMessage();
     /// The first line of the message, logged.
     static bool readFirstLine(HTTP_HeadReader& reader);
@@ -57,6 +56,7 @@ protected:
     std::string version_ = "HTTP/1.0";
     HTTP_HeaderMap headers_;
     Secret_Text body_;
+    Memory_Share bodyShare_;
     Socket_SocketImpl socket_;
 
 private:

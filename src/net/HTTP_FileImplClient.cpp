@@ -7,6 +7,7 @@
 #include "net/HTTP_Stop.h"
 #include "net/HTTP_Text.h"
 #include "net/HTTP_URLEncoding.h"
+#include "net/Socket_Address.h"
 
 #include <algorithm>
 #include <array>
@@ -102,6 +103,7 @@ bool HTTP_FileImplClient::sendRequest(HTTP_Content_Type contentType, const char*
     if (returnCode_ != HTTP_RETURN_UNAUTHORIZED && returnCode_ != HTTP_RETURN_PROXY_AUTHORIZATION)
         return true;
 
+    const Secret_StackWipe stackWipe;
     const auto challenge = takeChallenge();
     if (challenge == nullptr)
         return false;
@@ -204,8 +206,8 @@ bool HTTP_FileImplClient::readReply(bool readBodyWithoutLength) {
         return false;
     // A peer that says there is no body may keep the connection open, so nothing is waited for then.
     if (const auto* length = HTTP_LastHeader<HTTP_HeaderContentLength>(headers_))
-        return HTTP_ReadBody(socket_, length->getContentLength(), limit, body_);
-    return !readBodyWithoutLength || HTTP_ReadBodyToEnd(socket_, limit, body_);
+        return HTTP_ReadBody(socket_, length->getContentLength(), limit, body_, bodyShare_);
+    return !readBodyWithoutLength || HTTP_ReadBodyToEnd(socket_, limit, body_, bodyShare_);
 }
 
 bool HTTP_FileImplClient::connect() {
@@ -234,13 +236,16 @@ bool HTTP_FileImplClient::bindLocalEnd(unsigned& port) {
     const HTTP_LocalEnd& local = route.localEnd;
     if (local.lowestPort == 0)
         return local.address.empty() || socket_.bind(local.address.c_str(), 0);
+    const auto address = Socket_ResolveAddress(local.address.c_str());
     const unsigned highest = std::min<unsigned>(local.highestPort, HTTP_HighestPort);
     for (unsigned candidate = local.lowestPort; candidate <= highest; ++candidate) {
         port = candidate;
-        if (socket_.bind(local.address.c_str(), static_cast<unsigned short>(candidate)))
+        if (address && socket_.bind(*address, static_cast<unsigned short>(candidate)))
             return true;
         DEBUG_LOG("HTTP_FileImpl::connect: failed to connect [return port] %s:%u (%u)\n",
                   route.target.getAddress(), static_cast<unsigned>(route.target.getPort()), port);
+        if (!address)
+            break;
     }
     return false;
 }

@@ -17,13 +17,15 @@ constexpr unsigned classifyingBytes = 4;
 /// More than the status line and the headers of any reply take.
 constexpr std::size_t replyHeadSize = 256;
 
+constexpr std::string_view newestVersion = "HTTP/1.1";
+
 bool beginsLikeRequest(std::string_view bytes) {
     return HTTP_StartsWithIgnoringCase(bytes, "GET") || HTTP_StartsWithIgnoringCase(bytes, "POST");
 }
 
 std::string_view protocolOfReply(std::string_view requestVersion) {
     constexpr std::string_view oldest = "HTTP/0.9";
-    return requestVersion == oldest ? oldest : "HTTP/1.1";
+    return requestVersion == oldest ? oldest : newestVersion;
 }
 
 } // namespace
@@ -47,7 +49,7 @@ bool HTTP_FileImplServer::readRequest() {
     clearMessage();
     if (!awaitRequest())
         return false;
-    HTTP_HeadReader reader(socket_, readTimeLimit());
+    HTTP_HeadReader reader(socket_, HTTP_ReadTimeLimit);
     return readRequestLine(reader) && reader.readHeaders(headers_) && readRequestBody();
 }
 
@@ -56,22 +58,21 @@ bool HTTP_FileImplServer::readRequest() {
 bool HTTP_FileImplServer::awaitRequest() {
     char start[classifyingBytes];
     bool flag = false;
-    const auto peekedRequest = [&](unsigned timeLimit, bool& peeked) {
-        peeked = socket_.peek(start, classifyingBytes, flag, timeLimit) == static_cast<int>(classifyingBytes);
+    const auto peekedRequest = [&](bool& peeked) {
+        peeked = socket_.peek(start, classifyingBytes, flag, HTTP_ReadTimeLimit) ==
+                 static_cast<int>(classifyingBytes);
         return peeked && beginsLikeRequest({start, classifyingBytes});
     };
     bool peeked = false;
-    // Between two requests a TLS connection waits no longer than a plain one.
-    const unsigned nextRequestLimit = socket_.isTLSEstablished() ? HTTP_ReadTimeLimit : Socket_NoTimeLimit;
     if (!socket_.isTLSEstablished()) {
         socket_.setEncryptionProtocol(Socket_Socket::ENCRYPTION_NONE);
-        if (peekedRequest(HTTP_ReadTimeLimit, peeked))
+        if (peekedRequest(peeked))
             return true;
         if (!peeked)
             return false;
         socket_.setEncryptionProtocol(Socket_Socket::ENCRYPTION_SSL);
     }
-    return peekedRequest(nextRequestLimit, peeked);
+    return peekedRequest(peeked);
 }
 
 bool HTTP_FileImplServer::readRequestLine(HTTP_HeadReader& reader) {
@@ -88,11 +89,13 @@ bool HTTP_FileImplServer::readRequestBody() {
     const auto* length = HTTP_LastHeader<HTTP_HeaderContentLength>(headers_);
     if (length == nullptr || length->getContentLength() == 0)
         return true;
-    if (!HTTP_ReadBody(socket_, length->getContentLength(), readTimeLimit(), body_))
+    if (length->getContentLength() <= HTTP_BodyLimit && !agreeToBody())
+        return false;
+    if (!HTTP_ReadBody(socket_, length->getContentLength(), HTTP_ReadTimeLimit, body_, bodyShare_))
         return false;
     const auto* type = HTTP_LastHeader<HTTP_HeaderContentType>(headers_);
     if (type != nullptr && type->getContentType() == HTTP_CONTENT_TYPE_FORM_URLENCODED) {
-        body_ = Secret_Text::take(decodeURLEncoding(body_.view()));
+        body_.resize(HTTP_DecodeInPlace(body_.data(), body_.size()));
         body_.resize(std::strlen(body_.c_str()));
     }
     if (gDebugPrintf.isEnabled())
@@ -100,19 +103,30 @@ bool HTTP_FileImplServer::readRequestBody() {
     return true;
 }
 
+/// A client that asks first, curl say, sends its body only then, or after a second in vain.
+bool HTTP_FileImplServer::agreeToBody() {
+    return version_ != newestVersion || !HTTP_HasHeader(headers_, "Expect", "100-continue") ||
+           writeAll("HTTP/1.1 100 Continue\r\n\r\n");
+}
+
 void HTTP_FileImplServer::logRequestBody() const {
-    if (requestBodyContainsPassword(body_.view()))
+    if (!HTTP_IsFreeOfPasswords(body_.view()))
         gDebugPrintf.print("RMI request body not logged for security reasons\n");
     else
         gDebugPrintf.print("\nreceived request body: %u\n%s\n", static_cast<unsigned>(body_.size()),
                            body_.c_str());
 }
 
-/// Once kept alive, a connection stays so for the rest of its life, or until the agent stops.
+/// Once kept alive, a connection stays so for the rest of its life, or until the agent stops, unless nobody
+/// can tell where the next request begins.
 void HTTP_FileImplServer::decideKeepAlive() {
+    if (HTTP_HasHeader(headers_, "Transfer-Encoding")) {
+        keepAlive_ = false;
+        return;
+    }
     const auto* connection = HTTP_LastHeader<HTTP_HeaderConnection>(headers_);
     const bool wanted = connection == nullptr
-                            ? version_ == "HTTP/1.1"
+                            ? version_ == newestVersion
                             : connection->getConnectionType() == HTTP_HeaderConnection::KEEP_ALIVE;
     keepAlive_ = (keepAlive_ || wanted) && !HTTP_IsStopping();
 }

@@ -12,6 +12,9 @@ public:
     bool getWasServerRequestMade() const override { return requestMade_; }
     bool getWasServerRequestSimple() const override;
 
+    /// Gives up the body of the last request, and its memory.
+    void forgetRequest() { clearMessage(); }
+
     /// Whether the peer may send another request on the connection after the reply.
     bool isKeepAlive() const { return keepAlive_; }
 
@@ -20,6 +23,7 @@ private:
     bool readRequest();
     bool readRequestLine(HTTP_HeadReader& reader);
     bool readRequestBody();
+    bool agreeToBody();
     void logRequestBody() const;
     void decideKeepAlive();
     bool createReply(std::string& out, HTTP_Return_Code code, HTTP_Content_Type contentType,

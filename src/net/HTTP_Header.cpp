@@ -41,6 +41,18 @@ std::unique_ptr<HTTP_Header> HTTP_FactoryAllocateHeader(std::string_view line) {
     return std::make_unique<HTTP_Header>();
 }
 
+bool HTTP_HasHeader(const HTTP_HeaderMap& headers, std::string_view name) {
+    return std::any_of(headers.begin(), headers.end(),
+                       [name](const auto& entry) { return HTTP_EqualsIgnoringCase(entry.first, name); });
+}
+
+bool HTTP_HasHeader(const HTTP_HeaderMap& headers, std::string_view name, std::string_view value) {
+    return std::any_of(headers.begin(), headers.end(), [name, value](const auto& entry) {
+        return HTTP_EqualsIgnoringCase(entry.first, name) &&
+               HTTP_EqualsIgnoringCase(entry.second->getValue(), value);
+    });
+}
+
 bool HTTP_Header::stripDoubleQuotes(const std::string* in, std::string* out) const {
     constexpr std::string_view stripped = " \"";
     const std::size_t first = in->find_first_not_of(stripped);

@@ -95,6 +95,11 @@ using HTTP_HeaderMap = std::multimap<std::string, std::unique_ptr<HTTP_Header>>;
 /// The header for a line, by the start of its name in any case, not parsed yet. Never null.
 std::unique_ptr<HTTP_Header> HTTP_FactoryAllocateHeader(std::string_view line);
 
+/// Whether a header of that name came, in any case.
+bool HTTP_HasHeader(const HTTP_HeaderMap& headers, std::string_view name);
+/// Whether one came with that value, in any case.
+bool HTTP_HasHeader(const HTTP_HeaderMap& headers, std::string_view name, std::string_view value);
+
 /// The last header that came with the name of the class; null if none did. The map must hold headers made by
 /// HTTP_FactoryAllocateHeader, which gives a fixed name to no other class.
 template <typename Header>

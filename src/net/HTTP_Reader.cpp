@@ -27,6 +27,33 @@ void appendWithoutLineEnds(Secret_Text& out, std::string_view text) {
     }
 }
 
+/// Doubles, but never beyond what is to come: a body that has arrived takes its own size.
+bool makeRoom(Secret_Text& body, std::size_t needed, std::size_t length, Memory_Share& share) {
+    if (needed <= share.size())
+        return true;
+    const std::size_t wanted = std::min(length, std::max(needed, 2 * share.size()));
+    if (!share.grow(wanted - share.size()))
+        return false;
+    body.reserve(wanted);
+    return true;
+}
+
+/// What such a header says is as good as a password.
+bool isAuthorization(std::string_view name) {
+    constexpr std::string_view word = "authorization";
+    return std::search(name.begin(), name.end(), word.begin(), word.end(),
+                       [](char a, char b) { return HTTP_Lower(a) == b; }) != name.end();
+}
+
+void logHeader(const Secret_Text& line) {
+    std::string_view name = HTTP_SkipBlanks(line.view());
+    name = name.substr(0, name.find_first_of(": \t\r\n"));
+    if (isAuthorization(name))
+        gDebugPrintf.print("%.*s: (not logged)\r\n", static_cast<int>(name.size()), name.data());
+    else
+        gDebugPrintf.print("%s", line.c_str());
+}
+
 bool endsHeaders(std::string_view line) {
     return line == "\r" || line == "\n" || line == "\r\n";
 }
@@ -109,7 +136,8 @@ bool HTTP_HeadReader::addHeader(HTTP_HeaderMap& headers) {
 bool HTTP_HeadReader::readHeaders(HTTP_HeaderMap& headers) {
     headers.clear();
     while (readLine()) {
-        DEBUG_LOG("%s", line_.c_str());
+        if (gDebugPrintf.isEnabled())
+            logHeader(line_);
         if (endsHeaders(line_.view()))
             return true;
         if (!addHeader(headers))
@@ -119,27 +147,31 @@ bool HTTP_HeadReader::readHeaders(HTTP_HeaderMap& headers) {
     return false;
 }
 
-bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, Secret_Text& body) {
+bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, Secret_Text& body,
+                   Memory_Share& share) {
     body.clear();
+    share.release();
     if (length > HTTP_BodyLimit)
         return false;
     while (body.size() < length) {
         if (!Socket_AwaitBytes(input, 1, timeLimit))
             return false;
         const std::string_view bytes = input.arrived().substr(0, length - body.size());
+        if (!makeRoom(body, body.size() + bytes.size(), length, share))
+            return false;
         body.append(bytes);
         input.consume(bytes.size());
     }
     return true;
 }
 
-bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, Secret_Text& body, std::size_t limit) {
+bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, Secret_Text& body, Memory_Share& share,
+                        std::size_t limit) {
     body.clear();
-    std::size_t received = 0;
+    share.release();
     while (Socket_AwaitBytes(input, 1, timeLimit)) {
         const std::string_view bytes = input.arrived();
-        received += bytes.size();
-        if (received > limit)
+        if (bytes.size() > limit - share.size() || !share.grow(bytes.size()))
             return false;
         appendWithoutLineEnds(body, bytes);
         input.consume(bytes.size());

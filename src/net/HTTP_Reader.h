@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Memory_Bound.h"
 #include "base/Secret_Text.h"
 #include "net/HTTP_Header.h"
 #include "net/Socket_Input.h"
@@ -11,7 +12,7 @@
 /// Reads the parts of an HTTP message from a stream: what the server reads of requests and the client of
 /// replies. Memory follows the bytes that have arrived; a password may be among them wherever they are.
 
-/// Seconds for which a plain connection may be silent while something is to be read from it.
+/// Seconds for which a connection, plain or TLS, may be silent while something is to be read from it.
 constexpr unsigned HTTP_ReadTimeLimit = 180;
 
 /// What the first line and the headers of a message may take together, in bytes. A header counts with its
@@ -60,9 +61,12 @@ private:
     Secret_Text line_;
 };
 
-/// Reads a body of exactly `length` bytes. False if it is larger than the limit or does not arrive whole.
-bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, Secret_Text& body);
+/// Reads a body of exactly `length` bytes, counted in `share`. False if it is larger than the limit, does not
+/// arrive whole, or all requests together hold too much.
+bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, Secret_Text& body,
+                   Memory_Share& share);
 
-/// Reads a body to the end of the stream, without its CRs and LFs. False if more than `limit` bytes come.
-bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, Secret_Text& body,
+/// Reads a body to the end of the stream, without its CRs and LFs. False if more than `limit` bytes come, or
+/// all requests together hold too much.
+bool HTTP_ReadBodyToEnd(Socket_Input& input, unsigned timeLimit, Secret_Text& body, Memory_Share& share,
                         std::size_t limit = HTTP_BodyLimit);

@@ -30,19 +30,24 @@ char escapedByte(char first, char second) {
 
 } // namespace
 
-std::string decodeURLEncoding(std::string_view text) {
-    std::string decoded;
-    decoded.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '+') {
-            decoded += ' ';
-        } else if (text[i] == '%' && text.size() - i >= escapeLength) {
-            decoded += escapedByte(text[i + 1], text[i + 2]);
+std::size_t HTTP_DecodeInPlace(char* text, std::size_t length) {
+    std::size_t decoded = 0;
+    for (std::size_t i = 0; i < length; ++i) {
+        char c = text[i];
+        if (c == '+') {
+            c = ' ';
+        } else if (c == '%' && length - i >= escapeLength) {
+            c = escapedByte(text[i + 1], text[i + 2]);
             i += escapeLength - 1;
-        } else {
-            decoded += text[i];
         }
+        text[decoded++] = c;
     }
+    return decoded;
+}
+
+std::string decodeURLEncoding(std::string_view text) {
+    std::string decoded(text);
+    decoded.resize(HTTP_DecodeInPlace(decoded.data(), decoded.size()));
     return decoded;
 }
 

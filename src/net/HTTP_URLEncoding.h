@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -9,4 +10,6 @@
 /// A "%" that two more characters don't follow stands for itself; two that are no number give what strtol
 /// reads from them, a zero byte if nothing.
 std::string decodeURLEncoding(std::string_view text);
+/// The same where the text lies; it never grows. Returns its new length.
+std::size_t HTTP_DecodeInPlace(char* text, std::size_t length);
 std::string encodeURLEncoding(std::string_view text);

@@ -29,7 +29,10 @@ bool HTTP_WorkerRunnable::serveRequest(HTTP_FileImplServer& file, bool& keepFile
         // A fault in a handler is the request's affair; the connection outlives it if it was to be kept
         // anyway.
     }
-    return file.isKeepAlive() && !keepFile && !HTTP_IsStopping();
+    if (keepFile)
+        return false;
+    file.forgetRequest();
+    return file.isKeepAlive() && !HTTP_IsStopping();
 }
 
 void HTTP_WorkerRunnable::run() {

@@ -25,26 +25,28 @@ sockaddr* generic(sockaddr_in& address) {
     return reinterpret_cast<sockaddr*>(&address);
 }
 
-bool resolve(const char* text, unsigned short port, sockaddr_in& address) {
-    if (text == nullptr)
-        return false;
-    const auto resolved = Socket_ResolveAddress(text);
-    if (!resolved)
-        return false;
-    address = {};
+sockaddr_in endpoint(in_addr host, unsigned short port) {
+    sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
-    address.sin_addr = *resolved;
-    return true;
+    address.sin_addr = host;
+    return address;
+}
+
+std::optional<in_addr> resolve(const char* text) {
+    return text == nullptr ? std::nullopt : Socket_ResolveAddress(text);
 }
 
 /// A signal does not stop a connection that is being made; it only ends the wait for it.
 bool finishConnect(int descriptor) {
     pollfd event{descriptor, POLLOUT, 0};
-    while (::poll(&event, 1, -1) < 0) {
-        if (errno != EINTR)
-            return false;
-    }
+    constexpr int limit = static_cast<int>(Socket_StalledWriteSeconds) * 1000;
+    int ready = -1;
+    do {
+        ready = ::poll(&event, 1, limit);
+    } while (ready < 0 && errno == EINTR);
+    if (ready <= 0)
+        return false;
     int error = 0;
     socklen_t size = sizeof error;
     return ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
@@ -133,9 +135,13 @@ bool Socket_SocketImpl::copy(Socket_Socket* source) {
 }
 
 bool Socket_SocketImpl::bind(const char* address, unsigned short port) {
-    sockaddr_in local{};
-    return isValid() && resolve(address, port, local) &&
-           ::bind(transport_->descriptor(), generic(local), sizeof local) == 0;
+    const auto host = resolve(address);
+    return host && bind(*host, port);
+}
+
+bool Socket_SocketImpl::bind(in_addr address, unsigned short port) {
+    sockaddr_in local = endpoint(address, port);
+    return isValid() && ::bind(transport_->descriptor(), generic(local), sizeof local) == 0;
 }
 
 bool Socket_SocketImpl::listen() {
@@ -147,9 +153,12 @@ bool Socket_SocketImpl::listen() {
 }
 
 bool Socket_SocketImpl::connect(const char* address, unsigned short port) {
-    sockaddr_in remote{};
-    if (open_ || !isValid() || !resolve(address, port, remote))
+    if (open_ || !isValid())
         return false;
+    const auto host = resolve(address);
+    if (!host)
+        return false;
+    sockaddr_in remote = endpoint(*host, port);
     const int descriptor = transport_->descriptor();
     if (::connect(descriptor, generic(remote), sizeof remote) != 0 &&
         !(errno == EINTR && finishConnect(descriptor)))

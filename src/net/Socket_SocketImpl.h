@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <netinet/in.h>
 #include <string_view>
 
 /// Socket_Socket over the platform's sockets. As Socket_Input it is the stream of what the peer sends:
@@ -42,6 +43,10 @@ public:
     void adopt(int descriptor, Socket_SSLFactory::ConnectionRole role);
     /// Whether a TLS handshake has been made: what comes from the peer is cipher text from then on.
     bool isTLSEstablished() const { return tls_ != nullptr && tls_->isEstablished(); }
+    /// bind() with an address that is looked up once and used for many ports.
+    bool bind(in_addr address, unsigned short port);
+    /// -1 while closed.
+    int descriptor() const { return isValid() ? transport_->descriptor() : -1; }
     /// The port on which the socket is bound; 0 if it is not.
     unsigned short getLocalPort() const;
     /// Ends the connection, or the attempt to make one, for both sides; whoever waits in an operation of an

@@ -18,6 +18,8 @@ constexpr unsigned handshakeWaitSeconds = 180;
 /// The plain text of one record, RFC 5246, 6.2.1.
 constexpr std::size_t largestRecord = 16384;
 constexpr std::size_t errorTextSize = 1024;
+/// The records of a large write go out together, so many bytes to a system call.
+constexpr std::size_t recordsAtOnce = 256 * std::size_t{1024};
 
 } // namespace
 
@@ -43,6 +45,8 @@ struct Socket_TLSBio {
             tls.transport_.sendWithoutWaiting(buffer, wanted);
             return length;
         }
+        if (tls.collected_ != nullptr)
+            return tls.collect({buffer, wanted}) ? length : -1;
         return tls.transport_.send(buffer, wanted) == wanted ? length : -1;
     }
 
@@ -132,7 +136,28 @@ bool Socket_TLS::receiveMore(unsigned timeoutSeconds) {
 
 int Socket_TLS::write(const char* buffer, int length) {
     ERR_clear_error();
+    std::string records;
+    if (static_cast<std::size_t>(length) > largestRecord)
+        collected_ = &records;
     const int count = SSL_write(ssl_.get(), buffer, length);
-    broken_ = broken_ || count <= 0;
-    return count;
+    const bool sent = count > 0 && (collected_ == nullptr || sendCollected());
+    collected_ = nullptr;
+    broken_ = broken_ || !sent;
+    return sent ? count : -1;
+}
+
+/// No exception may pass through the library.
+bool Socket_TLS::collect(std::string_view records) {
+    try {
+        collected_->append(records);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    return collected_->size() < recordsAtOnce || sendCollected();
+}
+
+bool Socket_TLS::sendCollected() {
+    const bool sent = transport_.send(collected_->data(), collected_->size()) == collected_->size();
+    collected_->clear();
+    return sent;
 }

@@ -46,10 +46,14 @@ public:
 private:
     friend struct Socket_TLSBio;
 
+    bool collect(std::string_view records);
+    bool sendCollected();
+
     Socket_Transport& transport_;
     Socket_TLSPtr ssl_;
     Socket_Buffer plain_;
     unsigned receiveLimit_;
+    std::string* collected_ = nullptr; ///< the cipher text of a large write, while there is one
     bool broken_ = false;
     bool farewell_ = false;
 };

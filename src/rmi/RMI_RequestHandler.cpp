@@ -2,12 +2,14 @@
 
 #include "base/Secret_Text.h"
 #include "log/Debug_Printf.h"
+#include "net/HTTP_BodyPassword.h"
 #include "rmi/RMI_Envelope.h"
 #include "rmi/RMI_Method.h"
 #include "rmi/RMI_MethodException.h"
 #include "rmi/RMI_MethodFactory.h"
 #include "rmi/RMI_PeerVerifyHandler.h"
 #include "rmi/RMI_RequestAttributes.h"
+#include "xml/Xerces_Memory.h"
 #include "xml/Xerces_XercesString.h"
 
 #include <algorithm>
@@ -211,6 +213,12 @@ struct Answer {
 /// Nothing where no reply can be made.
 std::optional<Answer> answer(Socket_Socket::EncryptionProtocol protocol, RMI_PeerVerifyHandler& peer,
                              RMI_MethodFactory* factory, std::string_view body) {
+    std::optional<Secret_StackWipe> stackWipe;
+    std::optional<Xerces_MemoryWipe> wipe;
+    if (!HTTP_IsFreeOfPasswords(body)) {
+        stackWipe.emplace();
+        wipe.emplace();
+    }
     try {
         Exchange exchange(protocol, peer, factory);
         const bool deliver = exchange.run(RMI_XmlInBody(body));
@@ -221,6 +229,14 @@ std::optional<Answer> answer(Socket_Socket::EncryptionProtocol protocol, RMI_Pee
         DEBUG_LOG("RMI: a request could not be processed\n");
     }
     return std::nullopt;
+}
+
+/// Whether the answer is to be delivered.
+bool give(const std::optional<Answer>& made, char*& reply, unsigned int& length) {
+    const std::string_view text = made ? std::string_view(made->text) : plainFailure;
+    reply = nxNewText(text);
+    length = static_cast<unsigned int>(text.size());
+    return made && made->deliver;
 }
 
 } // namespace
@@ -235,11 +251,13 @@ bool RMI_RequestHandler::registerMethodFactory(RMI_MethodFactory* factory) {
 bool RMI_RequestHandler::processRequest(Socket_Socket::EncryptionProtocol protocol,
                                         RMI_PeerVerifyHandler* peer, const std::string* body, char*& reply,
                                         unsigned int& length) {
-    std::optional<Answer> made;
-    if (peer != nullptr && body != nullptr)
-        made = answer(protocol, *peer, factory_, *body);
-    const std::string_view text = made ? std::string_view(made->text) : plainFailure;
-    reply = nxNewText(text);
-    length = static_cast<unsigned int>(text.size());
-    return made && made->deliver;
+    if (body != nullptr)
+        return processRequest(protocol, peer, std::string_view(*body), reply, length);
+    return give(std::nullopt, reply, length);
+}
+
+bool RMI_RequestHandler::processRequest(Socket_Socket::EncryptionProtocol protocol,
+                                        RMI_PeerVerifyHandler* peer, std::string_view body, char*& reply,
+                                        unsigned int& length) {
+    return give(peer == nullptr ? std::nullopt : answer(protocol, *peer, factory_, body), reply, length);
 }

@@ -3,6 +3,7 @@
 #include "net/Socket_Socket.h"
 
 #include <string>
+#include <string_view>
 
 class RMI_MethodFactory;
 class RMI_PeerVerifyHandler;
@@ -20,6 +21,10 @@ public:
     /// if the envelope itself failed.
     bool processRequest(Socket_Socket::EncryptionProtocol protocol, RMI_PeerVerifyHandler* peer,
                         const std::string* body, char*& reply, unsigned int& length);
+
+    /// The same for a body that is no string.
+    bool processRequest(Socket_Socket::EncryptionProtocol protocol, RMI_PeerVerifyHandler* peer,
+                        std::string_view body, char*& reply, unsigned int& length);
 
 private:
     RMI_MethodFactory* factory_ = nullptr;

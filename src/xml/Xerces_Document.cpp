@@ -1,5 +1,6 @@
 #include "xml/Xerces_Document.h"
 
+#include "xml/Xerces_Memory.h"
 #include "xml/Xerces_ParserPool.h"
 #include "xml/Xerces_Serializer.h"
 #include "xml/Xerces_Text.h"
@@ -23,7 +24,7 @@ namespace {
 using xercesc::DOMElement;
 using xercesc::DOMNode;
 
-/// A parser that has read more than this is not kept: its buffers have grown with the document.
+/// A parser for a text of more than this is not kept: its buffers have grown with the document.
 constexpr std::size_t largestKept = 262'144;
 
 /// Runs something that builds, with the library's exceptions turned into those that leave this folder.
@@ -107,7 +108,9 @@ void Xerces_DocumentReleaser::operator()(xercesc::DOMDocument* document) const {
 
 Xerces_DocumentPtr Xerces_Parse(std::string_view text, const char* bufferId, std::string* reason) {
     return parsing(reason, [&] {
-        std::unique_ptr<Xerces_Parser> parser = Xerces_Parsers().take();
+        const bool kept = text.size() <= largestKept && !Xerces_MemoryWipe::isWanted();
+        std::unique_ptr<Xerces_Parser> parser =
+            kept ? Xerces_Parsers().take() : std::make_unique<Xerces_Parser>();
         const Xerces_XercesString id(bufferId);
         const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
                                                 id.unicodeForm());
@@ -117,7 +120,7 @@ Xerces_DocumentPtr Xerces_Parse(std::string_view text, const char* bufferId, std
             if (reason != nullptr)
                 *reason = "the text is not UTF-8";
         }
-        if (document && text.size() <= largestKept)
+        if (document && kept)
             Xerces_Parsers().giveBack(std::move(parser));
         return document;
     });

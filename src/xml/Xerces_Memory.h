@@ -4,8 +4,8 @@
 
 #include <cstddef>
 
-/// What the XML library takes its memory from: the heap, as far as the limit of the thread allows. Beyond it
-/// an allocation fails with the library's OutOfMemoryException. Thread-safe.
+/// What the XML library takes its memory from: the heap, as far as the limit of the thread and the bound over
+/// all requests allow. Beyond them an allocation fails with the library's OutOfMemoryException. Thread-safe.
 class Xerces_Memory final : public xercesc::MemoryManager {
 public:
     xercesc::MemoryManager* getExceptionMemoryManager() override { return this; }
@@ -25,4 +25,20 @@ public:
 private:
     std::ptrdiff_t outerHeld_;
     std::ptrdiff_t outerLimit_;
+};
+
+/// While it lives, all that the library gives back on this thread is overwritten first, and no parser is kept
+/// for later: for documents that hold a password. Whatever is made of the document goes before this object.
+class Xerces_MemoryWipe {
+public:
+    Xerces_MemoryWipe();
+    Xerces_MemoryWipe(const Xerces_MemoryWipe&) = delete;
+    Xerces_MemoryWipe& operator=(const Xerces_MemoryWipe&) = delete;
+    ~Xerces_MemoryWipe();
+
+    /// Whether there is one for this thread.
+    static bool isWanted();
+
+private:
+    bool outer_;
 };

@@ -11,10 +11,14 @@
 #include <xercesc/sax/InputSource.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
+#include <algorithm>
+#include <iterator>
 #include <new>
 #include <stdexcept>
+#include <string_view>
 
 namespace {
 
@@ -37,6 +41,19 @@ class Refusal : public std::runtime_error {
 std::string describe(const xercesc::SAXParseException& problem) {
     return "line " + std::to_string(problem.getLineNumber()) + ", column " +
            std::to_string(problem.getColumnNumber()) + ": " + Xerces_ToBytes(problem.getMessage());
+}
+
+/// Under their registered names. Others are a way past those who look at the bytes, or are read by a
+/// converter that lets broken text through.
+constexpr std::u16string_view acceptedEncodings[] = {
+    u"UTF-8", u"US-ASCII", u"ISO-8859-1", u"WINDOWS-1252", u"UTF-16", u"UTF-16BE", u"UTF-16LE",
+};
+
+bool isAccepted(const XMLCh* encoding) {
+    return std::any_of(std::begin(acceptedEncodings), std::end(acceptedEncodings),
+                       [encoding](std::u16string_view accepted) {
+                           return xercesc::XMLString::compareIStringASCII(encoding, accepted.data()) == 0;
+                       });
 }
 
 /// Without a handler the library ends a document at its first fatal error and says nothing.
@@ -72,9 +89,10 @@ Xerces_DocumentPtr Xerces_Parser::run(const xercesc::InputSource& source, std::s
     const Xerces_MemoryLimit limit(maximumMemory);
     try {
         parse(source);
-        if (Xerces_DocumentPtr document{adoptDocument()})
+        Xerces_DocumentPtr document{adoptDocument()};
+        if (document && isAccepted(document->getInputEncoding()))
             return document;
-        why = "no document";
+        why = document ? "the encoding is not accepted" : "no document";
     } catch (const Refusal& refusal) {
         why = refusal.what();
     } catch (const xercesc::SAXException& problem) {
@@ -93,6 +111,13 @@ Xerces_DocumentPtr Xerces_Parser::run(const xercesc::InputSource& source, std::s
     if (reason != nullptr)
         *reason = why;
     return nullptr;
+}
+
+void Xerces_Parser::XMLDecl(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone,
+                            const XMLCh* actualEncoding) {
+    if (encoding != nullptr && *encoding != 0 && !isAccepted(encoding))
+        throw Refusal("the encoding \"" + Xerces_ToBytes(encoding) + "\" is not accepted");
+    XercesDOMParser::XMLDecl(version, encoding, standalone, actualEncoding);
 }
 
 void Xerces_Parser::doctypeDecl(const xercesc::DTDElementDecl&, const XMLCh*, const XMLCh*, bool, bool) {

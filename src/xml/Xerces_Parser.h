@@ -35,6 +35,8 @@ private:
     /// Comes before anything of the DOCTYPE is carried out.
     void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId, const XMLCh* systemId,
                      bool hasInternalSubset, bool hasExternalSubset) override;
+    void XMLDecl(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone,
+                 const XMLCh* actualEncoding) override;
     void startElement(const xercesc::XMLElementDecl& declaration, unsigned int urlId, const XMLCh* prefix,
                       const Attributes& attributes, XMLSize_t attributeCount, bool isEmpty,
                       bool isRoot) override;

@@ -1,5 +1,6 @@
 #include "xml/Xerces_Text.h"
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -146,7 +147,10 @@ std::size_t Xerces_ToUnits(std::string_view text, char16_t* units) {
 }
 
 std::string Xerces_ToBytes(std::u16string_view units) {
+    // At once as much as there can be: a string that grows leaves a copy behind, and this may be a password.
+    const auto wide = std::count_if(units.begin(), units.end(), [](char16_t unit) { return unit >= 0x80; });
     std::string out;
+    out.reserve(units.size() + 2 * static_cast<std::size_t>(wide));
     appendUnits(out, units, [&out](char32_t c) {
         if (c > mappedFirst && c <= mappedLast && isMapped(c - mappedFirst))
             out.push_back(static_cast<char>(c - mappedFirst));

@@ -14,7 +14,7 @@ public:
     explicit Xerces_XercesString(std::string_view text);
     Xerces_XercesString(const Xerces_XercesString&) = delete;
     Xerces_XercesString& operator=(const Xerces_XercesString&) = delete;
-    virtual ~Xerces_XercesString() = default;
+    virtual ~Xerces_XercesString();
 
     /// Zero-terminated; owned by this object.
     const char16_t* unicodeForm() const { return form_; }
@@ -26,6 +26,7 @@ private:
     void transcode(std::string_view text);
 
     char16_t* form_ = nullptr;
+    std::size_t capacity_ = 0; ///< of the form, with its zero
     std::unique_ptr<char16_t[]> long_;
     std::array<char16_t, shortLength + 1> short_;
 };

@@ -31,10 +31,13 @@ class User:
         self.name = "qdvt" + secrets.token_hex(4)
         self.password = "pA5 'w\\\"$" + secrets.token_hex(12)
         subprocess.run(["useradd", "-m", "-s", "/bin/sh", self.name], check=True)
-        subprocess.run(["chpasswd"], input=f"{self.name}:{self.password}\n".encode(), check=True)
+        self.set_password()
         self.id = pwd.getpwnam(self.name).pw_uid
         self.place = Path(tempfile.mkdtemp(prefix="qdv-user-"))
         os.chown(self.place, self.id, -1)
+
+    def set_password(self):
+        subprocess.run(["chpasswd"], input=f"{self.name}:{self.password}\n".encode(), check=True)
 
     def remove(self):
         subprocess.run(["userdel", "-r", "-f", self.name], check=True, stderr=subprocess.DEVNULL)

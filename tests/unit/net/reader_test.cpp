@@ -88,7 +88,8 @@ TEST(HTTP_Reader, EndlessInputIsGivenUp) {
     constexpr std::size_t smallLimit = 1000000;
     const std::function<bool(Socket_Input&)> readToEnd = [](Socket_Input& input) {
         Secret_Text body;
-        return HTTP_ReadBodyToEnd(input, noWait, body, smallLimit);
+        Memory_Share share;
+        return HTTP_ReadBodyToEnd(input, noWait, body, share, smallLimit);
     };
     const struct {
         const char* pattern;
