@@ -66,7 +66,7 @@ void Secret_Text::reserve(std::size_t size) {
         return;
     // A string that grows by itself leaves its old memory as it was.
     std::string larger;
-    larger.reserve(size);
+    larger.reserve(std::max(size, 2 * ownCapacity));
     larger.append(text_);
     text_.swap(larger);
     wipe(larger);

@@ -117,6 +117,14 @@ class Connection:
         self.send(data)
         return self.read_reply()
 
+    def expect(self, data):
+        """Takes these bytes, which must come next."""
+        end = time.monotonic() + PATIENCE
+        while len(self._pending) < len(data):
+            assert self._fill(end), f"connection ended with {self._pending!r}"
+        assert self._pending.startswith(data), self._pending
+        self._pending = self._pending[len(data) :]
+
     def read_to_end(self):
         """All that comes until the peer ends the connection, which it must do within the time limit."""
         end = time.monotonic() + PATIENCE

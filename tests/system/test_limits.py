@@ -1,0 +1,118 @@
+"""What one peer, a crowd of them, or a few large requests can take: never the agent."""
+
+import ctypes
+import os
+import resource
+import socket
+import struct
+from contextlib import ExitStack
+
+import pytest
+
+from harness import GET11, SUCCESS, anonymous_tls, envelope, post_request, wait_until
+
+LIMIT = 180
+PIDFD_OPEN, PIDFD_GETFD = 434, 438
+POST = "POST /nxCommand HTTP/1.1\r\nContent-Type: text/xml\r\n"
+
+
+def time_limits(agent, own_port):
+    """SO_RCVTIMEO and SO_SNDTIMEO of the agent's connections with that port of ours."""
+    libc = ctypes.CDLL(None, use_errno=True)
+    process, found = libc.syscall(PIDFD_OPEN, agent.pid, 0), []
+    for descriptor in agent.descriptors():
+        copy = libc.syscall(PIDFD_GETFD, process, descriptor, 0)
+        try:
+            with socket.socket(fileno=copy) as borrowed:
+                if borrowed.getpeername()[1] == own_port:
+                    found += [
+                        struct.unpack("ll", borrowed.getsockopt(socket.SOL_SOCKET, option, 16))[0]
+                        for option in (socket.SO_RCVTIMEO, socket.SO_SNDTIMEO)
+                    ]
+        except OSError:
+            if copy != -1:
+                continue  # no socket, or one without a peer
+    os.close(process)
+    return found
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root can look at the agent's sockets")
+def test_no_wait_is_without_limit(start, server):
+    """For a client that is silent after its handshake, between requests, or in a body; for a server after its."""
+    agent = start(server=server)
+    assert agent.outcome(uuid="id") == SUCCESS
+    tls = anonymous_tls()
+    began = (b"", GET11, POST.encode(), POST.encode() + b"Content-Length: 9\r\n\r\n1")
+    for begun, way in [(begun, way) for begun in began for way in (None, tls)]:
+        with agent.connect(tls=way) as connection:
+            connection.send(begun)
+            if begun == GET11:
+                connection.read_reply()
+            own_port = connection.socket.getsockname()[1]
+            wait_until(lambda: time_limits(agent, own_port) == [LIMIT, LIMIT], "the limits")
+    assert agent.outcome("SetCallServerWithSSL", "<x>true</x>", uuid="id", tls=tls) == SUCCESS
+    with server.holding(), agent.connect() as connection:
+        connection.send(post_request(envelope("PingServer")))
+        server.wait_calls("Ping")
+        assert time_limits(agent, server.tls_port) == [LIMIT, LIMIT]
+
+
+def test_connections_leave_descriptors_for_work(start):
+    """The soft limit is raised, and however many connections wait, files can be opened and programs run."""
+    limits = resource.getrlimit(resource.RLIMIT_NOFILE)
+    agent = start(verbose=False)
+    assert resource.prlimit(agent.pid, resource.RLIMIT_NOFILE) == (limits[1], limits[1])
+    agent = start(verbose=False, before=("prlimit", "--nofile=100:100"))
+    with ExitStack() as held:
+        served = held.enter_context(agent.connect())
+        assert served.ask(GET11).status == 200
+        for _ in range(120):
+            held.enter_context(agent.connect())
+        wait_until(lambda: len(agent.descriptors()) >= 75, "all that connections may have")
+        for uuid in ("one", "one"):
+            ask = post_request(envelope("GetHostSummary", request={"uuid": uuid}), version="HTTP/1.1")
+            assert b'response="success"' in served.ask(ask).body
+        assert agent.tree.identities() == [("one", "")]
+        assert len(agent.descriptors()) < 85
+    assert agent.get().status == 200
+
+
+def test_large_requests_share_one_bound_and_leave_nothing(start):
+    """A body is held once; what all bodies hold together is bounded, and goes back when they end."""
+    agent = start(verbose=False)
+    before, size = agent.rss(), 30 << 20
+    with ExitStack() as held:
+        for _ in range(8):
+            connection = held.enter_context(agent.connect())
+            connection.send(f"{POST}Content-Length: {size}\r\n\r\n".encode() + b"x" * (size - 1))
+        wait_until(lambda: agent.rss() > before + 7 * size, "the bodies to arrive")
+        assert agent.rss() < before + 8 * size + (32 << 20) or agent.tree.is_sanitized()
+        rest = (1 << 30) - 8 * size
+        one = 200 << 20
+        large = [held.enter_context(agent.connect()) for _ in range(rest // one + 1)]
+        for connection in large:
+            try:
+                connection.send(f"{POST}Content-Length: {one}\r\n\r\n".encode() + b"x" * (one - 1))
+            except ConnectionError:
+                break
+        assert connection is large[-1] and connection.read_to_end() == b"", "the one that is too much is closed"
+        assert agent.get().status == 200
+    wait_until(lambda: agent.rss() < before + (32 << 20) or agent.tree.is_sanitized(), "the memory to go back")
+
+
+def test_transfer_encoding_and_expect(agent):
+    """A body without a length cannot be skipped, so the connection ends; who asks before it sends is let."""
+    chunked = POST.encode() + b"Transfer-Encoding: chunked\r\n\r\n12\r\nGET / HTTP/1.1\r\n\r\n\r\n0\r\n\r\n"
+    for data in (chunked, chunked.replace(b"Transfer-", b"tRANSFER-"), GET11 + chunked):
+        replies = agent.raw(data)
+        assert replies.count(b"HTTP/1.1 200 OK") == data.startswith(b"GET")
+        assert replies.endswith(b"HTTP/1.1 400 BAD REQUEST\r\nContent-Type: text/html\r\n"
+                                b"Content-Length: 0\r\nConnection: Close\r\n\r\n")
+    body = envelope()
+    for tls in (None, anonymous_tls()):
+        with agent.connect(tls=tls) as connection:
+            connection.send(f"{POST}Content-Length: {len(body)}\r\nExpect: 100-Continue\r\n\r\n".encode())
+            connection.expect(b"HTTP/1.1 100 Continue\r\n\r\n")
+            assert connection.ask(body).status == 200
+    with agent.connect() as connection:
+        assert connection.ask(f"{POST}Expect: 100-continue\r\n\r\n".encode()).status == 400
