@@ -138,3 +138,8 @@ const std::vector<Storage_Mount>* Storage_HostReport::mounts() {
             answer->second = Storage_ReadMounts(*text);
     return answer->second ? &*answer->second : nullptr;
 }
+
+const Host_Answer<std::string>& Storage_HostReport::link(const std::string& path) {
+    const auto known = links_.find(path);
+    return known != links_.end() ? known->second : links_.emplace(path, host_.readLink(path)).first->second;
+}

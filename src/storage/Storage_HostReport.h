@@ -53,6 +53,9 @@ public:
     const std::vector<Storage_KernelPartition>* kernelPartitions();
     /// Null if there is no table of mounts.
     const std::vector<Storage_Mount>* mounts();
+    /// Where a soft link points, as it says itself. Asked once: each volume looks at the links of all logical
+    /// volumes.
+    const Host_Answer<std::string>& link(const std::string& path);
 
 private:
     /// By the word asked about; empty for a command without one.
@@ -90,4 +93,5 @@ private:
     Answers<std::string> ideMedia_;
     Answers<std::vector<Storage_KernelPartition>> kernelPartitions_;
     Answers<std::vector<Storage_Mount>> mounts_;
+    std::map<std::string, Host_Answer<std::string>> links_;
 };

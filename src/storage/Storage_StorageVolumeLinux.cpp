@@ -114,7 +114,7 @@ bool Storage_StorageVolumeLinux::findAmongLogicalVolumes(Storage_HostReport& rep
         return false;
     }
     for (const Storage_LogicalVolume& volume : *volumes) {
-        const Host_Answer<std::string> target = report.host().readLink(volume.path);
+        const Host_Answer<std::string>& target = report.link(volume.path);
         if (!target) {
             DEBUG_LOG("Storage_StorageVolumeLinux::auditLVM: readlink failed for %s. Reason: %s\n",
                       getDevicePath().c_str(), std::strerror(target.error()));
