@@ -50,6 +50,11 @@ std::string attributeOf(const Ctl_Node& node, const char* name) {
     return value == nullptr ? std::string() : *value;
 }
 
+std::string compositionText(const Ctl_Node& node) {
+    const std::string text = attributeOf(node, "composition");
+    return text == Storage_Composition_String[Composition_Unknown] ? std::string() : Ctl_Printable(text);
+}
+
 /// "931.5 GiB"; empty for nothing.
 std::string sizeText(const std::string& bytes) {
     constexpr double step = 1024;
@@ -111,7 +116,15 @@ private:
             }
     }
 
-    static bool isPlaceholder(const Key& key, const Object& object) {
+    /// A member of an array that is a whole drive is linked as an extent, too, which is no object of its own.
+    bool isDrive(const Key& key) const {
+        const auto drive = objects_.find({levelCount - 1, key.second});
+        return drive != objects_.end() && drive->second.form != nullptr;
+    }
+
+    bool isPlaceholder(const Key& key, const Object& object) const {
+        if (object.form == nullptr && isDrive(key))
+            return true;
         return key.second.starts_with("NULL" + std::string(elementOf(key.first)) + '_') ||
                (object.form != nullptr && attributeOf(*object.form, "existence") == "false");
     }
@@ -161,12 +174,10 @@ private:
         if (rows_.size() > mostLines)
             return;
         const Object& object = objects_.at(key);
-        const auto show = [&](const char* name) {
-            return object.form == nullptr ? std::string() : attributeOf(*object.form, name);
-        };
+        const Ctl_Node& form = object.form == nullptr ? Ctl_Node() : *object.form;
         rows_.push_back({std::string(depth * treeStep, ' ') + Ctl_Printable(key.second),
-                         levels[key.first].word, sizeText(show("totalBytes")),
-                         Ctl_Printable(show("composition")), Ctl_Printable(show("devicePath"))});
+                         levels[key.first].word, sizeText(attributeOf(form, "totalBytes")),
+                         compositionText(form), Ctl_Printable(attributeOf(form, "devicePath"))});
         for (const Key& child : object.children)
             add(child, depth + 1);
     }
@@ -179,5 +190,8 @@ private:
 } // namespace
 
 std::string Ctl_StorageTree(const std::vector<Ctl_Node>& results, std::optional<Type> top) {
-    return Stack(results).text(top);
+    std::vector<Ctl_Node> failures;
+    std::copy_if(results.begin(), results.end(), std::back_inserter(failures),
+                 [](const Ctl_Node& each) { return each.name == "AuditFailedItems"; });
+    return Stack(results).text(top) + Ctl_RenderText(failures);
 }

@@ -41,7 +41,9 @@ Ctl_Node associations(const std::vector<Link>& links) {
 /// common; what nothing lies on; names that steer a terminal.
 const std::vector<Ctl_Node> results = {
     collection("PhysicalDrives", "PhysicalDrive",
-               {{{"name", "/dev/sda"}, {"totalBytes", "1073741824"}}, {{"name", "/dev/sdb"}}}),
+               {{{"name", "/dev/sda"}, {"totalBytes", "1073741824"}},
+                {{"name", "/dev/sdb"}},
+                {{"name", "/dev/sdd"}, {"composition", "Unknown"}}}),
     collection("DriveExtents", "DriveExtent",
                {{{"name", "/dev/sda1"}, {"totalBytes", "512"}},
                 {{"name", "/dev/sda2"}},
@@ -65,8 +67,12 @@ const std::vector<Ctl_Node> results = {
                   {"DriveExtent", "/dev/sda3", "ExtentPool", "/dev/md0"},
                   {"DriveExtent", "/dev/sda2", "PhysicalDrive", "/dev/sda"},
                   {"DriveExtent", "/dev/sda3", "PhysicalDrive", "/dev/sda"},
+                  {"DriveExtent", "/dev/sdb", "ExtentPool", "/dev/md0"},
+                  {"DriveExtent", "NULLDriveExtent_/dev/sdb", "ExtentPool", "/dev/md0"},
+                  {"DriveExtent", "NULLDriveExtent_/dev/sdb", "PhysicalDrive", "/dev/sdb"},
                   {"Plex", "vg", "Plex", "vg"},
                   {"Plex", "vg", "OS", "Linux"}}),
+    collection("AuditFailedItems", "FailedObject", {{{"name", "/dev/sdc"}}}),
 };
 
 TEST(StorageTree, EachObjectStandsOnceBelowEachParent) {
@@ -82,11 +88,19 @@ TEST(StorageTree, EachObjectStandsOnceBelowEachParent) {
                                         "        /dev/sda  drive   1.0 GiB\n"
                                         "      /dev/sda3   extent\n"
                                         "        /dev/sda  drive   1.0 GiB\n"
-                                        "/dev/sdb          drive\n");
+                                        "      /dev/sdb    drive\n"
+                                        "/dev/sdd          drive\n"
+                                        "AuditFailedItems\n"
+                                        "  FailedObject\n"
+                                        "    name  /dev/sdc\n");
     EXPECT_EQ(Ctl_StorageTree(results, System_Object::PhysicalDrive),
               "object    level  size     composition  mounted from\n"
               "/dev/sda  drive  1.0 GiB\n"
-              "/dev/sdb  drive\n");
+              "/dev/sdb  drive\n"
+              "/dev/sdd  drive\n"
+              "AuditFailedItems\n"
+              "  FailedObject\n"
+              "    name  /dev/sdc\n");
 }
 
 } // namespace
