@@ -62,6 +62,7 @@ def test_silent_servers(start, server, stack):
         with agent.connect() as connection:
             if held:
                 assert connection.ask(GET11).status == 200
+                agent.wait_rest()
             else:
                 connection.close()
             assert agent.stop() == int(held)
