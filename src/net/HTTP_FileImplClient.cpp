@@ -238,12 +238,13 @@ bool HTTP_FileImplClient::bindLocalEnd(unsigned& port) {
         return local.address.empty() || socket_.bind(local.address.c_str(), 0);
     const auto address = Socket_ResolveAddress(local.address.c_str());
     const unsigned highest = std::min<unsigned>(local.highestPort, HTTP_HighestPort);
+    const char* target = route.target.getAddress();
     for (unsigned candidate = local.lowestPort; candidate <= highest; ++candidate) {
         port = candidate;
         if (address && socket_.bind(*address, static_cast<unsigned short>(candidate)))
             return true;
         DEBUG_LOG("HTTP_FileImpl::connect: failed to connect [return port] %s:%u (%u)\n",
-                  route.target.getAddress(), static_cast<unsigned>(route.target.getPort()), port);
+                  target != nullptr ? target : "", static_cast<unsigned>(route.target.getPort()), port);
         if (!address)
             break;
     }
