@@ -49,13 +49,13 @@ file /etc/mtab = "/dev/mapper/vg0-lv /mnt ext3 rw 0 0\n"
 filesystem /mnt = 4096 10 5 4 8 3
 )";
 
-const std::string scsi =
+const std::string scsiText =
     R"(= "Host: scsi1 Channel: 00 Id: 05 Lun: 02\nVendor: a Model: b\nType:   Direct-Access x\n)"
     R"(Host: scsi1 Channel: 00 Id: 06 Lun: 00\nVendor: a Model: b\nType:   Direct-Access x\n")";
 
 std::string machine() {
     std::string text = machine26;
-    return text.replace(text.find("< scsi"), 6, scsi);
+    return text.replace(text.find("< scsi"), 6, scsiText);
 }
 
 /// Without the line that begins so, or with another answer in it.
