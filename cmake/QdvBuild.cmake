@@ -61,7 +61,7 @@ function(qdv_unit_test name)
     target_compile_options(${name} PRIVATE -O0 -U_FORTIFY_SOURCE)
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest GTest::gtest_main Threads::Threads)
     add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES TIMEOUT 120)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()
 
 # qdv_fuzz_target(<name> SOURCES <file>... LIBS <library>...)

@@ -27,6 +27,9 @@ constexpr std::size_t PieceSize = PIPE_BUF;
 /// How long a line waits for a reader at a time; once only when the agent stops.
 constexpr int ReaderWaitMilliseconds = 500;
 
+/// What most messages fit into; a longer one is formatted twice.
+constexpr std::size_t UsualLength = 256;
+
 /// Of a line; the memory of a longer one is given back.
 constexpr std::size_t KeptMemory = 4096;
 
@@ -99,7 +102,7 @@ bool Debug_Printf::formatLine(const char* format, std::va_list arguments) {
         date_->serialize(&stamp_);
         line_.assign(stamp_).append(": ");
         const std::size_t start = line_.size();
-        line_.resize(std::max(line_.capacity(), start + 1));
+        line_.resize(start + UsualLength);
         const int length = std::vsnprintf(line_.data() + start, line_.size() - start, format, arguments);
         formatted = length >= 0;
         const std::size_t end = start + static_cast<std::size_t>(std::max(length, 0));

@@ -12,19 +12,19 @@ namespace {
 
 constexpr const char* malformed = "Malformed SetCallServerWithSSL RMI";
 
-[[noreturn]] void refuse(const char* why) {
+[[noreturn]] void refuseSetting(const char* why) {
     DEBUG_LOG("AgentRMI_MethodSetCallServerWithSSL::invoke(): %s in RMI\n", why);
     throw RMI_MethodException(RMI_MethodException::GeneralFailure, malformed);
 }
 
 bool readValue(const xercesc::DOMElement& parameter) {
     if (!Xerces_HasChild(parameter))
-        refuse("null subnode");
+        refuseSetting("null subnode");
     const std::optional<std::string> text = Xerces_FirstText(parameter);
     if (!text)
-        refuse("null value");
+        refuseSetting("null value");
     if (*text != "true" && *text != "false")
-        refuse("illegal boolean value");
+        refuseSetting("illegal boolean value");
     return *text == "true";
 }
 

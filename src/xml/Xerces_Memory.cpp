@@ -29,7 +29,7 @@ public:
     ~Uncounted() { Memory_Count(bytes_); }
 
     void add(std::ptrdiff_t bytes) {
-        constexpr std::ptrdiff_t step = 1024 * 1024;
+        constexpr std::ptrdiff_t step = std::ptrdiff_t{1} << 20;
         bytes_ += bytes;
         if (bytes_ > step || bytes_ < -step)
             Memory_Count(std::exchange(bytes_, 0));
