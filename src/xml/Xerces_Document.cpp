@@ -16,6 +16,8 @@
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLException.hpp>
 
+#include <chrono>
+#include <mutex>
 #include <new>
 #include <stdexcept>
 
@@ -26,6 +28,12 @@ using xercesc::DOMNode;
 
 /// A parser for a text of more than this is not kept: its buffers have grown with the document.
 constexpr std::size_t largestKept = 262'144;
+
+/// While it is parsed a text takes ten times its size and more, so large ones take turns: several together
+/// would meet the bound over all requests, and each of them is honest.
+constexpr std::size_t largestBesideOthers = std::size_t{1024} * 1024;
+constexpr std::chrono::seconds longestWaitForTurn(60);
+std::timed_mutex turnOfLargeTexts;
 
 /// Runs something that builds, with the library's exceptions turned into those that leave this folder.
 template <typename Build>
@@ -108,6 +116,9 @@ void Xerces_DocumentReleaser::operator()(xercesc::DOMDocument* document) const {
 
 Xerces_DocumentPtr Xerces_Parse(std::string_view text, const char* bufferId, std::string* reason) {
     return parsing(reason, [&] {
+        std::unique_lock turn(turnOfLargeTexts, std::defer_lock);
+        if (text.size() > largestBesideOthers && !turn.try_lock_for(longestWaitForTurn))
+            throw std::bad_alloc();
         const bool kept = text.size() <= largestKept && !Xerces_MemoryWipe::isWanted();
         std::unique_ptr<Xerces_Parser> parser =
             kept ? Xerces_Parsers().take() : std::make_unique<Xerces_Parser>();
