@@ -67,8 +67,8 @@ struct HBA_FcpTargetMapping {
     std::array<HBA_FcpScsiEntry, mostEntries> entries;
 };
 // 303108 where 64-bit numbers are aligned as 32-bit ones are, 311304 elsewhere.
-static_assert(sizeof(HBA_FcpTargetMapping) ==
-              offsetof(HBA_FcpTargetMapping, entries) + 1024 * (alignof(HBA_FcpId) == 8 ? 304 : 296));
+static_assert(sizeof(HBA_FcpTargetMapping) == offsetof(HBA_FcpTargetMapping, entries) +
+                                                  std::size_t{1024} * (alignof(HBA_FcpId) == 8 ? 304 : 296));
 
 /// The entry points of the library. It is found at run time, since few machines have it. Calls into it are
 /// for one thread at a time; see gHBAAPIMutex.

@@ -50,8 +50,11 @@ def user():
 
 
 @pytest.mark.skipif(os.geteuid() != 0, reason="only root can make the user and read the memory")
-def test_no_copy_of_a_password_is_left_in_memory(start, server, user):
+def test_no_copy_of_a_password_is_left_in_memory(stage, start, server, user):
     """After each kind of request that carries one, on connections that stay open."""
+    program = (stage / "bin" / "QDVAgent").read_bytes()
+    if b"__asan_init" in program or b"__tsan_init" in program:
+        pytest.skip("the sanitizers keep memory and stacks of their own, which nobody can wipe")
     kept = secrets.token_hex(16)
     agent = start(server=server, conf={"ServerInfo": {"username": "agent", "password": kept}})
     assert agent.outcome(uuid="id") == SUCCESS
