@@ -17,8 +17,10 @@
 #include <xercesc/util/XMLException.hpp>
 
 #include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <stdexcept>
 
 namespace {
@@ -33,7 +35,29 @@ constexpr std::size_t largestKept = 262'144;
 /// would meet the bound over all requests, and each of them is honest.
 constexpr std::size_t largestBesideOthers = std::size_t{1024} * 1024;
 constexpr std::chrono::seconds longestWaitForTurn(60);
-std::timed_mutex turnOfLargeTexts;
+
+/// The turn of a large text, held while it is parsed. Throws std::bad_alloc if it does not come.
+class LargeTextTurn {
+public:
+    LargeTextTurn() {
+        std::unique_lock lock(mutex);
+        if (!freed.wait_for(lock, longestWaitForTurn, [] { return !isTaken; }))
+            throw std::bad_alloc();
+        isTaken = true;
+    }
+    LargeTextTurn(const LargeTextTurn&) = delete;
+    LargeTextTurn& operator=(const LargeTextTurn&) = delete;
+    ~LargeTextTurn() {
+        const std::lock_guard lock(mutex);
+        isTaken = false;
+        freed.notify_one();
+    }
+
+private:
+    static inline std::mutex mutex;
+    static inline std::condition_variable freed;
+    static inline bool isTaken = false;
+};
 
 /// Runs something that builds, with the library's exceptions turned into those that leave this folder.
 template <typename Build>
@@ -116,9 +140,9 @@ void Xerces_DocumentReleaser::operator()(xercesc::DOMDocument* document) const {
 
 Xerces_DocumentPtr Xerces_Parse(std::string_view text, const char* bufferId, std::string* reason) {
     return parsing(reason, [&] {
-        std::unique_lock turn(turnOfLargeTexts, std::defer_lock);
-        if (text.size() > largestBesideOthers && !turn.try_lock_for(longestWaitForTurn))
-            throw std::bad_alloc();
+        std::optional<LargeTextTurn> turn;
+        if (text.size() > largestBesideOthers)
+            turn.emplace();
         const bool kept = text.size() <= largestKept && !Xerces_MemoryWipe::isWanted();
         std::unique_ptr<Xerces_Parser> parser =
             kept ? Xerces_Parsers().take() : std::make_unique<Xerces_Parser>();
