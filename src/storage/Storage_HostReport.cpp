@@ -3,6 +3,7 @@
 #include "exec/ShellCommand_Quote.h"
 #include "log/Debug_Printf.h"
 #include "storage/Storage_CheckVersion.h"
+#include "storage/Storage_Lines.h"
 
 #include <algorithm>
 
@@ -10,6 +11,8 @@ namespace {
 
 constexpr std::chrono::seconds commandLimit{60};
 constexpr std::chrono::minutes requestLimit{10};
+/// Before it the tools of their time are the only source.
+constexpr std::uint64_t firstSeriesWithAccount = 3;
 constexpr const char* mountTable = "/etc/mtab";
 
 /// Some words come from output that users have a hand in; one that begins with "-" would be an option.
@@ -58,13 +61,25 @@ const Value* Storage_HostReport::askAbout(Answers<Value>& answers, const std::st
     return nullptr;
 }
 
-bool Storage_HostReport::isKernel(const char* version) {
+const std::string* Storage_HostReport::release() {
     const std::string* release = ask(release_, "", "uname -r", [](std::string text) { return text; });
-    if (release == nullptr) {
+    if (release == nullptr)
         DEBUG_LOG("Storage_CheckVersion: OS command failed: %s\n", failedCommand_.c_str());
-        return false;
-    }
-    return Storage_ReleaseHasVersion(*release, version);
+    return release;
+}
+
+bool Storage_HostReport::isKernel(const char* version) {
+    const std::string* text = release();
+    return text != nullptr && Storage_ReleaseHasVersion(*text, version);
+}
+
+const Storage_BlockDevices* Storage_HostReport::blockDevices() {
+    const std::string* text = release();
+    if (text == nullptr || Storage_Number(*text) < firstSeriesWithAccount)
+        return nullptr;
+    if (!blockDevices_)
+        blockDevices_.emplace(host_);
+    return blockDevices_->areKnown() ? &*blockDevices_ : nullptr;
 }
 
 const Storage_FdiskDrive* Storage_HostReport::fdisk(const std::string& drive) {

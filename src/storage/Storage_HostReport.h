@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/Host_Host.h"
+#include "storage/Storage_BlockDevices.h"
 #include "storage/Storage_FdiskReader.h"
 #include "storage/Storage_LVMReader.h"
 #include "storage/Storage_ProcReader.h"
@@ -35,6 +36,8 @@ public:
 
     /// Storage_CheckVersion, which asks the host once.
     bool isKernel(const char* version);
+    /// The kernel's own account of its devices, from series 3 on. Null before, and where there is no sysfs.
+    const Storage_BlockDevices* blockDevices();
 
     const Storage_FdiskDrive* fdisk(const std::string& drive);
     const std::vector<Storage_FdiskPartition>* partitions();
@@ -76,7 +79,10 @@ private:
     const std::chrono::steady_clock::time_point deadline_;
     std::string failedCommand_;
 
+    const std::string* release();
+
     Answers<std::string> release_;
+    std::optional<Storage_BlockDevices> blockDevices_;
     Answers<Storage_FdiskDrive> fdisk_;
     Answers<std::vector<Storage_FdiskPartition>> partitions_;
     Answers<Storage_PhysicalVolume> physicalVolumes_;

@@ -1,0 +1,282 @@
+#include "storage/Storage_BlockDevices.h"
+
+#include "host/Host_Host.h"
+#include "storage/Storage_Lines.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace {
+
+using Kind = Storage_BlockDevice::Kind;
+
+/// The kernel counts in these wherever a device has larger ones too.
+constexpr std::uint64_t sectorBytes = 512;
+const std::string blockFolder = "/sys/block/";
+
+/// Majors of devices that are no drives: ram disks, floppies, loop devices, optical drives.
+constexpr unsigned majorsOfOthers[] = {1, 2, 7, 11};
+/// What the mapper's identities of multipath maps and of their partitions begin with.
+constexpr std::string_view multipathPrefix = "mpath-";
+constexpr std::string_view mappedPartitionPrefix = "part";
+
+std::string lineOf(Host_Host& host, const std::string& path) {
+    const Host_Answer<std::string> text = host.readFile(path);
+    if (!text)
+        return {};
+    std::string_view line = std::string_view(*text).substr(0, text->find('\n'));
+    while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back())) != 0)
+        line.remove_suffix(1);
+    while (!line.empty() && std::isspace(static_cast<unsigned char>(line.front())) != 0)
+        line.remove_prefix(1);
+    return std::string(line);
+}
+
+std::uint64_t numberOf(Host_Host& host, const std::string& path) {
+    return Storage_Number(lineOf(host, path));
+}
+
+std::vector<std::string> namesIn(Host_Host& host, const std::string& folder) {
+    return host.listFolder(folder).valueOr({});
+}
+
+/// "8:1".
+void readNumbers(const std::string& line, Storage_BlockDevice& device) {
+    const std::size_t colon = line.find(':');
+    device.major = static_cast<unsigned>(Storage_Number(line));
+    device.minor = colon == std::string::npos
+                       ? 0
+                       : static_cast<unsigned>(Storage_Number(std::string_view(line).substr(colon + 1)));
+}
+
+/// In sysfs a slash in a device's name is an exclamation mark.
+std::string nodePath(std::string name) {
+    std::replace(name.begin(), name.end(), '!', '/');
+    return "/dev/" + name;
+}
+
+/// Finds the device's node; none if no node has its numbers.
+void findNode(Host_Host& host, Storage_BlockDevice& device) {
+    const auto isNode = [&](const std::string& path) {
+        const Host_Answer<Host_Node> node = host.node(path);
+        return node && node->kind == Host_Node::Block && node->major == device.major &&
+               node->minor == device.minor;
+    };
+    std::vector<std::string> candidates;
+    if (!device.mapName.empty())
+        candidates.push_back("/dev/mapper/" + device.mapName);
+    candidates.push_back(nodePath(device.name));
+    const auto found = std::find_if(candidates.begin(), candidates.end(), isNode);
+    if (found != candidates.end())
+        device.path = *found;
+}
+
+bool isOneOf(std::string_view word, std::initializer_list<std::string_view> words) {
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+/// A boot area of a memory card is hardware's own storage, not a disk's.
+bool isBootArea(const Storage_BlockDevice& device) {
+    return device.subsystem == "mmc" && device.name.find("boot") != std::string::npos;
+}
+
+Kind kindOf(Host_Host& host, const Storage_BlockDevice& device, const std::string& folder) {
+    if (device.level)
+        return Kind::Array;
+    if (device.mapUuid.starts_with(multipathPrefix))
+        return Kind::Drive;
+    if (device.mapUuid.starts_with(mappedPartitionPrefix))
+        return Kind::Partition;
+    if (!device.mapName.empty())
+        return Kind::Mapped;
+    if (device.subsystem.empty() || device.totalBytes == 0 || isBootArea(device) ||
+        std::find(std::begin(majorsOfOthers), std::end(majorsOfOthers), device.major) !=
+            std::end(majorsOfOthers))
+        return Kind::Other;
+    // Types of SCSI devices that are disks: direct access, write once, simplified, zoned.
+    const std::string type = device.subsystem == "scsi" ? lineOf(host, folder + "/device/type") : "0";
+    return isOneOf(type, {"0", "4", "14", "20"}) ? Kind::Drive : Kind::Other;
+}
+
+/// The serial number as the drive's driver or udev's probe knows it.
+std::string serialOf(Host_Host& host, const Storage_BlockDevice& device, const std::string& folder) {
+    for (const char* key : {"SCSI_IDENT_SERIAL", "ID_SCSI_SERIAL", "ID_SERIAL_SHORT"})
+        if (const std::string_view serial = device.property(key); !serial.empty())
+            return std::string(serial);
+    std::string serial = lineOf(host, folder + "/device/serial");
+    return serial.empty() ? lineOf(host, folder + "/serial") : serial;
+}
+
+void readHardware(Host_Host& host, const std::string& folder, Storage_BlockDevice& device) {
+    const Host_Answer<std::string> link = host.readLink(folder + "/device/subsystem");
+    if (!link)
+        return;
+    device.subsystem = link->substr(link->rfind('/') + 1);
+    // A namespace that several controllers share hangs from all of them as one.
+    if (device.subsystem.starts_with("nvme"))
+        device.subsystem = "nvme";
+    device.vendor = lineOf(host, folder + "/device/vendor");
+    // Other buses keep a number there.
+    if (device.vendor.starts_with("0x"))
+        device.vendor.clear();
+    device.model = lineOf(host, folder + (device.subsystem == "mmc" ? "/device/name" : "/device/model"));
+    device.serial = serialOf(host, device, folder);
+    device.isSuspended = lineOf(host, folder + "/device/power/runtime_status") == "suspended";
+}
+
+void readArray(Host_Host& host, const std::string& folder, Storage_BlockDevice& device) {
+    const std::string level = lineOf(host, folder + "/md/level");
+    if (level.empty())
+        return;
+    device.level = level;
+    constexpr std::string_view prefix = "dev-";
+    for (const std::string& entry : namesIn(host, folder + "/md")) {
+        if (!entry.starts_with(prefix))
+            continue;
+        // "in_sync,write_mostly", "spare", "faulty". A rebuilding member is a spare with a place.
+        const std::string state = lineOf(host, folder + "/md/" + entry + "/state");
+        const std::string slot = lineOf(host, folder + "/md/" + entry + "/slot");
+        device.members.push_back({entry.substr(prefix.size()), state.find("faulty") == std::string::npos &&
+                                                                   !slot.empty() && slot != "none"});
+    }
+}
+
+std::map<std::string, std::string, std::less<>> propertiesOf(Host_Host& host,
+                                                             const Storage_BlockDevice& device) {
+    const Host_Answer<std::string> text =
+        host.readFile("/run/udev/data/b" + std::to_string(device.major) + ':' + std::to_string(device.minor));
+    return text ? Storage_ReadUdevProperties(*text) : std::map<std::string, std::string, std::less<>>();
+}
+
+} // namespace
+
+std::map<std::string, std::string, std::less<>> Storage_ReadUdevProperties(std::string_view text) {
+    std::map<std::string, std::string, std::less<>> properties;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        const std::size_t equals = line.find('=');
+        if (line.starts_with("E:") && equals != std::string_view::npos)
+            properties.insert_or_assign(std::string(line.substr(2, equals - 2)),
+                                        std::string(line.substr(equals + 1)));
+    }
+    return properties;
+}
+
+Storage_BlockDevices::Storage_BlockDevices(Host_Host& host) {
+    const Host_Answer<std::vector<std::string>> names = host.listFolder("/sys/block");
+    areKnown_ = static_cast<bool>(names);
+    if (!areKnown_)
+        return;
+    for (const std::string& name : *names)
+        add(host, name);
+    markPaths();
+    for (const auto& [name, device] : devices_) {
+        byNumber_.emplace(std::pair(device.major, device.minor), &device);
+        byPath_.emplace(device.path, &device);
+    }
+}
+
+void Storage_BlockDevices::add(Host_Host& host, const std::string& name) {
+    const std::string folder = blockFolder + name;
+    Storage_BlockDevice device;
+    device.name = name;
+    readNumbers(lineOf(host, folder + "/dev"), device);
+    device.mapName = lineOf(host, folder + "/dm/name");
+    findNode(host, device);
+    if (device.path.empty())
+        return;
+    device.mapUuid = lineOf(host, folder + "/dm/uuid");
+    device.totalBytes = numberOf(host, folder + "/size") * sectorBytes;
+    device.slaves = namesIn(host, folder + "/slaves");
+    device.properties = propertiesOf(host, device);
+    readHardware(host, folder, device);
+    readArray(host, folder, device);
+    device.kind = kindOf(host, device, folder);
+    for (const std::string& entry : namesIn(host, folder))
+        if (entry.starts_with(name) && entry != name) {
+            addPartition(host, entry, device);
+            if (devices_.contains(entry))
+                device.partitions.push_back(entry);
+        }
+    devices_.insert_or_assign(name, std::move(device));
+}
+
+void Storage_BlockDevices::addPartition(Host_Host& host, const std::string& name,
+                                        const Storage_BlockDevice& whole) {
+    const std::string folder = blockFolder + whole.name + '/' + name;
+    const std::string start = lineOf(host, folder + "/start");
+    if (start.empty())
+        return;
+    Storage_BlockDevice partition;
+    partition.name = name;
+    readNumbers(lineOf(host, folder + "/dev"), partition);
+    findNode(host, partition);
+    if (partition.path.empty())
+        return;
+    partition.kind = Kind::Partition;
+    partition.whole = whole.name;
+    partition.offsetBytes = Storage_Number(start) * sectorBytes;
+    partition.totalBytes = numberOf(host, folder + "/size") * sectorBytes;
+    partition.properties = propertiesOf(host, partition);
+    devices_.insert_or_assign(name, std::move(partition));
+}
+
+void Storage_BlockDevices::markPaths() {
+    for (auto& [name, device] : devices_) {
+        if (device.slaves.empty())
+            continue;
+        if (device.mapUuid.starts_with(multipathPrefix)) {
+            for (const std::string& slave : device.slaves)
+                if (const auto path = devices_.find(slave); path != devices_.end()) {
+                    path->second.kind = Kind::DrivePath;
+                    if (device.subsystem.empty()) {
+                        device.subsystem = path->second.subsystem;
+                        device.vendor = path->second.vendor;
+                        device.model = path->second.model;
+                        device.serial = path->second.serial;
+                    }
+                }
+        } else if (device.kind == Kind::Partition && device.whole.empty()) {
+            // A partition that the mapper cut out of a map.
+            device.whole = device.slaves.front();
+            device.slaves.clear();
+            if (const auto whole = devices_.find(device.whole); whole != devices_.end())
+                whole->second.partitions.push_back(name);
+        }
+    }
+}
+
+const Storage_BlockDevice* Storage_BlockDevices::find(const std::string& name) const {
+    const auto found = devices_.find(name);
+    return found != devices_.end() ? &found->second : nullptr;
+}
+
+const Storage_BlockDevice* Storage_BlockDevices::findByNumber(unsigned major, unsigned minor) const {
+    const auto found = byNumber_.find({major, minor});
+    return found != byNumber_.end() ? found->second : nullptr;
+}
+
+const Storage_BlockDevice* Storage_BlockDevices::findByPath(const std::string& path) const {
+    const auto found = byPath_.find(path);
+    return found != byPath_.end() ? found->second : nullptr;
+}
+
+std::vector<const Storage_BlockDevice*> Storage_BlockDevices::below(const Storage_BlockDevice& device) const {
+    std::vector<const Storage_BlockDevice*> found = {&device};
+    const auto add = [&](const std::string& name) {
+        const Storage_BlockDevice* next = find(name);
+        if (next != nullptr && std::find(found.begin(), found.end(), next) == found.end())
+            found.push_back(next);
+    };
+    for (std::size_t at = 0; at < found.size(); ++at) {
+        const Storage_BlockDevice& each = *found[at];
+        if (each.kind == Kind::Drive)
+            continue;
+        if (!each.whole.empty())
+            add(each.whole);
+        for (const std::string& slave : each.slaves)
+            add(slave);
+    }
+    return found;
+}
