@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 
 namespace {
 
@@ -141,6 +142,31 @@ void readArray(Host_Host& host, const std::string& folder, Storage_BlockDevice& 
     }
 }
 
+/// A type of partition, as udev's probe has it of both kinds of tables.
+bool isOfType(const Storage_BlockDevice& partition, std::initializer_list<std::string_view> types) {
+    return isOneOf(partition.property("ID_PART_ENTRY_TYPE"), types);
+}
+
+/// A frame around logical partitions.
+bool isExtended(const Storage_BlockDevice& partition) {
+    return isOfType(partition, {"0x5", "0xf", "0x85"});
+}
+
+/// By what the table and the contents say: a mark for booting, the firmware's files, swap space, logical
+/// volumes, a part of a RAID.
+bool isInUse(const Storage_BlockDevice& partition) {
+    constexpr unsigned long bootMark = 0x80;
+    const std::string flags(partition.property("ID_PART_ENTRY_FLAGS"));
+    const bool isMarked = partition.property("ID_PART_ENTRY_SCHEME") == "dos" &&
+                          (std::strtoul(flags.c_str(), nullptr, 0) & bootMark) != 0;
+    return isMarked ||
+           isOfType(partition,
+                    {"0x82", "0x8e", "0xef", "0xfd", "0657fd6d-a4ab-43c4-84e5-0933c84b4f4f",
+                     "e6d6d379-f507-44c2-a23c-238f2a3df928", "c12a7328-f81f-11d2-ba4b-00a0c93ec93b",
+                     "a19d880f-05fc-4d3b-a006-743f0f84911e"}) ||
+           isOneOf(partition.property("ID_FS_TYPE"), {"linux_raid_member", "LVM2_member"});
+}
+
 std::map<std::string, std::string, std::less<>> propertiesOf(Host_Host& host,
                                                              const Storage_BlockDevice& device) {
     const Host_Answer<std::string> text =
@@ -161,6 +187,36 @@ std::map<std::string, std::string, std::less<>> Storage_ReadUdevProperties(std::
                                         std::string(line.substr(equals + 1)));
     }
     return properties;
+}
+
+Storage_FdiskDrive Storage_DriveOfKernel(const Storage_BlockDevice& drive) {
+    return {drive.totalBytes, !drive.isPartitioned, true};
+}
+
+std::vector<Storage_FdiskPartition> Storage_PartitionsOfKernel(const Storage_BlockDevices& devices) {
+    std::vector<Storage_FdiskPartition> partitions;
+    for (const auto& [name, device] : devices.all()) {
+        const Storage_BlockDevice* drive = devices.find(device.whole);
+        if (device.kind != Kind::Partition || drive == nullptr || drive->kind != Kind::Drive)
+            continue;
+        partitions.push_back({device.path, drive->path, device.offsetBytes, device.totalBytes,
+                              isExtended(device), isInUse(device)});
+    }
+    return partitions;
+}
+
+std::optional<std::string> Storage_GroupOfMap(const Storage_BlockDevice& device) {
+    if (!device.mapUuid.starts_with("LVM-"))
+        return std::nullopt;
+    std::string group;
+    const std::string& name = device.mapName;
+    for (std::size_t at = 0; at < name.size(); ++at) {
+        if (name[at] == '-' && name.compare(at, 2, "--") != 0)
+            return group;
+        group += name[at];
+        at += name[at] == '-' ? 1 : 0;
+    }
+    return std::nullopt;
 }
 
 Storage_BlockDevices::Storage_BlockDevices(Host_Host& host) {
@@ -193,33 +249,33 @@ void Storage_BlockDevices::add(Host_Host& host, const std::string& name) {
     readHardware(host, folder, device);
     readArray(host, folder, device);
     device.kind = kindOf(host, device, folder);
+    device.isPartitioned = !device.property("ID_PART_TABLE_TYPE").empty();
     for (const std::string& entry : namesIn(host, folder))
-        if (entry.starts_with(name) && entry != name) {
-            addPartition(host, entry, device);
-            if (devices_.contains(entry))
-                device.partitions.push_back(entry);
-        }
+        if (entry.starts_with(name) && entry != name && addPartition(host, entry, device))
+            device.isPartitioned = true;
     devices_.insert_or_assign(name, std::move(device));
 }
 
-void Storage_BlockDevices::addPartition(Host_Host& host, const std::string& name,
-                                        const Storage_BlockDevice& whole) {
+bool Storage_BlockDevices::addPartition(Host_Host& host, const std::string& name,
+                                        Storage_BlockDevice& whole) {
     const std::string folder = blockFolder + whole.name + '/' + name;
     const std::string start = lineOf(host, folder + "/start");
     if (start.empty())
-        return;
+        return false;
     Storage_BlockDevice partition;
     partition.name = name;
     readNumbers(lineOf(host, folder + "/dev"), partition);
     findNode(host, partition);
     if (partition.path.empty())
-        return;
+        return true;
     partition.kind = Kind::Partition;
     partition.whole = whole.name;
     partition.offsetBytes = Storage_Number(start) * sectorBytes;
     partition.totalBytes = numberOf(host, folder + "/size") * sectorBytes;
     partition.properties = propertiesOf(host, partition);
+    whole.partitions.push_back(name);
     devices_.insert_or_assign(name, std::move(partition));
+    return true;
 }
 
 void Storage_BlockDevices::markPaths() {
@@ -241,8 +297,10 @@ void Storage_BlockDevices::markPaths() {
             // A partition that the mapper cut out of a map.
             device.whole = device.slaves.front();
             device.slaves.clear();
-            if (const auto whole = devices_.find(device.whole); whole != devices_.end())
+            if (const auto whole = devices_.find(device.whole); whole != devices_.end()) {
                 whole->second.partitions.push_back(name);
+                whole->second.isPartitioned = true;
+            }
         }
     }
 }

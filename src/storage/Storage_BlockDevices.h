@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/Storage_FdiskReader.h"
+
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -39,6 +41,8 @@ struct Storage_BlockDevice {
     /// Kernel's names of the devices that it lies on; of a partition none, see `whole`.
     std::vector<std::string> slaves;
     std::vector<std::string> partitions; ///< kernel's names
+    /// Has a partition table, if only an empty one.
+    bool isPartitioned = false;
 
     std::string subsystem; ///< of the hardware: "scsi", "nvme", "virtio", "mmc", "xen"
     std::string vendor;
@@ -63,6 +67,15 @@ struct Storage_BlockDevice {
 /// The properties of an entry of udev's database: its lines that begin with "E:". Any text is welcome.
 std::map<std::string, std::string, std::less<>> Storage_ReadUdevProperties(std::string_view text);
 
+/// What fdisk would say of a drive and of the partitions of all drives, from the kernel's account.
+Storage_FdiskDrive Storage_DriveOfKernel(const Storage_BlockDevice& drive);
+class Storage_BlockDevices;
+std::vector<Storage_FdiskPartition> Storage_PartitionsOfKernel(const Storage_BlockDevices& devices);
+
+/// The group of a logical volume, from the name of its map, in which each "-" of a name is doubled. Nothing
+/// for what is none.
+std::optional<std::string> Storage_GroupOfMap(const Storage_BlockDevice& device);
+
 /// All block devices that the kernel has and that have a node of the same numbers: a private /dev may hold
 /// fewer. Links between them are names of the kernel. Reads files only; no device is opened.
 class Storage_BlockDevices {
@@ -84,7 +97,8 @@ public:
 
 private:
     void add(Host_Host& host, const std::string& name);
-    void addPartition(Host_Host& host, const std::string& name, const Storage_BlockDevice& whole);
+    /// False if the entry of the device's folder is none.
+    bool addPartition(Host_Host& host, const std::string& name, Storage_BlockDevice& whole);
     void markPaths();
 
     bool areKnown_ = false;

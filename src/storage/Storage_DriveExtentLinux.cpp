@@ -11,21 +11,42 @@
 #include "storage/Storage_StorageAssociations.h"
 #include "storage/Storage_StorageVolume.h"
 
-#include <algorithm>
 #include <memory>
+#include <set>
 
 namespace {
 
 constexpr const char* extentClass = "Storage_DriveExtentLinux";
 
-/// Whether a mounted volume's device is this one, or one whose name begins alike.
-bool isMounted(const std::string& device, const Storage_StorageVolumes& volumes) {
-    return std::any_of(volumes.getMap().begin(), volumes.getMap().end(), [&](const auto& entry) {
-        return entry.second->getDevicePath().find(device) != std::string::npos;
-    });
-}
-
 } // namespace
+
+/// What the mounted volumes lie on.
+class Storage_DriveExtentsLinux::MountedDevices {
+public:
+    MountedDevices(const Storage_StorageVolumes& volumes, Storage_HostReport& report) : report_(report) {
+        for (const auto& [name, volume] : volumes.getMap()) {
+            const std::string& path = volume->getDevicePath();
+            if (const auto* device = report.mountedDevice(path, volume->getMountPoint()))
+                devices_.insert(device);
+            for (std::size_t at = path.find('/'); at != std::string::npos; at = path.find('/', at + 1))
+                tails_.insert(path.substr(at));
+        }
+    }
+
+    /// Whether a volume's device is this one; where only names are known, also one whose name begins alike.
+    bool has(const std::string& path) const {
+        if (const Storage_BlockDevice* device = report_.blockDevice(path))
+            return devices_.contains(device);
+        const auto tail = tails_.lower_bound(path);
+        return tail != tails_.end() && tail->starts_with(path);
+    }
+
+private:
+    Storage_HostReport& report_;
+    std::set<const Storage_BlockDevice*> devices_;
+    /// From each of its slashes on, each path once.
+    std::set<std::string> tails_;
+};
 
 bool Storage_DriveExtentsLinux::audit() {
     DEBUG_LOG("Storage_DriveExtentsLinux::audit\n");
@@ -47,10 +68,11 @@ bool Storage_DriveExtentsLinux::auditDriveExtents() {
         *this, "Storage_DriveExtentsLinux::auditDriveExtents: failed to audit physical drives\n");
     if (drives == nullptr)
         return false;
-    for (const auto& entry : drives->getMap())
-        addPlaceholder(static_cast<const Storage_PhysicalDriveLinux&>(*entry.second), *volumes);
-
     Storage_HostReport& report = container.report(*this);
+    const MountedDevices mounted(*volumes, report);
+    for (const auto& entry : drives->getMap())
+        addPlaceholder(static_cast<const Storage_PhysicalDriveLinux&>(*entry.second), mounted);
+
     const std::vector<Storage_FdiskPartition>* partitions = report.partitions();
     if (partitions == nullptr) {
         DEBUG_LOG("Storage_DriveExtentsLinux::auditDriveExtents: OS command failed: %s\n",
@@ -58,18 +80,18 @@ bool Storage_DriveExtentsLinux::auditDriveExtents() {
         return false;
     }
     for (const Storage_FdiskPartition& partition : *partitions)
-        addPartition(partition, *volumes);
+        addPartition(partition, mounted);
     return true;
 }
 
 void Storage_DriveExtentsLinux::addPlaceholder(const Storage_PhysicalDriveLinux& drive,
-                                               const Storage_StorageVolumes& volumes) {
+                                               const MountedDevices& mounted) {
     if (!drive.getIsWholeDrive())
         return;
     std::unique_ptr<Storage_DriveExtent> extent = makePlaceholder(drive);
     if (!extent)
         return;
-    if (drive.getVirtualMechanism() == VirtualMechanism_None && isMounted(drive.getName(), volumes))
+    if (drive.getVirtualMechanism() == VirtualMechanism_None && mounted.has(drive.getName()))
         extent->setAllocatedBytes(extent->getTotalBytes());
     Storage_StorageAssociations& associations = *gStorageContainer->getStorageAssociations();
     associations.addAssociation(*extent, drive);
@@ -84,7 +106,7 @@ void Storage_DriveExtentsLinux::addPlaceholder(const Storage_PhysicalDriveLinux&
 }
 
 void Storage_DriveExtentsLinux::addPartition(const Storage_FdiskPartition& partition,
-                                             const Storage_StorageVolumes& volumes) {
+                                             const MountedDevices& mounted) {
     std::unique_ptr<Storage_DriveExtent> extent = Storage_FactoryAllocateDriveExtent();
     if (!extent)
         return;
@@ -97,7 +119,7 @@ void Storage_DriveExtentsLinux::addPartition(const Storage_FdiskPartition& parti
         return;
     extent->setOffsetBytes(partition.offsetBytes);
     extent->setTotalBytes(partition.totalBytes);
-    if (partition.isAllocated || isMounted(partition.device, volumes))
+    if (partition.isAllocated || mounted.has(partition.device))
         extent->setAllocatedBytes(partition.totalBytes);
     auditAndInsert(std::move(extent));
 }
@@ -108,7 +130,10 @@ bool Storage_DriveExtentLinux::audit() {
         return false;
     }
     Storage_HostReport& report = gStorageContainer->report(*this);
-    {
+    if (const Storage_BlockDevice* known = report.blockDevice(getName())) {
+        if (!Storage_AuditLVMOfKernel(*this, *known, report))
+            return false;
+    } else {
         const Host_Answer<std::unique_ptr<Host_Device>> device = report.host().openDevice(getName());
         if (!device) {
             DEBUG_LOG("Storage_DriveExtentLinux::audit: error opening device %s\n", getName().c_str());

@@ -7,7 +7,6 @@
 
 class Storage_HostReport;
 class Storage_PhysicalDriveLinux;
-class Storage_StorageVolumes;
 struct Storage_FdiskPartition;
 
 /// A partition.
@@ -36,6 +35,8 @@ public:
     bool auditDriveExtents();
 
 private:
-    void addPlaceholder(const Storage_PhysicalDriveLinux& drive, const Storage_StorageVolumes& volumes);
-    void addPartition(const Storage_FdiskPartition& partition, const Storage_StorageVolumes& volumes);
+    class MountedDevices;
+
+    void addPlaceholder(const Storage_PhysicalDriveLinux& drive, const MountedDevices& mounted);
+    void addPartition(const Storage_FdiskPartition& partition, const MountedDevices& mounted);
 };

@@ -39,6 +39,13 @@ Storage_FdiskPartition readRow(const Storage_Lines& row, std::string_view disk, 
 
 } // namespace
 
+bool Storage_IsFdiskForm(std::string_view text) {
+    for (Storage_Lines lines(text); lines.next();)
+        if (lines.size() > 3 && lines.is(0, "Disk") && lines[1].ends_with(':'))
+            return lines.is(3, "MB,") || lines.is(3, "GB,") || lines.is(3, "heads,");
+    return false;
+}
+
 Storage_FdiskDrive Storage_ReadFdiskDrive(std::string_view text, std::string_view drive, bool isKernel24) {
     Storage_FdiskDrive found;
     std::uint64_t cylinders = 0;

@@ -30,6 +30,9 @@ struct Storage_FdiskPartition {
     bool isAllocated = false;
 };
 
+/// Whether fdisk tells of a disk in this form. Later ones count in sectors and in MiB.
+bool Storage_IsFdiskForm(std::string_view text);
+
 /// The output for one drive. Kernels of series 2.4 came with a form that tells the size by cylinders.
 Storage_FdiskDrive Storage_ReadFdiskDrive(std::string_view text, std::string_view drive, bool isKernel24);
 

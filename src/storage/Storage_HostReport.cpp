@@ -12,8 +12,9 @@ namespace {
 constexpr std::chrono::seconds commandLimit{60};
 constexpr std::chrono::minutes requestLimit{10};
 /// Before it the tools of their time are the only source.
-constexpr std::uint64_t firstSeriesWithAccount = 3;
+constexpr std::uint64_t firstLaterSeries = 3;
 constexpr const char* mountTable = "/etc/mtab";
+constexpr const char* mountInfo = "/proc/self/mountinfo";
 
 /// Some words come from output that users have a hand in; one that begins with "-" would be an option.
 bool isWord(const std::string& word) {
@@ -73,23 +74,74 @@ bool Storage_HostReport::isKernel(const char* version) {
     return text != nullptr && Storage_ReleaseHasVersion(*text, version);
 }
 
-const Storage_BlockDevices* Storage_HostReport::blockDevices() {
+bool Storage_HostReport::isLaterKernel() {
     const std::string* text = release();
-    if (text == nullptr || Storage_Number(*text) < firstSeriesWithAccount)
+    return text != nullptr && Storage_Number(*text) >= firstLaterSeries;
+}
+
+const Storage_BlockDevices* Storage_HostReport::blockDevices() {
+    if (!isLaterKernel())
         return nullptr;
     if (!blockDevices_)
         blockDevices_.emplace(host_);
     return blockDevices_->areKnown() ? &*blockDevices_ : nullptr;
 }
 
+const Storage_BlockDevice* Storage_HostReport::blockDevice(const std::string& path) {
+    const Storage_BlockDevices* devices = path.starts_with('/') ? blockDevices() : nullptr;
+    if (devices == nullptr)
+        return nullptr;
+    const Host_Answer<Host_Node> node = host_.node(path);
+    return node && node->kind == Host_Node::Block ? devices->findByNumber(node->major, node->minor) : nullptr;
+}
+
+const Storage_BlockDevice* Storage_HostReport::mountedDevice(const std::string& device,
+                                                             const std::string& mountPoint) {
+    const Storage_BlockDevice* named = blockDevice(device);
+    const Storage_BlockDevices* devices = blockDevices();
+    if (named != nullptr || devices == nullptr)
+        return named;
+    if (!mountDevices_)
+        mountDevices_ = Storage_ReadMountInfo(host_.readFile(mountInfo).valueOr({}));
+    const auto mount = std::find_if(mountDevices_->begin(), mountDevices_->end(),
+                                    [&](const auto& each) { return each.mountPoint == mountPoint; });
+    return mount != mountDevices_->end() ? devices->findByNumber(mount->major, mount->minor) : nullptr;
+}
+
+const Storage_HostReport::FdiskListing* Storage_HostReport::fdiskListing() {
+    return ask(fdiskListing_, "", "fdisk -l ", [](const std::string& text) {
+        return FdiskListing{Storage_ReadFdiskPartitions(text), Storage_IsFdiskForm(text)};
+    });
+}
+
+const Storage_BlockDevices* Storage_HostReport::partitionsOfKernel() {
+    const Storage_BlockDevices* devices = blockDevices();
+    if (devices == nullptr)
+        return nullptr;
+    const FdiskListing* listing = fdiskListing();
+    return listing == nullptr || !listing->isFdiskForm ? devices : nullptr;
+}
+
 const Storage_FdiskDrive* Storage_HostReport::fdisk(const std::string& drive) {
+    if (partitionsOfKernel() != nullptr)
+        if (const Storage_BlockDevice* device = blockDevice(drive)) {
+            std::optional<Storage_FdiskDrive>& answer = drivesOfKernel_[drive];
+            answer = Storage_DriveOfKernel(*device);
+            return &*answer;
+        }
     const bool isKernel24 = isKernel("2.4");
     return askAbout(fdisk_, drive, "fdisk -l  ", "",
                     [&](const std::string& text) { return Storage_ReadFdiskDrive(text, drive, isKernel24); });
 }
 
 const std::vector<Storage_FdiskPartition>* Storage_HostReport::partitions() {
-    return ask(partitions_, "", "fdisk -l ", Storage_ReadFdiskPartitions);
+    if (const Storage_BlockDevices* devices = partitionsOfKernel()) {
+        if (!partitionsOfKernel_)
+            partitionsOfKernel_ = Storage_PartitionsOfKernel(*devices);
+        return &*partitionsOfKernel_;
+    }
+    const FdiskListing* listing = fdiskListing();
+    return listing != nullptr ? &listing->partitions : nullptr;
 }
 
 const Storage_PhysicalVolume* Storage_HostReport::physicalVolume(const std::string& device) {

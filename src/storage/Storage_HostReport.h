@@ -36,8 +36,14 @@ public:
 
     /// Storage_CheckVersion, which asks the host once.
     bool isKernel(const char* version);
-    /// The kernel's own account of its devices, from series 3 on. Null before, and where there is no sysfs.
+    /// Of series 3 or later.
+    bool isLaterKernel();
+    /// The kernel's own account of its devices. Null before series 3, and where there is no sysfs.
     const Storage_BlockDevices* blockDevices();
+    /// Of a node, by its numbers; soft links are followed. Null where there is no account, or none of it.
+    const Storage_BlockDevice* blockDevice(const std::string& path);
+    /// What is mounted there, if the node that the table of mounts names does not say so.
+    const Storage_BlockDevice* mountedDevice(const std::string& device, const std::string& mountPoint);
 
     const Storage_FdiskDrive* fdisk(const std::string& drive);
     const std::vector<Storage_FdiskPartition>* partitions();
@@ -80,11 +86,22 @@ private:
     std::string failedCommand_;
 
     const std::string* release();
+    /// What fdisk says of all disks at once.
+    struct FdiskListing {
+        std::vector<Storage_FdiskPartition> partitions;
+        bool isFdiskForm = false;
+    };
+    const FdiskListing* fdiskListing();
+    /// Where it tells of partitions because fdisk speaks a form that is not read; otherwise null.
+    const Storage_BlockDevices* partitionsOfKernel();
 
     Answers<std::string> release_;
     std::optional<Storage_BlockDevices> blockDevices_;
     Answers<Storage_FdiskDrive> fdisk_;
-    Answers<std::vector<Storage_FdiskPartition>> partitions_;
+    Answers<Storage_FdiskDrive> drivesOfKernel_;
+    Answers<FdiskListing> fdiskListing_;
+    std::optional<std::vector<Storage_FdiskPartition>> partitionsOfKernel_;
+    std::optional<std::vector<Storage_MountDevice>> mountDevices_;
     Answers<Storage_PhysicalVolume> physicalVolumes_;
     Answers<std::vector<Storage_VolumeGroup>> volumeGroups_;
     Answers<Storage_Segment> segments_;

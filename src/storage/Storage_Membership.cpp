@@ -69,6 +69,23 @@ bool Storage_AuditLVMHeader(System_Object& object, Host_Device& device, Storage_
     return !hasFailed;
 }
 
+bool Storage_AuditLVMOfKernel(System_Object& object, const Storage_BlockDevice& device,
+                              Storage_HostReport& report) {
+    if (device.property("ID_FS_TYPE") != "LVM2_member")
+        return true;
+    object.setVirtualMechanism(VirtualMechanism_LogicalVolumeManager);
+    const Storage_PhysicalVolume* volume = report.physicalVolume(object.getName());
+    if (volume == nullptr) {
+        DEBUG_LOG("Storage_PhysicalDriveLinux::audit: OS command failed: %s\n",
+                  report.failedCommand().c_str());
+        return false;
+    }
+    if (volume->group)
+        gStorageContainer->getStorageAssociations()->addAssociation(object, *volume->group,
+                                                                    System_Object::Plex);
+    return true;
+}
+
 bool Storage_AuditLVMAllocation(System_Object& object, Storage_HostReport& report) {
     if (!Storage_IsInVolumeGroup(object))
         return true;

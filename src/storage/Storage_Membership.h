@@ -7,6 +7,7 @@
 #include <vector>
 
 class Host_Device;
+struct Storage_BlockDevice;
 class Storage_HostReport;
 
 /// What drives, partitions and arrays are asked alike: whether they belong to a volume group or to a software
@@ -23,6 +24,10 @@ inline bool Storage_IsInVolumeGroup(const System_Object& object) {
 /// group's name cannot be asked for.
 bool Storage_AuditLVMHeader(System_Object& object, Host_Device& device, Storage_HostReport& report,
                             const char* className);
+
+/// The same without a look at the device: by what udev and the tools have found.
+bool Storage_AuditLVMOfKernel(System_Object& object, const Storage_BlockDevice& device,
+                              Storage_HostReport& report);
 
 /// The bytes of a physical volume that logical volumes take. Nothing changes if they are not told. False if
 /// the tool could not be run.

@@ -116,9 +116,51 @@ bool Storage_PhysicalDrivesLinux::audit() {
             DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: failed\n");
             return false;
         }
+    if (!auditDrivesOfKernel(sanMap))
+        return false;
     setAuditResult(true);
     setAudited();
     return true;
+}
+
+bool Storage_PhysicalDrivesLinux::auditDrivesOfKernel(const SANMap& sanMap) {
+    const Storage_BlockDevices* devices = gStorageContainer->report(*this).blockDevices();
+    if (devices == nullptr)
+        return true;
+    for (const auto& [name, device] : devices->all()) {
+        if (device.kind != Storage_BlockDevice::Kind::Drive || getMap().contains(device.path))
+            continue;
+        std::unique_ptr<Storage_PhysicalDrive> drive = Storage_FactoryAllocatePhysicalDrive();
+        if (!drive) {
+            DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: failed Storage_FactoryAllocatePhysicalDrive\n");
+            return false;
+        }
+        drive->setName(device.path.c_str());
+        drive->setControllerType(device.subsystem.c_str());
+        admit(std::move(drive), sanMap);
+        if (isToldToTerminate()) {
+            DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: signalled to terminate\n");
+            return false;
+        }
+    }
+    return true;
+}
+
+void Storage_PhysicalDrivesLinux::admit(std::unique_ptr<Storage_PhysicalDrive> allocated,
+                                        const SANMap& sanMap) {
+    Storage_PhysicalDrive& drive = *allocated;
+    const std::string path = drive.getName();
+    switch (auditAndInsert(std::move(allocated))) {
+    case Storage_Admission::Inserted:
+        sanMap.mark(drive);
+        break;
+    case Storage_Admission::AlreadyThere:
+        break;
+    case Storage_Admission::Failed:
+        DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: failed audit drive\n");
+        recordFailure(path, System_Object::PhysicalDrive);
+        break;
+    }
 }
 
 bool Storage_PhysicalDrivesLinux::auditSubsystem(int subsystem, const SANMap& sanMap) {
@@ -149,6 +191,10 @@ Storage_PhysicalDrivesLinux::Outcome Storage_PhysicalDrivesLinux::auditEntry(int
                                                                              const std::string& entry,
                                                                              const SANMap& sanMap) {
     const std::string path = folder + '/' + entry;
+    const Storage_BlockDevice* known = gStorageContainer->report(*this).blockDevice(path);
+    // The kernel tells of it without waking it up.
+    if (known != nullptr && known->isSuspended)
+        return Outcome::GoOn;
     const Host_Answer<std::unique_ptr<Host_Device>> device = getHost().openDevice(path);
     if (!device) {
         if (!isNoFault(device.error())) {
@@ -167,17 +213,7 @@ Storage_PhysicalDrivesLinux::Outcome Storage_PhysicalDrivesLinux::auditEntry(int
     if (verdict != Verdict::Accepted)
         return verdict == Verdict::Unreachable ? Outcome::FolderDone : Outcome::GoOn;
     drive.setName(path.c_str());
-    switch (auditAndInsert(std::move(allocated))) {
-    case Storage_Admission::Inserted:
-        sanMap.mark(drive);
-        break;
-    case Storage_Admission::AlreadyThere:
-        break;
-    case Storage_Admission::Failed:
-        DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: failed audit drive\n");
-        recordFailure(path, System_Object::PhysicalDrive);
-        break;
-    }
+    admit(std::move(allocated), sanMap);
     return Outcome::GoOn;
 }
 
@@ -219,21 +255,41 @@ bool Storage_PhysicalDriveLinux::audit() {
         return false;
     }
     Storage_HostReport& report = gStorageContainer->report(*this);
-    {
-        const Host_Answer<std::unique_ptr<Host_Device>> device = report.host().openDevice(getName());
-        if (!device) {
-            DEBUG_LOG("Storage_PhysicalDriveLinux::audit: error opening device %s\n", getName().c_str());
-            return false;
-        }
-        if (!auditIdentity(**device) || !Storage_AuditLVMHeader(*this, **device, report, driveClass))
-            return false;
-    }
+    const Storage_BlockDevice* known = report.blockDevice(getName());
+    const bool isAudited = known != nullptr ? auditKnown(*known, report) : auditDevice(report);
+    if (!isAudited)
+        return false;
     if (!auditSize(report))
         return false;
     auditLVM();
     auditRaid();
     setAuditResult(true);
     return true;
+}
+
+bool Storage_PhysicalDriveLinux::auditDevice(Storage_HostReport& report) {
+    const Host_Answer<std::unique_ptr<Host_Device>> device = report.host().openDevice(getName());
+    if (!device) {
+        DEBUG_LOG("Storage_PhysicalDriveLinux::audit: error opening device %s\n", getName().c_str());
+        return false;
+    }
+    return auditIdentity(**device) && Storage_AuditLVMHeader(*this, **device, report, driveClass);
+}
+
+bool Storage_PhysicalDriveLinux::auditKnown(const Storage_BlockDevice& known, Storage_HostReport& report) {
+    if (getManufacturer().empty())
+        setManufacturer(known.vendor.c_str());
+    if (getModel().empty())
+        setModel(known.model.c_str());
+    setSerialNumber(known.serial.c_str());
+    if (!known.isSuspended && (getControllerType() == scsi || getControllerType() == ide)) {
+        const Host_Answer<std::unique_ptr<Host_Device>> device = report.host().openDevice(getName());
+        if (device)
+            auditIdentity(**device);
+        if (getSerialNumber().empty())
+            setSerialNumber(known.serial.c_str());
+    }
+    return Storage_AuditLVMOfKernel(*this, known, report);
 }
 
 bool Storage_PhysicalDriveLinux::auditIdentity(Host_Device& device) {

@@ -2,9 +2,11 @@
 
 #include "storage/Storage_PhysicalDrive.h"
 
+#include <memory>
 #include <string>
 
 class Host_Device;
+struct Storage_BlockDevice;
 class Storage_HostReport;
 
 /// A disk as the kernel knows it.
@@ -35,6 +37,9 @@ public:
     void setIsWholeDrive(bool isWhole) { isWholeDrive_ = isWhole; }
 
 private:
+    /// By asking the drive, or as far as the kernel has its own account.
+    bool auditDevice(Storage_HostReport& report);
+    bool auditKnown(const Storage_BlockDevice& known, Storage_HostReport& report);
     bool auditIdentity(Host_Device& device);
     bool auditSize(Storage_HostReport& report);
     bool auditRaid(Storage_HostReport& report);
@@ -59,6 +64,9 @@ private:
 
     class SANMap;
 
+    /// Those that the nodes' names do not show to be drives.
+    bool auditDrivesOfKernel(const SANMap& sanMap);
+    void admit(std::unique_ptr<Storage_PhysicalDrive> allocated, const SANMap& sanMap);
     bool auditSubsystem(int subsystem, const SANMap& sanMap);
     Outcome auditEntry(int subsystem, const std::string& folder, const std::string& entry,
                        const SANMap& sanMap);

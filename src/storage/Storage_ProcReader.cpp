@@ -2,6 +2,7 @@
 
 #include "storage/Storage_Lines.h"
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -40,6 +41,24 @@ public:
 private:
     std::string_view text_;
 };
+
+/// A blank, tab, newline or backslash stands as a backslash and three octal digits.
+std::string unescaped(std::string_view text) {
+    constexpr std::size_t digits = 3;
+    std::string plain;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        unsigned byte = 0;
+        const char* const start = text.data() + at + 1;
+        if (text[at] == '\\' && text.size() - at > digits &&
+            std::from_chars(start, start + digits, byte, 8).ptr == start + digits && byte <= 0xFF) {
+            plain += static_cast<char>(byte);
+            at += digits;
+        } else {
+            plain += text[at];
+        }
+    }
+    return plain;
+}
 
 int toNumber(std::string_view text) {
     return static_cast<int>(std::strtol(std::string(text).c_str(), nullptr, 10));
@@ -96,4 +115,16 @@ std::vector<Storage_Mount> Storage_ReadMounts(const std::string& text) {
         mounts.push_back(
             {entry.mnt_fsname, entry.mnt_dir, entry.mnt_type, hasmntopt(&entry, "ignore") != nullptr});
     return mounts;
+}
+
+std::vector<Storage_MountDevice> Storage_ReadMountInfo(std::string_view text) {
+    std::vector<Storage_MountDevice> devices;
+    for (Storage_Lines lines(text); lines.next();) {
+        const std::string_view numbers = lines[2];
+        const std::size_t colon = numbers.find(':');
+        if (colon != std::string_view::npos && lines.size() > 4)
+            devices.push_back({unescaped(lines[4]), static_cast<unsigned>(Storage_Number(numbers)),
+                               static_cast<unsigned>(Storage_Number(numbers.substr(colon + 1)))});
+    }
+    return devices;
 }

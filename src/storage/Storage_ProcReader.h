@@ -35,3 +35,12 @@ struct Storage_Mount {
     bool isIgnored = false;
 };
 std::vector<Storage_Mount> Storage_ReadMounts(const std::string& text);
+
+/// The device of a mount, by its numbers.
+struct Storage_MountDevice {
+    std::string mountPoint;
+    unsigned major = 0;
+    unsigned minor = 0;
+};
+/// From /proc/self/mountinfo, see proc(5).
+std::vector<Storage_MountDevice> Storage_ReadMountInfo(std::string_view text);

@@ -36,21 +36,43 @@ bool Storage_StorageAssociationsLinux::audit() {
         *this, "Storage_StorageAssociationsLinux::audit: failed to audit volumes\n");
     if (volumes == nullptr)
         return false;
-    for (const auto& entry : volumes->getMap())
-        if (!entry.second->getIsNetwork())
-            linkVolume(*entry.second, *extents, *pools);
+    Storage_HostReport& report = container.report(*this);
+    for (const auto& entry : volumes->getMap()) {
+        Storage_StorageVolume& volume = *entry.second;
+        if (volume.getIsNetwork())
+            continue;
+        const Storage_BlockDevice* known =
+            report.mountedDevice(volume.getDevicePath(), volume.getMountPoint());
+        linkVolume(volume, known != nullptr ? known->path : volume.getDevicePath(), *extents, *pools);
+        if (known != nullptr)
+            linkToDrivesBelow(volume, *known, *report.blockDevices());
+    }
     setAuditResult(true);
     return true;
 }
 
-void Storage_StorageAssociationsLinux::linkVolume(Storage_StorageVolume& volume,
+void Storage_StorageAssociationsLinux::linkToDrivesBelow(const Storage_StorageVolume& volume,
+                                                         const Storage_BlockDevice& device,
+                                                         const Storage_BlockDevices& devices) {
+    for (const Storage_BlockDevice* each : devices.below(device))
+        if (each->kind == Storage_BlockDevice::Kind::Drive)
+            linkToDrive(volume, each->path);
+}
+
+void Storage_StorageAssociationsLinux::linkToDrive(const Storage_StorageVolume& volume,
+                                                   const std::string& drive) {
+    if (!doesAssocPairExist(volume.getName(), System_Object::StorageVolume, drive,
+                            System_Object::PhysicalDrive))
+        addToStorageVolume_PhysicalDriveAssoc(volume.getName().c_str(), drive.c_str());
+}
+
+void Storage_StorageAssociationsLinux::linkVolume(Storage_StorageVolume& volume, const std::string& device,
                                                   const Storage_DriveExtents& extents,
                                                   const Storage_ExtentPools& pools) {
     if (Storage_IsInVolumeGroup(volume)) {
         linkLogicalVolume(volume);
         return;
     }
-    const std::string& device = volume.getDevicePath();
     if (const auto extent = extents.getMap().find(device); extent != extents.getMap().end())
         linkToExtent(volume, *extent->second);
     else if (const auto pool = pools.getMap().find(device); pool != pools.getMap().end())
@@ -97,7 +119,5 @@ void Storage_StorageAssociationsLinux::linkToDrivesOf(const Storage_StorageVolum
     std::vector<std::string> drives;
     getAssociates(extent, System_Object::PhysicalDrive, drives);
     for (const std::string& drive : drives)
-        if (!doesAssocPairExist(volume.getName(), System_Object::StorageVolume, drive,
-                                System_Object::PhysicalDrive))
-            addToStorageVolume_PhysicalDriveAssoc(volume.getName().c_str(), drive.c_str());
+        linkToDrive(volume, drive);
 }

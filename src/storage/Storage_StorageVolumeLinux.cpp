@@ -17,6 +17,12 @@ constexpr std::string_view pseudoTypes =
     ":autofs:cdfs:devpts:fd:proc:lofs:hsfs:iso9660:specfs:fifofs:mntfs:namefs:sockfs:swapfs:pcfs:tmpfs:"
     "usbdevfs:rpc_pipefs:usbfs:sysfs:binfmt_misc:subfs:shm:nfsd:";
 constexpr std::string_view networkTypes = ":nfs:nfs3:nfsdyn:cifs:smbfs:";
+/// Those that kernels have had since series 3.
+constexpr std::string_view laterPseudoTypes = ":devtmpfs:ramfs:cgroup:cgroup2:debugfs:tracefs:securityfs:"
+                                              "selinuxfs:pstore:bpf:efivarfs:mqueue:hugetlbfs:"
+                                              "configfs:fusectl:nsfs:";
+constexpr std::string_view laterNetworkTypes =
+    ":nfs4:smb3:ceph:glusterfs:fuse.glusterfs:9p:virtiofs:fuse.sshfs:";
 
 bool isListed(std::string_view list, const std::string& type) {
     return list.find(':' + type + ':') != std::string_view::npos;
@@ -40,15 +46,21 @@ bool Storage_StorageVolumesLinux::audit() {
 bool Storage_StorageVolumesLinux::auditVolumes() {
     if (gStorageContainer->ensure<Storage_StorageAssociations>() == nullptr)
         return false;
-    const std::vector<Storage_Mount>* mounts = gStorageContainer->report(*this).mounts();
+    Storage_HostReport& report = gStorageContainer->report(*this);
+    const std::vector<Storage_Mount>* mounts = report.mounts();
     if (mounts == nullptr) {
         DEBUG_LOG("Storage_StorageVolumesLinux::auditVolumes: failed to open /etc/mnttab\n");
         return false;
     }
+    const bool isLaterKernel = report.isLaterKernel();
     for (const Storage_Mount& mount : *mounts) {
         DEBUG_LOG("Storage_StorageVolumeLinux::auditVolumes: volume: %s, fstype: %s\n",
                   mount.mountPoint.c_str(), mount.type.c_str());
-        if (!mount.isIgnored && !isListed(pseudoTypes, mount.type) && !addVolume(mount))
+        const bool storesNothing =
+            isListed(pseudoTypes, mount.type) || (isLaterKernel && isListed(laterPseudoTypes, mount.type));
+        if (!mount.isIgnored && !storesNothing &&
+            !addVolume(mount, isListed(networkTypes, mount.type) ||
+                                  (isLaterKernel && isListed(laterNetworkTypes, mount.type))))
             return false;
     }
     setAuditResult(true);
@@ -56,7 +68,7 @@ bool Storage_StorageVolumesLinux::auditVolumes() {
     return true;
 }
 
-bool Storage_StorageVolumesLinux::addVolume(const Storage_Mount& mount) {
+bool Storage_StorageVolumesLinux::addVolume(const Storage_Mount& mount, bool isNetwork) {
     std::unique_ptr<Storage_StorageVolume> volume = Storage_FactoryAllocateStorageVolume();
     if (!volume) {
         DEBUG_LOG("Storage_StorageVolumesLinux::auditVolumes: failed to allocate storage volume\n");
@@ -68,7 +80,7 @@ bool Storage_StorageVolumesLinux::addVolume(const Storage_Mount& mount) {
     volume->setMountPoint(mount.mountPoint.c_str());
     volume->setExistence(Existence_True);
     volume->setPhysicality(Physicality_Logical);
-    if (isListed(networkTypes, mount.type)) {
+    if (isNetwork) {
         volume->setIsNetwork(true);
         volume->setNetworkAddress(mount.device.c_str());
     }
@@ -101,10 +113,22 @@ bool Storage_StorageVolumeLinux::audit() {
 
 bool Storage_StorageVolumeLinux::auditLVM() {
     Storage_HostReport& report = gStorageContainer->report(*this);
+    if (const Storage_BlockDevice* device = report.mountedDevice(getDevicePath(), getMountPoint())) {
+        showGroup(*device);
+        return true;
+    }
     const bool done =
         report.isKernel("2.6") ? findAmongLogicalVolumes(report) : askAboutLogicalVolume(report);
     DEBUG_LOG("Storage_StorageVolumeLinux::auditLVM: %s\n", done ? "succeeded" : "failed");
     return done;
+}
+
+void Storage_StorageVolumeLinux::showGroup(const Storage_BlockDevice& device) {
+    if (const std::optional<std::string> group = Storage_GroupOfMap(device)) {
+        setVirtualMechanism(VirtualMechanism_LogicalVolumeManager);
+        gStorageContainer->getStorageAssociations()->addAssociation(*this, *group, Plex);
+    }
+    DEBUG_LOG("Storage_StorageVolumeLinux::auditLVM: succeeded\n");
 }
 
 bool Storage_StorageVolumeLinux::findAmongLogicalVolumes(Storage_HostReport& report) {

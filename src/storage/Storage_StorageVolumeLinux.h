@@ -2,6 +2,7 @@
 
 #include "storage/Storage_StorageVolume.h"
 
+struct Storage_BlockDevice;
 class Storage_HostReport;
 struct Storage_Mount;
 
@@ -14,6 +15,8 @@ public:
     bool auditLVM();
 
 private:
+    /// Of a logical volume.
+    void showGroup(const Storage_BlockDevice& device);
     bool findAmongLogicalVolumes(Storage_HostReport& report);
     bool askAboutLogicalVolume(Storage_HostReport& report);
 };
@@ -26,5 +29,5 @@ public:
     bool auditVolumes();
 
 private:
-    bool addVolume(const Storage_Mount& mount);
+    bool addVolume(const Storage_Mount& mount, bool isNetwork);
 };
