@@ -205,6 +205,17 @@ std::vector<Storage_FdiskPartition> Storage_PartitionsOfKernel(const Storage_Blo
     return partitions;
 }
 
+Storage_MdadmDetail Storage_DetailOfKernel(const Storage_BlockDevice& array,
+                                           const Storage_BlockDevices& devices) {
+    Storage_MdadmDetail detail;
+    detail.level = array.level;
+    for (const Storage_ArrayMember& member : array.members)
+        if (const Storage_BlockDevice* device = devices.find(member.device);
+            device != nullptr && member.isActive)
+            detail.members.push_back(device->path);
+    return detail;
+}
+
 std::optional<std::string> Storage_GroupOfMap(const Storage_BlockDevice& device) {
     if (!device.mapUuid.starts_with("LVM-"))
         return std::nullopt;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "storage/Storage_FdiskReader.h"
+#include "storage/Storage_RaidReader.h"
 
 #include <cstdint>
 #include <map>
@@ -71,6 +72,10 @@ std::map<std::string, std::string, std::less<>> Storage_ReadUdevProperties(std::
 Storage_FdiskDrive Storage_DriveOfKernel(const Storage_BlockDevice& drive);
 class Storage_BlockDevices;
 std::vector<Storage_FdiskPartition> Storage_PartitionsOfKernel(const Storage_BlockDevices& devices);
+
+/// What mdadm would say of an array.
+Storage_MdadmDetail Storage_DetailOfKernel(const Storage_BlockDevice& array,
+                                           const Storage_BlockDevices& devices);
 
 /// The group of a logical volume, from the name of its map, in which each "-" of a name is doubled. Nothing
 /// for what is none.

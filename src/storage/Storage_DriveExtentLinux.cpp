@@ -153,7 +153,7 @@ bool Storage_DriveExtentLinux::audit() {
         return fail();
     setIsPartOfMetaDevice(membership->isMember);
     std::vector<std::string> levels = membership->levels;
-    if (membership->isMember && !auditRaid(report, levels))
+    if (membership->isMember && !membership->isSettled && !auditRaid(report, levels))
         return fail();
     // mdadm(8) goes by what the device itself says; raidtab(5) also names those that are out of their array.
     if (isPartOfMetaDevice_ || !report.isKernel("2.4"))
@@ -163,7 +163,8 @@ bool Storage_DriveExtentLinux::audit() {
         return false;
     if (isPartOfMetaDevice_)
         for (const std::string& level : levels)
-            Storage_ShowRaidLevel(*this, level, Storage_RaidShows::FlagsAndComposition);
+            Storage_ShowRaidLevel(*this, level, Storage_RaidShows::FlagsAndComposition,
+                                  report.isLaterKernel());
     return true;
 }
 

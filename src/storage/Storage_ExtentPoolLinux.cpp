@@ -85,6 +85,13 @@ bool Storage_ExtentPoolsLinux::addPlaceholder(const System_Object& object) {
 
 bool Storage_ExtentPoolsLinux::addArrays() {
     Storage_HostReport& report = gStorageContainer->report(*this);
+    if (const Storage_BlockDevices* known = report.blockDevices()) {
+        for (const auto& [name, device] : known->all())
+            if (device.kind == Storage_BlockDevice::Kind::Array && device.totalBytes != 0 &&
+                !addArray(device.path, device.totalBytes))
+                return false;
+        return true;
+    }
     const std::vector<Storage_KernelPartition>* devices = report.kernelPartitions();
     if (devices == nullptr) {
         DEBUG_LOG("Storage_ExtentPoolsLinux::auditExtentPools: OS command failed: %s\n",
@@ -92,19 +99,23 @@ bool Storage_ExtentPoolsLinux::addArrays() {
         return false;
     }
     for (const Storage_KernelPartition& device : *devices) {
-        if (device.name.front() != arrayInitial)
-            continue;
-        std::unique_ptr<Storage_ExtentPool> pool = Storage_FactoryAllocateExtentPool();
-        if (!pool) {
-            DEBUG_LOG("Storage_ExtentPoolsLinux::auditExtentPools: failed to allocate extent pool\n");
+        if (device.name.front() == arrayInitial && !addArray("/dev/" + device.name, device.totalBytes))
             return false;
-        }
-        pool->setName(("/dev/" + device.name).c_str());
-        pool->setExistence(Existence_True);
-        pool->setPhysicality(Physicality_Logical);
-        pool->setTotalBytes(device.totalBytes);
-        auditAndInsert(std::move(pool));
     }
+    return true;
+}
+
+bool Storage_ExtentPoolsLinux::addArray(const std::string& path, std::uint64_t totalBytes) {
+    std::unique_ptr<Storage_ExtentPool> pool = Storage_FactoryAllocateExtentPool();
+    if (!pool) {
+        DEBUG_LOG("Storage_ExtentPoolsLinux::auditExtentPools: failed to allocate extent pool\n");
+        return false;
+    }
+    pool->setName(path.c_str());
+    pool->setExistence(Existence_True);
+    pool->setPhysicality(Physicality_Logical);
+    pool->setTotalBytes(totalBytes);
+    auditAndInsert(std::move(pool));
     return true;
 }
 
@@ -114,7 +125,10 @@ bool Storage_ExtentPoolLinux::audit() {
         return false;
     }
     Storage_HostReport& report = gStorageContainer->report(*this);
-    {
+    if (const Storage_BlockDevice* known = report.blockDevice(getName())) {
+        if (!Storage_AuditLVMOfKernel(*this, *known, report))
+            return false;
+    } else {
         const Host_Answer<std::unique_ptr<Host_Device>> device = report.host().openDevice(getName());
         if (!device) {
             DEBUG_LOG("Storage_ExtentPoolLinux::audit: error opening device %s\n", getName().c_str());
@@ -137,7 +151,7 @@ bool Storage_ExtentPoolLinux::auditRaid(Storage_HostReport& report) {
         const Storage_MdadmDetail* detail = report.mdadmDetail(getName());
         if (detail == nullptr)
             return false;
-        show(detail->level, detail->members);
+        show(detail->level, detail->members, report.isLaterKernel());
         return true;
     }
     const Storage_Raidtab* raidtab = report.raidtab();
@@ -145,14 +159,14 @@ bool Storage_ExtentPoolLinux::auditRaid(Storage_HostReport& report) {
         return false;
     for (const Storage_RaidtabArray& array : *raidtab)
         if (array.device == getName())
-            show(array.level, array.members);
+            show(array.level, array.members, false);
     return true;
 }
 
 void Storage_ExtentPoolLinux::show(const std::optional<std::string>& level,
-                                   const std::vector<std::string>& members) {
+                                   const std::vector<std::string>& members, bool isLaterKernel) {
     if (level)
-        Storage_ShowRaidLevel(*this, *level, Storage_RaidShows::FlagsAndComposition);
+        Storage_ShowRaidLevel(*this, *level, Storage_RaidShows::FlagsAndComposition, isLaterKernel);
     for (const std::string& member : members)
         gStorageContainer->getStorageAssociations()->addAssociation(member, DriveExtent, getName(),
                                                                     ExtentPool);

@@ -2,6 +2,7 @@
 
 #include "storage/Storage_ExtentPool.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,7 +18,8 @@ public:
 private:
     /// False if the host could not be asked.
     bool auditRaid(Storage_HostReport& report);
-    void show(const std::optional<std::string>& level, const std::vector<std::string>& members);
+    void show(const std::optional<std::string>& level, const std::vector<std::string>& members,
+              bool isLaterKernel);
 };
 
 /// The software RAIDs that the kernel runs. What cannot be found out leaves the collection with what it has;
@@ -30,4 +32,5 @@ public:
 private:
     bool addPlaceholder(const System_Object& object);
     bool addArrays();
+    bool addArray(const std::string& path, std::uint64_t totalBytes);
 };

@@ -13,6 +13,8 @@ constexpr std::chrono::seconds commandLimit{60};
 constexpr std::chrono::minutes requestLimit{10};
 /// Before it the tools of their time are the only source.
 constexpr std::uint64_t firstLaterSeries = 3;
+constexpr const char* groupReport = "vgs --reportformat json --units b -o vg_name,vg_size";
+constexpr const char* volumeReport = "pvs --reportformat json --units b -o pv_name,vg_name,pv_size,pv_free";
 constexpr const char* mountTable = "/etc/mtab";
 constexpr const char* mountInfo = "/proc/self/mountinfo";
 
@@ -144,12 +146,45 @@ const std::vector<Storage_FdiskPartition>* Storage_HostReport::partitions() {
     return listing != nullptr ? &listing->partitions : nullptr;
 }
 
+const Storage_HostReport::GroupListing* Storage_HostReport::groupListing() {
+    return ask(groupListing_, "", "vgdisplay ", [](const std::string& text) {
+        return GroupListing{Storage_ReadVolumeGroups(text), Storage_IsVolumeGroupForm(text)};
+    });
+}
+
+bool Storage_HostReport::hasVolumeReports() {
+    if (blockDevices() == nullptr)
+        return false;
+    const GroupListing* listing = groupListing();
+    return listing != nullptr && !listing->isVolumeGroupForm;
+}
+
 const Storage_PhysicalVolume* Storage_HostReport::physicalVolume(const std::string& device) {
+    if (const Storage_BlockDevice* known = blockDevice(device); known != nullptr && hasVolumeReports()) {
+        const auto* volumes = ask(volumeReport_, "", volumeReport, [this](const std::string& text) {
+            std::map<const Storage_BlockDevice*, Storage_PhysicalVolume> found;
+            for (auto& [path, volume] : Storage_ReadPhysicalVolumeReport(text))
+                if (const Storage_BlockDevice* each = blockDevice(path))
+                    found.emplace(each, volume);
+            return found;
+        });
+        if (volumes == nullptr)
+            return nullptr;
+        static const Storage_PhysicalVolume none;
+        const auto volume = volumes->find(known);
+        return volume != volumes->end() ? &volume->second : &none;
+    }
     return askAbout(physicalVolumes_, device, "pvdisplay  ", "", Storage_ReadPhysicalVolume);
 }
 
 const std::vector<Storage_VolumeGroup>* Storage_HostReport::volumeGroups() {
-    return ask(volumeGroups_, "", "vgdisplay ", Storage_ReadVolumeGroups);
+    const GroupListing* listing = groupListing();
+    if (hasVolumeReports()) {
+        const auto* groups = ask(groupReport_, "", groupReport, Storage_ReadVolumeGroupReport);
+        if (groups != nullptr && !groups->empty())
+            return groups;
+    }
+    return listing != nullptr ? &listing->groups : nullptr;
 }
 
 const Storage_Segment* Storage_HostReport::segment(const std::string& group) {
@@ -182,8 +217,11 @@ const Storage_MdadmExamine* Storage_HostReport::mdadmExamine(const std::string& 
 }
 
 const Storage_MdadmDetail* Storage_HostReport::mdadmDetail(const std::string& array) {
-    return askAbout(mdadmDetails_, array, "mdadm -D   ", "",
-                    [&](const std::string& text) { return Storage_ReadMdadmDetail(text, array); });
+    return askAbout(mdadmDetails_, array, "mdadm -D   ", "", [&](const std::string& text) {
+        Storage_MdadmDetail detail = Storage_ReadMdadmDetail(text, array);
+        const Storage_BlockDevice* known = blockDevice(array);
+        return detail.level || known == nullptr ? detail : Storage_DetailOfKernel(*known, *blockDevices());
+    });
 }
 
 const std::vector<Storage_ScsiSection>* Storage_HostReport::scsiSections() {

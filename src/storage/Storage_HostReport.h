@@ -92,6 +92,13 @@ private:
         bool isFdiskForm = false;
     };
     const FdiskListing* fdiskListing();
+    struct GroupListing {
+        std::vector<Storage_VolumeGroup> groups;
+        bool isVolumeGroupForm = false;
+    };
+    const GroupListing* groupListing();
+    /// Whether the volume manager speaks a form that is not read, and so is asked for its reports.
+    bool hasVolumeReports();
     /// Where it tells of partitions because fdisk speaks a form that is not read; otherwise null.
     const Storage_BlockDevices* partitionsOfKernel();
 
@@ -103,7 +110,10 @@ private:
     std::optional<std::vector<Storage_FdiskPartition>> partitionsOfKernel_;
     std::optional<std::vector<Storage_MountDevice>> mountDevices_;
     Answers<Storage_PhysicalVolume> physicalVolumes_;
-    Answers<std::vector<Storage_VolumeGroup>> volumeGroups_;
+    Answers<GroupListing> groupListing_;
+    Answers<std::vector<Storage_VolumeGroup>> groupReport_;
+    /// By the device that the node leads to.
+    Answers<std::map<const Storage_BlockDevice*, Storage_PhysicalVolume>> volumeReport_;
     Answers<Storage_Segment> segments_;
     Answers<std::vector<Storage_LogicalVolume>> logicalVolumes_;
     Answers<Storage_LogicalVolumeOf> logicalVolumesOf_;

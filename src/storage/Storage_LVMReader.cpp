@@ -1,5 +1,6 @@
 #include "storage/Storage_LVMReader.h"
 
+#include "storage/Storage_JsonReader.h"
 #include "storage/Storage_Lines.h"
 
 #include <algorithm>
@@ -69,6 +70,35 @@ std::vector<Storage_VolumeGroup> Storage_ReadVolumeGroups(std::string_view text)
             groups.back().totalBytes = extentBytes * Storage_Number(lines[2]);
     }
     return groups;
+}
+
+bool Storage_IsVolumeGroupForm(std::string_view text) {
+    for (Storage_Lines lines(text); lines.next();)
+        if (isExtentSize(lines))
+            return unitBytes(unitsOfGroup, lines[3], 0) != 0;
+    return false;
+}
+
+std::vector<Storage_VolumeGroup> Storage_ReadVolumeGroupReport(std::string_view text) {
+    std::vector<Storage_VolumeGroup> groups;
+    for (const Storage_JsonRow& row : Storage_ReadJsonRows(text, "vg"))
+        groups.push_back({std::string(Storage_JsonText(row, "vg_name")),
+                          Storage_Number(Storage_JsonText(row, "vg_size"))});
+    return groups;
+}
+
+std::map<std::string, Storage_PhysicalVolume> Storage_ReadPhysicalVolumeReport(std::string_view text) {
+    std::map<std::string, Storage_PhysicalVolume> volumes;
+    for (const Storage_JsonRow& row : Storage_ReadJsonRows(text, "pv")) {
+        Storage_PhysicalVolume volume;
+        if (const std::string_view group = Storage_JsonText(row, "vg_name"); !group.empty())
+            volume.group = group;
+        const std::uint64_t size = Storage_Number(Storage_JsonText(row, "pv_size"));
+        const std::uint64_t free = Storage_Number(Storage_JsonText(row, "pv_free"));
+        volume.allocatedBytes = size - std::min(size, free);
+        volumes.emplace(Storage_JsonText(row, "pv_name"), std::move(volume));
+    }
+    return volumes;
 }
 
 Storage_Segment Storage_ReadSegment(std::string_view text, std::string_view group) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,6 +23,13 @@ struct Storage_VolumeGroup {
     std::uint64_t totalBytes = 0;
 };
 std::vector<Storage_VolumeGroup> Storage_ReadVolumeGroups(std::string_view text);
+/// Whether it tells of a group in this form. Later versions count in MiB and round.
+bool Storage_IsVolumeGroupForm(std::string_view text);
+/// From `vgs --reportformat json --units b`.
+std::vector<Storage_VolumeGroup> Storage_ReadVolumeGroupReport(std::string_view text);
+
+/// Of `pvs --reportformat json --units b`, by the path of the device.
+std::map<std::string, Storage_PhysicalVolume> Storage_ReadPhysicalVolumeReport(std::string_view text);
 
 /// The first segment of a group's logical volumes.
 struct Storage_Segment {

@@ -49,6 +49,19 @@ std::optional<std::string> groupOf(const System_Object& object, Host_Device& dev
     return volume->group;
 }
 
+Storage_RaidMembership membershipOf(const Storage_BlockDevice& device, const Storage_BlockDevices& devices) {
+    Storage_RaidMembership found;
+    found.isSettled = true;
+    for (const auto& [name, array] : devices.all())
+        for (const Storage_ArrayMember& member : array.members)
+            if (member.device == device.name && member.isActive) {
+                found.isMember = true;
+                found.arrays.push_back(array.path);
+                found.levels.push_back(*array.level);
+            }
+    return found;
+}
+
 } // namespace
 
 bool Storage_AuditLVMHeader(System_Object& object, Host_Device& device, Storage_HostReport& report,
@@ -71,15 +84,19 @@ bool Storage_AuditLVMHeader(System_Object& object, Host_Device& device, Storage_
 
 bool Storage_AuditLVMOfKernel(System_Object& object, const Storage_BlockDevice& device,
                               Storage_HostReport& report) {
-    if (device.property("ID_FS_TYPE") != "LVM2_member")
+    // Without udev's word the tool's has to do.
+    const bool isMarked = device.property("ID_FS_TYPE") == "LVM2_member";
+    if (!isMarked && !device.properties.empty())
         return true;
-    object.setVirtualMechanism(VirtualMechanism_LogicalVolumeManager);
     const Storage_PhysicalVolume* volume = report.physicalVolume(object.getName());
     if (volume == nullptr) {
         DEBUG_LOG("Storage_PhysicalDriveLinux::audit: OS command failed: %s\n",
                   report.failedCommand().c_str());
         return false;
     }
+    if (!isMarked && !volume->group && !volume->allocatedBytes)
+        return true;
+    object.setVirtualMechanism(VirtualMechanism_LogicalVolumeManager);
     if (volume->group)
         gStorageContainer->getStorageAssociations()->addAssociation(object, *volume->group,
                                                                     System_Object::Plex);
@@ -102,6 +119,8 @@ bool Storage_AuditLVMAllocation(System_Object& object, Storage_HostReport& repor
 
 std::optional<Storage_RaidMembership>
 Storage_FindRaidMembership(const std::string& device, Storage_RaidNames names, Storage_HostReport& report) {
+    if (const Storage_BlockDevice* known = report.blockDevice(device))
+        return membershipOf(*known, *report.blockDevices());
     Storage_RaidMembership found;
     if (report.isKernel("2.4")) {
         const Storage_Raidtab* raidtab = report.raidtab();

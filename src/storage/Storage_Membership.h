@@ -40,6 +40,8 @@ struct Storage_RaidMembership {
     std::vector<std::string> arrays;
     /// As far as the source that tells of the membership knows them.
     std::vector<std::string> levels;
+    /// Nothing is left to ask: the device works in these arrays, and their levels are known.
+    bool isSettled = false;
 };
 
 /// How raidtab(5) names a member: by its own path, or a drive also by its partitions'.

@@ -369,6 +369,25 @@ bool Storage_PhysicalDriveLinux::auditRaid(Storage_HostReport& report) {
         return membership.has_value();
 
     const bool isKernel24 = report.isKernel("2.4");
+    std::vector<std::string> levels = membership->levels;
+    if (!membership->isSettled && !auditRaidState(report, isKernel24, levels))
+        return false;
+    if (!isPartOfMetaDevice_)
+        return true;
+    for (const std::string& level : levels)
+        Storage_ShowRaidLevel(*this, level, Storage_RaidShows::Flags, report.isLaterKernel());
+    Storage_StorageAssociations& associations = *gStorageContainer->getStorageAssociations();
+    for (const std::string& array : membership->arrays) {
+        if (isKernel24)
+            associations.addAssociation(*this, array, Plex);
+        // The extent that stands for a whole drive asks for the array by this.
+        associations.addAssociation(*this, array, ExtentPool);
+    }
+    return true;
+}
+
+bool Storage_PhysicalDriveLinux::auditRaidState(Storage_HostReport& report, bool isKernel24,
+                                                std::vector<std::string>& levels) {
     const Storage_LsraidState* state = isKernel24 ? report.lsraid(getName()) : nullptr;
     const Storage_MdadmQuery* query = isKernel24 ? nullptr : report.mdadmQuery(getName());
     if (state == nullptr && query == nullptr)
@@ -379,22 +398,12 @@ bool Storage_PhysicalDriveLinux::auditRaid(Storage_HostReport& report) {
         return true;
     }
 
-    std::vector<std::string> levels = membership->levels;
-    if (!isKernel24) {
-        const Storage_MdadmExamine* examined = report.mdadmExamine(getName());
-        if (examined == nullptr)
-            return false;
-        if (examined->level)
-            levels.push_back(*examined->level);
-    }
-    for (const std::string& level : levels)
-        Storage_ShowRaidLevel(*this, level, Storage_RaidShows::Flags);
-    Storage_StorageAssociations& associations = *gStorageContainer->getStorageAssociations();
-    for (const std::string& array : membership->arrays) {
-        if (isKernel24)
-            associations.addAssociation(*this, array, Plex);
-        // The extent that stands for a whole drive asks for the array by this.
-        associations.addAssociation(*this, array, ExtentPool);
-    }
+    if (isKernel24)
+        return true;
+    const Storage_MdadmExamine* examined = report.mdadmExamine(getName());
+    if (examined == nullptr)
+        return false;
+    if (examined->level)
+        levels.push_back(*examined->level);
     return true;
 }

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 class Host_Device;
 struct Storage_BlockDevice;
@@ -43,6 +44,9 @@ private:
     bool auditIdentity(Host_Device& device);
     bool auditSize(Storage_HostReport& report);
     bool auditRaid(Storage_HostReport& report);
+    /// Whether a member works in its array, and its level where it tells that itself. False if a tool could
+    /// not be run.
+    bool auditRaidState(Storage_HostReport& report, bool isKernel24, std::vector<std::string>& levels);
 
     int scsiHost_ = 0;
     int scsiId_ = 0;

@@ -98,7 +98,7 @@ bool Storage_PlexLinux::audit() {
         return false;
     }
     if (segment->type)
-        Storage_ShowSegmentType(*this, *segment->type);
+        Storage_ShowSegmentType(*this, *segment->type, report.isLaterKernel());
     DEBUG_LOG("Storage_PlexesLinux::auditPlexes: succeeded\n");
     return true;
 }
