@@ -5,8 +5,10 @@
 #include "base/String_Functions.h"
 #include "exec/ShellCommand_Quote.h"
 #include "host/Host_RecordingHost.h"
+#include "model/Auditable_TryAudit.h"
 #include "model/Storage_Tables.h"
 #include "qdvctl/Ctl_Failure.h"
+#include "storage/Storage_Container.h"
 
 #include <CLI/CLI.hpp>
 
@@ -162,6 +164,7 @@ public:
 
     void askAll() {
         askSummary();
+        askStorage();
         for (const char* command : hostCommands)
             host_.run(command);
         for (const char* file : hostFiles)
@@ -191,6 +194,22 @@ private:
             throw std::bad_alloc();
         summary->setHost(host_);
         summary->audit();
+    }
+
+    /// Whatever the storage audits ask, with the words that arise on this host.
+    void askStorage() {
+        gStorageContainer = std::make_unique<Storage_Container>();
+        for (const Storage_Level& level : Storage_Levels) {
+            Storage_Collection* collection = gStorageContainer->allocate(level.type);
+            if (collection == nullptr)
+                throw std::bad_alloc();
+            collection->setHost(host_);
+        }
+        for (const Storage_Level& level : Storage_Levels)
+            if (Storage_Collection& collection = *gStorageContainer->get(level.type);
+                !collection.hasAudited())
+                Auditable_TryAudit(collection);
+        gStorageContainer.reset();
     }
 
     /// A command for something that was found on the host. What could be taken for an option is left alone.
