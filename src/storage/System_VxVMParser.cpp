@@ -7,10 +7,10 @@
 
 namespace {
 
-constexpr const char* blanks = " \t";
+constexpr const char* fieldSeparators = " \t";
 
 std::vector<std::string> wordsOf(std::string_view line) {
-    std::vector<std::string> words = string2vector(std::string(line), blanks);
+    std::vector<std::string> words = string2vector(std::string(line), fieldSeparators);
     if (!words.empty())
         nxstrtoupr(words.front().data());
     return words;
@@ -82,7 +82,7 @@ public:
     explicit Lines(std::string_view text) : rest_(text) { next(); }
 
     bool isEnd() const { return isEnd_; }
-    bool isEmpty() const { return line_.find_first_not_of(blanks) == std::string_view::npos; }
+    bool isEmpty() const { return line_.find_first_not_of(fieldSeparators) == std::string_view::npos; }
     std::string_view line() const { return line_; }
 
     void next() {
@@ -122,7 +122,7 @@ bool System_VxVMParser::parseGroups(Lines& lines) {
         const std::string_view head = lines.line();
         const std::size_t colon = head.find(':');
         const std::size_t name =
-            colon == std::string_view::npos ? colon : head.find_first_not_of(blanks, colon + 1);
+            colon == std::string_view::npos ? colon : head.find_first_not_of(fieldSeparators, colon + 1);
         if (name == std::string_view::npos)
             return false;
         lines.next();
