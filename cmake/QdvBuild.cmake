@@ -59,6 +59,12 @@ function(qdv_unit_test name)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/unit)
     # Most of a test program is GoogleTest's templates: optimising them costs more than running them.
     target_compile_options(${name} PRIVATE -O0 -U_FORTIFY_SOURCE)
+    if(QDV_UNITY_TESTS)
+        # Compiled together, their headers are read once. What would be wrong in a header is none here: -Wno-shadow
+        # as above, and GCC takes the including file for the owner of an anonymous namespace.
+        set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
+        target_compile_options(${name} PRIVATE -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    endif()
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest GTest::gtest_main Threads::Threads)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 300)
