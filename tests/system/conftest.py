@@ -105,6 +105,18 @@ def server():
     assert not made.faults, made.faults
 
 
+@pytest.hookimpl(tryfirst=True)
+def pytest_collection_modifyitems(config, items):
+    """Where tests run side by side: those that share what is made once for their file stay together, long ones begin."""
+    if not config.pluginmanager.hasplugin("xdist") or config.getoption("dist") != "loadgroup":
+        return
+    items.sort(key=lambda item: item.get_closest_marker("long") is None)
+    for item in items:
+        made = [definitions[-1].scope for definitions in item._fixtureinfo.name2fixturedefs.values()]
+        if "module" in made and not item.get_closest_marker("xdist_group"):
+            item.add_marker(pytest.mark.xdist_group(item.path.stem))
+
+
 @pytest.hookimpl(hookwrapper=True)
 def pytest_runtest_makereport(item, call):
     """Adds the end of the logs to the report of a failed test."""

@@ -169,6 +169,7 @@ def test_failing_scriptlets(acting, server, user):
     mark.unlink()
 
 
+@pytest.mark.long
 def test_actions_that_are_refused(acting, server, user):
     runs = f"touch {user.place}/ran"
     script = scriptlets(runs, runs)

@@ -168,6 +168,7 @@ def test_unfinished_large_requests_cost_what_was_sent(start):
         connection.close()
 
 
+@pytest.mark.xdist_group("memory")
 def test_memory_of_large_requests_is_given_back(start):
     agent = start(verbose=False)
     if agent.tree.is_sanitized():

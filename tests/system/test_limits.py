@@ -78,6 +78,8 @@ def test_connections_leave_descriptors_for_work(start):
     assert agent.get().status == 200
 
 
+@pytest.mark.long
+@pytest.mark.xdist_group("memory")
 def test_large_requests_share_one_bound_and_leave_nothing(start):
     """A body is held once; what all bodies hold together is bounded, and goes back when they end."""
     agent = start(verbose=False)

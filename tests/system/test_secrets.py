@@ -49,6 +49,7 @@ def user():
     made.remove()
 
 
+@pytest.mark.long
 @pytest.mark.skipif(os.geteuid() != 0, reason="only root can make the user and read the memory")
 def test_no_copy_of_a_password_is_left_in_memory(stage, start, server, user):
     """After each kind of request that carries one, on connections that stay open."""

@@ -53,6 +53,7 @@ def silent(server, connection):
     connection.recv(1)
 
 
+@pytest.mark.long
 def test_silent_servers(start, server, stack):
     """Calls are let go five seconds later. A connection that is held besides costs the status, not the stop."""
 

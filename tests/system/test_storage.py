@@ -162,6 +162,7 @@ def test_drives_that_cannot_be_audited(start, tmp_path):
     assert ("sdy", "PhysicalDrive") not in failures
 
 
+@pytest.mark.long
 def test_requests_of_all_kinds_at_once(start, server, tmp_path):
     world = stack(tmp_path, "2.6.9-5.EL")
     agent = start(server=server, **world.options)
@@ -178,6 +179,7 @@ def test_requests_of_all_kinds_at_once(start, server, tmp_path):
     assert [one.tag for one in system(agent, server)[0]] == [method[3:] for method in LEVELS]
 
 
+@pytest.mark.long
 def test_tools_of_every_kind(start, tmp_path):
     """Missing, failing, talking rubbish or endlessly: levels have what can be known, and the next audit is whole."""
     world = stack(tmp_path, "2.6.9-5.EL")
@@ -255,6 +257,7 @@ def test_names_that_a_shell_or_a_tool_would_act_upon(start, server, tmp_path):
         assert kernel == "2.6.9" or {f"lvdisplay {words[0]}", "lvdisplay ';pwn;'"} & set(calls)
 
 
+@pytest.mark.long
 def test_the_end_in_the_middle_of_a_level(start, tmp_path):
     world = stack(tmp_path, "2.6.9-5.EL")
     mark = tmp_path / "tool"
@@ -282,6 +285,7 @@ def ask_in_vain(agent, method):
         pass  # the agent ends first
 
 
+@pytest.mark.long
 def test_a_large_machine(start, server, tmp_path):
     world = large_world(tmp_path)
     agent = start(server=server, verbose=False, **world.options)
