@@ -84,7 +84,7 @@ def test_large_requests_share_one_bound_and_leave_nothing(start):
     """A body is held once; what all bodies hold together is bounded, and goes back when they end."""
     agent = start(verbose=False)
     before, size = agent.rss(), 30 << 20
-    honest = post_request(envelope(request={"vsamName": "x" * size}))
+    honest = post_request(envelope(request={"vsamName": "x" * agent.tree.scaled(size)}))  # parsed one after another
     with ThreadPoolExecutor(8) as pool:
         assert {reply.status for reply in pool.map(lambda _: agent.exchange(honest), range(8))} == {200}
     wait_until(lambda: agent.rss() < before + (16 << 20) or agent.tree.is_sanitized(), "the memory to go back")

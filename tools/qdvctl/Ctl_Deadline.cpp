@@ -15,7 +15,8 @@ Ctl_Deadline::Ctl_Deadline(std::chrono::seconds limit, std::string message) {
 Ctl_Deadline::~Ctl_Deadline() {
     {
         const std::lock_guard lock(mutex_);
-        over_ = true;
+        // Whatever failed after the end, such as a read with the same limit, failed because of it.
+        over_ = std::chrono::steady_clock::now() < end_;
     }
     changed_.notify_one();
     watcher_.join();
