@@ -205,14 +205,24 @@ std::vector<Storage_FdiskPartition> Storage_PartitionsOfKernel(const Storage_Blo
     return partitions;
 }
 
-Storage_MdadmDetail Storage_DetailOfKernel(const Storage_BlockDevice& array,
+bool Storage_IsRunningArray(const Storage_BlockDevice& device) {
+    return device.kind == Kind::Array && device.totalBytes != 0;
+}
+
+Storage_MdadmDetail Storage_DetailOfKernel(Storage_MdadmDetail told, const Storage_BlockDevice& array,
                                            const Storage_BlockDevices& devices) {
     Storage_MdadmDetail detail;
-    detail.level = array.level;
+    detail.level = told.level ? std::move(told.level) : array.level;
+    const auto add = [&](const Storage_BlockDevice* member) {
+        if (member != nullptr && (member->kind == Kind::Drive || member->kind == Kind::Partition) &&
+            std::find(detail.members.begin(), detail.members.end(), member->path) == detail.members.end())
+            detail.members.push_back(member->path);
+    };
+    for (const std::string& member : told.members)
+        add(devices.findByPath(member));
     for (const Storage_ArrayMember& member : array.members)
-        if (const Storage_BlockDevice* device = devices.find(member.device);
-            device != nullptr && member.isActive)
-            detail.members.push_back(device->path);
+        if (member.isActive)
+            add(devices.find(member.device));
     return detail;
 }
 

@@ -87,8 +87,7 @@ bool Storage_ExtentPoolsLinux::addArrays() {
     Storage_HostReport& report = gStorageContainer->report(*this);
     if (const Storage_BlockDevices* known = report.blockDevices()) {
         for (const auto& [name, device] : known->all())
-            if (device.kind == Storage_BlockDevice::Kind::Array && device.totalBytes != 0 &&
-                !addArray(device.path, device.totalBytes))
+            if (Storage_IsRunningArray(device) && !addArray(device.path, device.totalBytes))
                 return false;
         return true;
     }

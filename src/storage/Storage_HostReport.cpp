@@ -15,6 +15,8 @@ constexpr std::chrono::minutes requestLimit{10};
 constexpr std::uint64_t firstLaterSeries = 3;
 constexpr const char* groupReport = "vgs --reportformat json --units b -o vg_name,vg_size";
 constexpr const char* volumeReport = "pvs --reportformat json --units b -o pv_name,vg_name,pv_size,pv_free";
+constexpr const char* segmentReport =
+    "lvs --segments --reportformat json --units b -o vg_name,lv_name,segtype";
 constexpr const char* mountTable = "/etc/mtab";
 constexpr const char* mountInfo = "/proc/self/mountinfo";
 
@@ -153,33 +155,44 @@ const Storage_HostReport::GroupListing* Storage_HostReport::groupListing() {
 }
 
 bool Storage_HostReport::hasVolumeReports() {
-    if (blockDevices() == nullptr)
-        return false;
-    const GroupListing* listing = groupListing();
-    return listing != nullptr && !listing->isVolumeGroupForm;
+    if (!hasVolumeReports_) {
+        const GroupListing* listing = blockDevices() != nullptr ? groupListing() : nullptr;
+        // A manager that hangs is not asked once for each device either.
+        hasVolumeReports_ = blockDevices() != nullptr && (listing == nullptr || !listing->isVolumeGroupForm);
+        DEBUG_LOG("Storage_HostReport: of volume groups tell %s\n",
+                  *hasVolumeReports_ ? "reports in bytes" : "vgdisplay, pvdisplay and lvs");
+    }
+    return *hasVolumeReports_;
+}
+
+template <typename Key, typename Value>
+const Value* Storage_HostReport::pick(const std::map<Key, Value>* report, const Key& key) {
+    if (report == nullptr)
+        return nullptr;
+    static const Value nothing;
+    const auto found = report->find(key);
+    return found != report->end() ? &found->second : &nothing;
 }
 
 const Storage_PhysicalVolume* Storage_HostReport::physicalVolume(const std::string& device) {
     if (const Storage_BlockDevice* known = blockDevice(device); known != nullptr && hasVolumeReports()) {
-        const auto* volumes = ask(volumeReport_, "", volumeReport, [this](const std::string& text) {
-            std::map<const Storage_BlockDevice*, Storage_PhysicalVolume> found;
-            for (auto& [path, volume] : Storage_ReadPhysicalVolumeReport(text))
-                if (const Storage_BlockDevice* each = blockDevice(path))
-                    found.emplace(each, volume);
-            return found;
-        });
-        if (volumes == nullptr)
-            return nullptr;
-        static const Storage_PhysicalVolume none;
-        const auto volume = volumes->find(known);
-        return volume != volumes->end() ? &volume->second : &none;
+        return pick(ask(volumeReport_, "", volumeReport,
+                        [this](const std::string& text) {
+                            std::map<const Storage_BlockDevice*, Storage_PhysicalVolume> found;
+                            for (auto& [path, volume] : Storage_ReadPhysicalVolumeReport(text))
+                                if (const Storage_BlockDevice* each = blockDevice(path))
+                                    found.emplace(each, volume);
+                            return found;
+                        }),
+                    known);
     }
     return askAbout(physicalVolumes_, device, "pvdisplay  ", "", Storage_ReadPhysicalVolume);
 }
 
 const std::vector<Storage_VolumeGroup>* Storage_HostReport::volumeGroups() {
     const GroupListing* listing = groupListing();
-    if (hasVolumeReports()) {
+    const bool isEmpty = listing != nullptr && listing->groups.empty();
+    if (!isEmpty && hasVolumeReports()) {
         const auto* groups = ask(groupReport_, "", groupReport, Storage_ReadVolumeGroupReport);
         if (groups != nullptr && !groups->empty())
             return groups;
@@ -188,6 +201,8 @@ const std::vector<Storage_VolumeGroup>* Storage_HostReport::volumeGroups() {
 }
 
 const Storage_Segment* Storage_HostReport::segment(const std::string& group) {
+    if (hasVolumeReports())
+        return pick(ask(segmentReport_, "", segmentReport, Storage_ReadSegmentReport), group);
     return askAbout(segments_, group, "lvs --segments ", "",
                     [&](const std::string& text) { return Storage_ReadSegment(text, group); });
 }
@@ -197,6 +212,11 @@ const std::vector<Storage_LogicalVolume>* Storage_HostReport::logicalVolumes() {
 }
 
 const Storage_LogicalVolumeOf* Storage_HostReport::logicalVolume(const std::string& device) {
+    if (hasVolumeReports()) {
+        // The kernel knows the devices of all logical volumes.
+        static const Storage_LogicalVolumeOf none;
+        return &none;
+    }
     return askAbout(logicalVolumesOf_, device, "lvdisplay  ", "", Storage_ReadLogicalVolumeOf);
 }
 
@@ -217,11 +237,20 @@ const Storage_MdadmExamine* Storage_HostReport::mdadmExamine(const std::string& 
 }
 
 const Storage_MdadmDetail* Storage_HostReport::mdadmDetail(const std::string& array) {
-    return askAbout(mdadmDetails_, array, "mdadm -D   ", "", [&](const std::string& text) {
-        Storage_MdadmDetail detail = Storage_ReadMdadmDetail(text, array);
-        const Storage_BlockDevice* known = blockDevice(array);
-        return detail.level || known == nullptr ? detail : Storage_DetailOfKernel(*known, *blockDevices());
-    });
+    const Storage_MdadmDetail* told =
+        askAbout(mdadmDetails_, array, "mdadm -D   ", "",
+                 [&](const std::string& text) { return Storage_ReadMdadmDetail(text, array); });
+    const Storage_BlockDevice* known = blockDevice(array);
+    if (known == nullptr || !known->level)
+        return told;
+    const auto [answer, isNew] = detailsOfKernel_.try_emplace(array);
+    if (isNew) {
+        DEBUG_LOG("Storage_HostReport: of %s %s\n", array.c_str(),
+                  told != nullptr && told->level ? "mdadm tells, and the kernel" : "the kernel tells");
+        answer->second =
+            Storage_DetailOfKernel(told != nullptr ? *told : Storage_MdadmDetail(), *known, *blockDevices());
+    }
+    return &answer->second;
 }
 
 const std::vector<Storage_ScsiSection>* Storage_HostReport::scsiSections() {

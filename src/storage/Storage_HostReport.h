@@ -51,6 +51,7 @@ public:
     const std::vector<Storage_VolumeGroup>* volumeGroups();
     const Storage_Segment* segment(const std::string& group);
     const std::vector<Storage_LogicalVolume>* logicalVolumes();
+    /// Of a device that is none of the kernel's account.
     const Storage_LogicalVolumeOf* logicalVolume(const std::string& device);
     const Storage_Raidtab* raidtab();
     const Storage_LsraidState* lsraid(const std::string& device);
@@ -99,6 +100,9 @@ private:
     const GroupListing* groupListing();
     /// Whether the volume manager speaks a form that is not read, and so is asked for its reports.
     bool hasVolumeReports();
+    /// What a report about everything says of one thing; null if there is no report.
+    template <typename Key, typename Value>
+    static const Value* pick(const std::map<Key, Value>* report, const Key& key);
     /// Where it tells of partitions because fdisk speaks a form that is not read; otherwise null.
     const Storage_BlockDevices* partitionsOfKernel();
 
@@ -111,10 +115,12 @@ private:
     std::optional<std::vector<Storage_MountDevice>> mountDevices_;
     Answers<Storage_PhysicalVolume> physicalVolumes_;
     Answers<GroupListing> groupListing_;
+    std::optional<bool> hasVolumeReports_;
     Answers<std::vector<Storage_VolumeGroup>> groupReport_;
     /// By the device that the node leads to.
     Answers<std::map<const Storage_BlockDevice*, Storage_PhysicalVolume>> volumeReport_;
     Answers<Storage_Segment> segments_;
+    Answers<std::map<std::string, Storage_Segment>> segmentReport_;
     Answers<std::vector<Storage_LogicalVolume>> logicalVolumes_;
     Answers<Storage_LogicalVolumeOf> logicalVolumesOf_;
     Answers<Storage_Raidtab> raidtab_;
@@ -122,6 +128,7 @@ private:
     Answers<Storage_MdadmQuery> mdadmQueries_;
     Answers<Storage_MdadmExamine> mdadmExamines_;
     Answers<Storage_MdadmDetail> mdadmDetails_;
+    std::map<std::string, Storage_MdadmDetail> detailsOfKernel_;
     Answers<std::vector<Storage_ScsiSection>> scsiSections_;
     Answers<std::string> ideMedia_;
     Answers<std::vector<Storage_KernelPartition>> kernelPartitions_;

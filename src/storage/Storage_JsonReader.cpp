@@ -10,6 +10,13 @@ namespace {
 /// Far more than any tool nests.
 constexpr int deepest = 64;
 constexpr std::string_view whiteSpace = " \t\r\n";
+/// Where the halves of a code point that takes two begin, 1024 each.
+constexpr unsigned highSurrogates = 0xD800;
+constexpr unsigned lowSurrogates = 0xDC00;
+
+bool isIn(unsigned code, unsigned surrogates) {
+    return code >= surrogates && code < surrogates + 0x400;
+}
 
 void appendUtf8(std::string& text, unsigned code) {
     if (code < 0x80) {
@@ -17,8 +24,13 @@ void appendUtf8(std::string& text, unsigned code) {
     } else if (code < 0x800) {
         text += static_cast<char>(0xC0 | code >> 6);
         text += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
+    } else if (code < 0x10000) {
         text += static_cast<char>(0xE0 | code >> 12);
+        text += static_cast<char>(0x80 | (code >> 6 & 0x3F));
+        text += static_cast<char>(0x80 | (code & 0x3F));
+    } else {
+        text += static_cast<char>(0xF0 | code >> 18);
+        text += static_cast<char>(0x80 | (code >> 12 & 0x3F));
         text += static_cast<char>(0x80 | (code >> 6 & 0x3F));
         text += static_cast<char>(0x80 | (code & 0x3F));
     }
@@ -113,7 +125,6 @@ private:
     bool readEscape(std::string& text) {
         constexpr std::string_view letters = "\"\\/bfnrt";
         constexpr std::string_view meant = "\"\\/\b\f\n\r\t";
-        constexpr std::size_t digits = 4;
         if (rest_.empty())
             return false;
         const char letter = rest_.front();
@@ -123,10 +134,27 @@ private:
             return true;
         }
         unsigned code = 0;
-        if (letter != 'u' || rest_.size() < digits ||
+        if (letter != 'u' || !readUnit(code) || isIn(code, lowSurrogates))
+            return false;
+        if (isIn(code, highSurrogates)) {
+            unsigned low = 0;
+            if (!rest_.starts_with("\\u"))
+                return false;
+            rest_.remove_prefix(2);
+            if (!readUnit(low) || !isIn(low, lowSurrogates))
+                return false;
+            code = 0x10000 + ((code - highSurrogates) << 10) + (low - lowSurrogates);
+        }
+        appendUtf8(text, code);
+        return true;
+    }
+
+    /// The four digits behind "\u".
+    bool readUnit(unsigned& code) {
+        constexpr std::size_t digits = 4;
+        if (rest_.size() < digits ||
             std::from_chars(rest_.data(), rest_.data() + digits, code, 16).ptr != rest_.data() + digits)
             return false;
-        appendUtf8(text, code);
         rest_.remove_prefix(digits);
         return true;
     }

@@ -73,10 +73,13 @@ std::vector<Storage_VolumeGroup> Storage_ReadVolumeGroups(std::string_view text)
 }
 
 bool Storage_IsVolumeGroupForm(std::string_view text) {
-    for (Storage_Lines lines(text); lines.next();)
+    bool hasGroup = false;
+    for (Storage_Lines lines(text); lines.next();) {
         if (isExtentSize(lines))
             return unitBytes(unitsOfGroup, lines[3], 0) != 0;
-    return false;
+        hasGroup = hasGroup || isGroupName(lines);
+    }
+    return hasGroup;
 }
 
 std::vector<Storage_VolumeGroup> Storage_ReadVolumeGroupReport(std::string_view text) {
@@ -106,6 +109,14 @@ Storage_Segment Storage_ReadSegment(std::string_view text, std::string_view grou
         if (lines.size() == 6 && lines[1] == group)
             return {std::string(lines[4])};
     return {};
+}
+
+std::map<std::string, Storage_Segment> Storage_ReadSegmentReport(std::string_view text) {
+    std::map<std::string, Storage_Segment> segments;
+    for (const Storage_JsonRow& row : Storage_ReadJsonRows(text, "seg"))
+        segments.try_emplace(std::string(Storage_JsonText(row, "vg_name")),
+                             Storage_Segment{std::string(Storage_JsonText(row, "segtype"))});
+    return segments;
 }
 
 std::vector<Storage_LogicalVolume> Storage_ReadLogicalVolumes(std::string_view text) {

@@ -23,7 +23,7 @@ struct Storage_VolumeGroup {
     std::uint64_t totalBytes = 0;
 };
 std::vector<Storage_VolumeGroup> Storage_ReadVolumeGroups(std::string_view text);
-/// Whether it tells of a group in this form. Later versions count in MiB and round.
+/// Whether it tells of groups in this form. Later versions count in MiB and round.
 bool Storage_IsVolumeGroupForm(std::string_view text);
 /// From `vgs --reportformat json --units b`.
 std::vector<Storage_VolumeGroup> Storage_ReadVolumeGroupReport(std::string_view text);
@@ -38,6 +38,8 @@ struct Storage_Segment {
 };
 /// From `lvs --segments`.
 Storage_Segment Storage_ReadSegment(std::string_view text, std::string_view group);
+/// Of `lvs --segments --reportformat json`, by group.
+std::map<std::string, Storage_Segment> Storage_ReadSegmentReport(std::string_view text);
 
 /// A logical volume of `lvdisplay`.
 struct Storage_LogicalVolume {

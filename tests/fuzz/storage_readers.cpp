@@ -1,4 +1,5 @@
 #include "storage/Storage_FdiskReader.h"
+#include "storage/Storage_JsonReader.h"
 #include "storage/Storage_LVMReader.h"
 #include "storage/Storage_ProcReader.h"
 #include "storage/Storage_RaidReader.h"
@@ -52,5 +53,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const Storage_KernelPartition& partition : Storage_ReadKernelPartitions(text))
         require(!partition.name.empty());
     Storage_ReadMounts(text);
+    for (const Storage_JsonRow& row : Storage_ReadJsonRows(text, "vg"))
+        require(row.size() <= size);
+    for (const auto& [device, volume] : Storage_ReadPhysicalVolumeReport(text))
+        require(volume.allocatedBytes.has_value());
+    Storage_ReadVolumeGroupReport(text);
+    Storage_ReadSegmentReport(text);
     return 0;
 }

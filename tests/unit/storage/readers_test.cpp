@@ -1,4 +1,5 @@
 #include "storage/Storage_FdiskReader.h"
+#include "storage/Storage_JsonReader.h"
 #include "storage/Storage_LVMReader.h"
 #include "storage/Storage_Lines.h"
 #include "storage/Storage_ProcReader.h"
@@ -60,6 +61,27 @@ std::string vgdisplay(std::string_view text) {
 }
 std::string lvs(std::string_view text) {
     return orNothing(Storage_ReadSegment(text, "vg0").type);
+}
+std::string json(std::string_view text) {
+    return each(Storage_ReadJsonRows(text, "x"), [](const auto& row) {
+        return each(row, [](const auto& field) { return field.first + '=' + field.second; });
+    });
+}
+std::string vgForm(std::string_view text) {
+    return shown(Storage_IsVolumeGroupForm(text));
+}
+std::string vgs(std::string_view text) {
+    return each(Storage_ReadVolumeGroupReport(text),
+                [](const auto& group) { return shown(group.name, group.totalBytes); });
+}
+std::string pvs(std::string_view text) {
+    return each(Storage_ReadPhysicalVolumeReport(text), [](const auto& row) {
+        return shown(row.first, orNothing(row.second.group), orNothing(row.second.allocatedBytes));
+    });
+}
+std::string segments(std::string_view text) {
+    return each(Storage_ReadSegmentReport(text),
+                [](const auto& row) { return shown(row.first, orNothing(row.second.type)); });
 }
 std::string lvdisplay(std::string_view text) {
     return each(Storage_ReadLogicalVolumes(text),
@@ -151,6 +173,27 @@ TEST(Readers, TakeWhatTheToolsSay) {
          "LV VG Attr #Str Type SSize\nx vg1 -wi 1 linear 1G\ny vg0 -wi 2 striped 1G\nz vg0 -wi 1 linear 1G\n",
          "striped"},
         {lvs, "y vg0 -wi 2 striped\ny vg0 -wi 2 striped 1 G\n", "-"},
+        {vgForm, "VG Name a\nPE Size 4.00 MB\n", "true"},
+        {vgForm, "VG Name a\nPE Size 4.00 MiB\nPE Size 4.00 MB\n", "false"},
+        {vgForm, "VG Name a\n", "true"},
+        {vgForm, "  No volume groups found\n", "false"},
+        {vgs, R"({"report":[{"vg":[{"vg_name":"a","vg_size":"5368709120B"},{"vg_name":"b"}]}]})",
+         "[a 5368709120][b 0]"},
+        {pvs,
+         R"({"report":[{"pv":[{"pv_name":"/dev/sda1","vg_name":"a","pv_size":"9B","pv_free":"2B"},)"
+         R"({"pv_name":"/dev/sdb","vg_name":"","pv_size":"9B","pv_free":"9B"}]}]})",
+         "[/dev/sda1 a 7][/dev/sdb - 0]"},
+        {segments,
+         R"({"report":[{"seg":[{"vg_name":"a","segtype":"raid5_ls"},{"vg_name":"a","segtype":"linear"}]}]})",
+         "[a raid5_ls]"},
+        {segments, "  Volume group \"a\" not found\n", ""},
+        {json, R"( {"x":[{"a":1.5e3,"b":true,"c":null,"d":[1],"x":[{"e":"in\"ner"}]},2,[{"f":1}]]} )",
+         "[[a=1.5e3][b=true]][[e=in\"ner]]"},
+        {json, R"([{"x":[{"a":"\u00e9\u20ac\ud83d\ude00\t"}]}])", "[[a=\u00e9\u20ac\U0001F600\t]]"},
+        {json, R"({"x":[{"a":"\ud83d"}]})", ""},
+        {json, R"({"x":[{"a":1},{"a":2})", ""},
+        {json, "{\"x\":" + std::string(100, '[') + std::string(100, ']') + '}', ""},
+        {json, R"({"x":[{"a":"b)", ""},
         {lvdisplay, "LV Name /dev/a/b\nVG Name a\nVG Name x\nLV Name /dev/c/d\nLV Size 1\nVG Name\n",
          "[/dev/a/b a][/dev/c/d -]"},
         {raidtab,
