@@ -1,6 +1,7 @@
 /// What a large collection of storage objects costs: in memory, to be written and to be read back.
 
 #include "storage/Storage_DriveExtentLinux.h"
+#include "storage/Storage_StorageAssociationsLinux.h"
 #include "xml/Xerces_Document.h"
 #include "xml/Xerces_Layer.h"
 
@@ -11,6 +12,7 @@
 #include <malloc.h>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -94,6 +96,41 @@ void readCollection(benchmark::State& state) {
     reportPerObject(state);
 }
 BENCHMARK(readCollection)->Unit(benchmark::kMillisecond);
+
+/// The links of so many partitions: to a drive, to a pool and from there to a plex; each looked up, and all
+/// written.
+void linkObjects(benchmark::State& state) {
+    const auto count = static_cast<int>(state.range(0));
+    for ([[maybe_unused]] auto iteration : state) {
+        Storage_StorageAssociationsLinux links;
+        std::size_t found = 0;
+        for (int number = 0; number < count; ++number) {
+            const std::string name = "/dev/sd" + std::to_string(number);
+            links.addAssociation(name + '1', System_Object::DriveExtent, name, System_Object::PhysicalDrive);
+            links.addAssociation(name + '1', System_Object::DriveExtent, "NULLExtentPool_" + name,
+                                 System_Object::ExtentPool);
+            links.addAssociation("NULLExtentPool_" + name, System_Object::ExtentPool, "NULLPlex_" + name,
+                                 System_Object::Plex);
+        }
+        Storage_DriveExtentLinux extent;
+        for (int number = 0; number < count; ++number) {
+            extent.setName(("/dev/sd" + std::to_string(number) + '1').c_str());
+            std::vector<std::string> drives;
+            links.getAssociates(extent, System_Object::PhysicalDrive, drives);
+            found += drives.size();
+        }
+        const Xerces_DocumentPtr document = Xerces_CreateDocument("Response");
+        if (found != static_cast<std::size_t>(count) ||
+            !links.serialize(document.get(), Xerces_Root(*document), nullptr)) {
+            state.SkipWithError("links are missing");
+            break;
+        }
+        const std::string text = Xerces_Serialize(*document);
+        benchmark::DoNotOptimize(text.data());
+    }
+    state.SetComplexityN(count);
+}
+BENCHMARK(linkObjects)->Arg(1000)->Arg(3000)->Arg(10000)->Unit(benchmark::kMillisecond)->Complexity();
 
 } // namespace
 

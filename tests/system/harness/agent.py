@@ -209,9 +209,13 @@ class Agent:
             flags[int(entry)] = int(re.search(r"^flags:\s+(\d+)", info, re.M)[1], 8)
         return flags
 
+    def memory(self, field):
+        """A figure of /proc/PID/status, in bytes."""
+        return self._status_number(field) * 1024
+
     def rss(self):
         """Resident memory in bytes."""
-        return self._status_number("VmRSS") * 1024
+        return self.memory("VmRSS")
 
     def threads(self):
         return self._status_number("Threads")
