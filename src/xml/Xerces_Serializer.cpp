@@ -5,6 +5,7 @@
 #include <xercesc/dom/DOMNamedNodeMap.hpp>
 #include <xercesc/dom/DOMNode.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
@@ -54,6 +55,25 @@ std::u16string_view view(const XMLCh* text) {
     return text == nullptr ? std::u16string_view() : text;
 }
 
+template <typename Escape>
+void appendEscaped(std::string& out, std::u16string_view text, Escape escape) {
+    std::size_t written = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const std::string_view entity = escape(text[at]);
+        if (entity.empty())
+            continue;
+        Xerces_AppendUtf8(out, text.substr(written, at - written));
+        out += entity;
+        written = at + 1;
+    }
+    Xerces_AppendUtf8(out, text.substr(written));
+}
+
+/// Whether the byte stands in an attribute as itself, whatever follows it.
+bool standsForItself(unsigned char byte) {
+    return byte >= 0x20 && byte < 0x7F && byte != '&' && byte != '<' && byte != '"';
+}
+
 class Writer {
 public:
     Writer() { out_.reserve(initialCapacity); }
@@ -79,20 +99,6 @@ public:
     std::string take() { return std::move(out_); }
 
 private:
-    template <typename Escape>
-    void escaped(std::u16string_view text, Escape escape) {
-        std::size_t written = 0;
-        for (std::size_t at = 0; at < text.size(); ++at) {
-            const std::string_view entity = escape(text[at]);
-            if (entity.empty())
-                continue;
-            raw(text.substr(written, at - written));
-            out_ += entity;
-            written = at + 1;
-        }
-        raw(text.substr(written));
-    }
-
     void raw(std::u16string_view text) { Xerces_AppendUtf8(out_, text); }
 
     void attributes(const DOMNode& element) {
@@ -103,7 +109,7 @@ private:
             out_ += ' ';
             raw(view(attribute.getNodeName()));
             out_ += "=\"";
-            escaped(view(attribute.getNodeValue()), attributeEscape);
+            appendEscaped(out_, view(attribute.getNodeValue()), attributeEscape);
             out_ += '"';
         }
     }
@@ -121,7 +127,7 @@ private:
             out_ += node.hasChildNodes() ? ">" : "/>";
             break;
         case DOMNode::TEXT_NODE:
-            escaped(view(node.getNodeValue()), textEscape);
+            appendEscaped(out_, view(node.getNodeValue()), textEscape);
             break;
         case DOMNode::CDATA_SECTION_NODE:
             between("<![CDATA[", view(node.getNodeValue()), "]]>");
@@ -158,4 +164,18 @@ std::string Xerces_SerializeNode(const DOMNode& node) {
     Writer writer;
     writer.write(node);
     return writer.take();
+}
+
+void Xerces_AppendAttribute(std::string& out, std::string_view name, std::string_view value) {
+    out += ' ';
+    out += name;
+    out += "=\"";
+    if (std::all_of(value.begin(), value.end(), standsForItself)) {
+        out += value;
+    } else {
+        std::u16string units(Xerces_MaximumUnits(value.size()) + 1, u'\0');
+        units.resize(Xerces_ToUnits(value, units.data()));
+        appendEscaped(out, units, attributeEscape);
+    }
+    out += '"';
 }

@@ -1,0 +1,533 @@
+#include "files/System_FileIteratorLinux.h"
+
+#include "files/System_FileSystemObjectLinux.h"
+#include "files/System_FileSystemType.h"
+#include "files/System_OpenFolder.h"
+#include "files/System_OwnerNames.h"
+#include "log/Debug_Printf.h"
+#include "model/System_Allocate.h"
+#include "model/System_AuditFailures.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unordered_map>
+
+bool gIgnoreHardlinkDirs = false;
+
+namespace {
+
+constexpr unsigned hoursOfWindow = 24;
+/// How many directories stay open while their subdirectories are read. The others are opened again from
+/// below.
+constexpr std::size_t mostOpenFolders = 64;
+
+/// For a directory that is only gone through.
+constexpr int reachFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW;
+
+struct FileId {
+    dev_t device = 0;
+    ino_t inode = 0;
+
+    bool operator==(const FileId&) const = default;
+};
+
+std::optional<FileId> idOf(int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0)
+        return std::nullopt;
+    return FileId{status.st_dev, status.st_ino};
+}
+
+/// A directory that has been found and not yet read.
+struct Waiting {
+    std::string name;
+    System_FileSystemObject* node = nullptr; ///< in the map mode
+    FileId id;
+};
+
+/// A directory between the root and the one that is being read, or that one itself.
+struct Frame {
+    std::string name;
+    FileId id;
+    std::size_t depth = 0;
+    std::size_t pathLength = 0; ///< of its path, which the paths of all directories below it begin with
+    std::size_t waiting = 0;    ///< subdirectories that have not been read
+    File_Descriptor descriptor; ///< not open if there are too many
+    System_FileSystemObject* node = nullptr;
+};
+
+/// What one directory holds itself.
+struct Totals {
+    std::uint64_t files = 0;
+    std::uint64_t dirs = 0;
+    std::uint64_t filesAccessed = 0;
+    std::uint64_t filesModified = 0;
+    std::uint64_t size = 0;
+};
+
+} // namespace
+
+std::unique_ptr<System_FileIterator> System_FactoryAllocateFileIterator() {
+    return System_Allocate<System_FileIterator, System_FileIteratorLinux>();
+}
+
+/// One run over one tree. Directories leave the stack last in, first out, so those that wait belong to the
+/// directories between the root and the one that is read, which frames_ holds; in the plain mode those for
+/// which nothing waits are left out.
+class System_FileIteratorLinux::Walk {
+public:
+    Walk(System_FileIteratorLinux& owner, const System_MountPointMapLinux::Map& mounts)
+        : owner_(owner), mounts_(mounts) {}
+
+    bool run();
+
+private:
+    enum class Outcome { GoOn, Stopped, Failed };
+
+    bool isMapMode() const { return owner_.fsoMapRequired_; }
+    bool begin();
+    bool finish();
+
+    /// The directory that is read, and its path.
+    Frame next();
+    void enter(const Frame& frame);
+    std::string pathOf(const Frame& frame) const { return place_.substr(0, frame.pathLength); }
+    System_OpenFolder openRoot(Frame& frame);
+    System_OpenFolder open(const Frame& frame);
+    bool reopen(Frame& frame);
+    bool reachFromRoot(const Frame& frame);
+    void keep(Frame frame, File_Descriptor descriptor);
+    void leave();
+    void keepFewOpen();
+
+    Outcome read(Frame& frame, System_OpenFolder& folder);
+    Outcome look(std::string_view name, const System_WalkedFolder& folder, Frame& frame);
+    void findMountPoints();
+    bool isSkipped(std::string_view name) const;
+    void takeFile();
+    bool takeFolder(std::string_view name, Frame& frame);
+    bool isDuplicate();
+    void evaluate();
+    void record(const char* path) const;
+    Outcome askTerminator() const;
+
+    void closeAccount(const Frame& frame) const;
+    void rollUp();
+
+    System_FileIteratorLinux& owner_;
+    const System_MountPointMapLinux::Map& mounts_;
+    std::unique_ptr<System_Date> sDay_ = System_FactoryAllocateDate();
+    std::unique_ptr<System_Date> eDay_ = System_FactoryAllocateDate();
+    /// Stands for one entry after another.
+    System_FileSystemObjectLinux fso_;
+    std::vector<Waiting> waiting_;
+    std::vector<Frame> frames_;
+    /// What stands in front of the names of the directory that is read.
+    std::string place_;
+    Totals totals_;
+    std::unordered_multimap<std::uint64_t, std::uint32_t> inodeSet_;
+    /// Those in the directory that is read.
+    std::vector<System_MountPointMapLinux::Map::const_iterator> mountsHere_;
+
+    std::size_t openFrames_ = 0;
+    std::size_t firstOpen_ = 0; ///< no frame before it is open
+    /// The directory that was left last, from which those above it are reached.
+    File_Descriptor left_;
+    std::size_t leftDepth_ = 0;
+
+    std::size_t largestStack_ = 1;
+    std::size_t nodes_ = 0;
+    std::size_t nodesNow_ = 0;
+    std::size_t largestMap_ = 0;
+    System_FolderBuffer buffer_{};
+};
+
+bool System_FileIteratorLinux::prepareForAudit() {
+    if (System_FileIterator::prepareForAudit() && System_MountPointObjectLinux::prepareForAudit())
+        return true;
+    cleanupAfterAudit();
+    return false;
+}
+
+bool System_FileIteratorLinux::cleanupAfterAudit() {
+    const bool isFirstClean = System_FileIterator::cleanupAfterAudit();
+    return System_MountPointObjectLinux::cleanupAfterAudit() && isFirstClean;
+}
+
+bool System_FileIteratorLinux::audit() {
+    DEBUG_LOG("System_FileIteratorLinux::audit: %s\n", path_.c_str());
+    if (path_.empty()) {
+        DEBUG_LOG("System_FileIteratorLinux::audit: path is empty\n");
+    } else if (fileEvaluator_ == nullptr) {
+        DEBUG_LOG("System_FileIteratorLinux::audit: fileEvaluator is NULL\n");
+    } else if (recursionLevel_ == System_FileSystemObject::NoWalk) {
+        return true;
+    } else if (mountPointMap() == nullptr) {
+        DEBUG_LOG("System_FileIteratorLinux::audit: mps is NULL\n");
+    } else {
+        const bool succeeded = std::make_unique<Walk>(*this, *mountPointMap()->getMountPointMapMP())->run();
+        deallocateFsoMap();
+        if (succeeded) {
+            setAuditResult(true);
+            return true;
+        }
+    }
+    DEBUG_LOG("System_FileIteratorLinux::audit: failed\n");
+    return false;
+}
+
+bool System_FileIteratorLinux::Walk::begin() {
+    if (!eDay_->setToCurrentTime()) {
+        DEBUG_LOG("System_FileIteratorLinux::audit: failed SystemFactoryAllocateDate\n");
+        return false;
+    }
+    *sDay_ = *eDay_;
+    sDay_->subtractHours(hoursOfWindow);
+    fso_.setOwnerNames(std::make_shared<System_OwnerNames>());
+    owner_.setFSORequirements(&fso_);
+    if (!owner_.fsoMapRequired_)
+        return true;
+    owner_.fsoRootDir_ = System_FactoryAllocateFileSystemObject();
+    if (!owner_.fsoRootDir_) {
+        DEBUG_LOG(
+            "System_FileIteratorLinux::audit: failed fsoRootDir SystemFactoryAllocateFileSystemObject\n");
+        return false;
+    }
+    owner_.fsoRootDir_->setPath(owner_.path_.c_str());
+    nodesNow_ = largestMap_ = 1;
+    return true;
+}
+
+bool System_FileIteratorLinux::Walk::run() {
+    if (!begin())
+        return false;
+    Frame frame;
+    System_OpenFolder folder = openRoot(frame);
+    if (!folder) {
+        DEBUG_LOG("System_FileIteratorLinux::audit: unable to open directory %s\n", pathOf(frame).c_str());
+        return false;
+    }
+    Outcome outcome = Outcome::GoOn;
+    for (;;) {
+        outcome = read(frame, folder);
+        if (outcome == Outcome::Failed)
+            return false;
+        keep(std::move(frame), folder.takeDescriptor());
+        if (outcome == Outcome::Stopped || owner_.recursionLevel_ == System_FileSystemObject::OneDirectory ||
+            waiting_.empty())
+            break;
+        frame = next();
+        folder = open(frame);
+        if (!folder)
+            DEBUG_LOG("System_FileIteratorLinux::audit: unable to open directory %s\n",
+                      pathOf(frame).c_str());
+    }
+    DEBUG_LOG("System_FileIteratorLinux::audit max stack size: %d\n", static_cast<int>(largestStack_));
+    if (outcome != Outcome::Stopped && !finish())
+        return false;
+    DEBUG_LOG("System_FileIteratorLinux::audit: InodeSet size = %u\n",
+              static_cast<unsigned>(inodeSet_.size()));
+    return true;
+}
+
+bool System_FileIteratorLinux::Walk::finish() {
+    if (!isMapMode())
+        return true;
+    DEBUG_LOG("System_FileIteratorLinux::audit: max fsoMap size: %d\n", static_cast<int>(largestMap_));
+    DEBUG_LOG("System_FileIteratorLinux::audit: total num of nodes: %d\n", static_cast<int>(nodes_));
+    if (owner_.fsoRootDir_->calcRecursiveDirMembers(owner_.fileEvaluator_, owner_.iterationTerminator_,
+                                                    sDay_.get(), eDay_.get()))
+        return true;
+    DEBUG_LOG("System_FileIteratorLinux::audit: failed calcRecursiveDirMembers\n");
+    return false;
+}
+
+System_OpenFolder System_FileIteratorLinux::Walk::openRoot(Frame& frame) {
+    const std::string& path = owner_.path_;
+    frame.node = owner_.fsoRootDir_.get();
+    frame.pathLength = path.size();
+    place_ = path;
+    enter(frame);
+    struct stat status {};
+    if (lstat(path.c_str(), &status) == 0) {
+        const auto device = static_cast<std::uint32_t>(status.st_dev);
+        DEBUG_LOG("System_FileIteratorLinux::audit: devID= %u, dir= %s\n", device, path.c_str());
+        inodeSet_.emplace(status.st_ino, device);
+    } else {
+        DEBUG_LOG("System_FileIteratorLinux::audit: lstat failed: %s\n", path.c_str());
+    }
+    System_OpenFolder folder(AT_FDCWD, path.c_str(), true);
+    if (folder)
+        frame.id = idOf(folder.descriptor()).value_or(FileId());
+    return folder;
+}
+
+Frame System_FileIteratorLinux::Walk::next() {
+    while (frames_.back().waiting == 0)
+        leave();
+    Frame& parent = frames_.back();
+    --parent.waiting;
+    place_.resize(parent.pathLength);
+    enter(parent);
+    Frame frame;
+    frame.name = std::move(waiting_.back().name);
+    frame.id = waiting_.back().id;
+    frame.node = waiting_.back().node;
+    frame.depth = parent.depth + 1;
+    waiting_.pop_back();
+    place_ += frame.name;
+    frame.pathLength = place_.size();
+    enter(frame);
+    return frame;
+}
+
+void System_FileIteratorLinux::Walk::enter(const Frame& frame) {
+    if (place_.size() == frame.pathLength && !place_.ends_with('/'))
+        place_ += '/';
+}
+
+System_OpenFolder System_FileIteratorLinux::Walk::open(const Frame& frame) {
+    Frame& parent = frames_.back();
+    return reopen(parent) ? System_OpenFolder(parent.descriptor.get(), frame.name.c_str())
+                          : System_OpenFolder();
+}
+
+/// Opens a directory again that was closed since there were too many: up from the one that was left last, and
+/// if that leads elsewhere by now, down from the root. It has to be the same directory.
+bool System_FileIteratorLinux::Walk::reopen(Frame& frame) {
+    if (frame.descriptor)
+        return true;
+    for (; left_ && leftDepth_ > frame.depth; --leftDepth_)
+        left_.reset(openat(left_.get(), "..", reachFlags));
+    if ((!left_ || idOf(left_.get()) != frame.id) && !reachFromRoot(frame))
+        return false;
+    frame.descriptor = std::move(left_);
+    ++openFrames_;
+    firstOpen_ = std::min(firstOpen_, frames_.size() - 1);
+    return true;
+}
+
+bool System_FileIteratorLinux::Walk::reachFromRoot(const Frame& frame) {
+    left_.reset(::open(owner_.path_.c_str(), reachFlags & ~O_NOFOLLOW));
+    std::string_view rest = std::string_view(place_).substr(0, frame.pathLength).substr(owner_.path_.size());
+    while (left_ && !rest.empty()) {
+        rest.remove_prefix(std::min(rest.find_first_not_of('/'), rest.size()));
+        const std::string name(rest.substr(0, rest.find('/')));
+        rest.remove_prefix(name.size());
+        if (!name.empty())
+            left_.reset(openat(left_.get(), name.c_str(), reachFlags));
+    }
+    return left_ && idOf(left_.get()) == frame.id;
+}
+
+/// Puts a directory that has been read where its subdirectories find it.
+void System_FileIteratorLinux::Walk::keep(Frame frame, File_Descriptor descriptor) {
+    if (!isMapMode()) {
+        if (!frames_.empty() && frames_.back().waiting == 0)
+            leave();
+        if (frame.waiting == 0) {
+            left_ = std::move(descriptor);
+            leftDepth_ = frame.depth;
+            return;
+        }
+    }
+    frame.descriptor = std::move(descriptor);
+    openFrames_ += frame.descriptor ? 1 : 0;
+    frames_.push_back(std::move(frame));
+    keepFewOpen();
+    if (isMapMode())
+        rollUp();
+}
+
+void System_FileIteratorLinux::Walk::leave() {
+    Frame& frame = frames_.back();
+    if (frame.descriptor) {
+        left_ = std::move(frame.descriptor);
+        leftDepth_ = frame.depth;
+        --openFrames_;
+    }
+    frames_.pop_back();
+    firstOpen_ = std::min(firstOpen_, frames_.size());
+}
+
+void System_FileIteratorLinux::Walk::keepFewOpen() {
+    while (openFrames_ > mostOpenFolders) {
+        while (!frames_[firstOpen_].descriptor)
+            ++firstOpen_;
+        frames_[firstOpen_].descriptor.reset();
+        --openFrames_;
+    }
+}
+
+System_FileIteratorLinux::Walk::Outcome System_FileIteratorLinux::Walk::read(Frame& frame,
+                                                                             System_OpenFolder& folder) {
+    totals_ = {};
+    Outcome outcome = Outcome::GoOn;
+    if (folder) {
+        const System_WalkedFolder walked{folder.descriptor(),
+                                         std::string_view(place_).substr(0, frame.pathLength), place_};
+        fso_.enter(walked);
+        findMountPoints();
+        while (outcome == Outcome::GoOn) {
+            const std::optional<std::string_view> name = folder.next(buffer_);
+            if (!name)
+                break;
+            outcome = look(*name, walked, frame);
+        }
+        if (folder.error() != 0) {
+            DEBUG_LOG("System_FileIteratorLinux::audit: unable to read directory %s: %s\n",
+                      pathOf(frame).c_str(), std::strerror(folder.error()));
+            record(pathOf(frame).c_str());
+        }
+    }
+    if (isMapMode() && outcome != Outcome::Failed)
+        closeAccount(frame);
+    if (folder && !folder.restoreTime())
+        DEBUG_LOG("System_FileIteratorLinux::audit: set directory time failed %s %s\n", pathOf(frame).c_str(),
+                  std::strerror(errno));
+    return outcome;
+}
+
+/// One entry of the directory.
+System_FileIteratorLinux::Walk::Outcome
+System_FileIteratorLinux::Walk::look(std::string_view name, const System_WalkedFolder& folder, Frame& frame) {
+    if (mountsHere_.empty() || !isSkipped(name)) {
+        fso_.prepareForAudit();
+        if (!fso_.auditEntry(folder, name)) {
+            DEBUG_LOG("System_FileIteratorLinux::audit: failed fso audit %s\n", fso_.getPath());
+            record(fso_.getPath());
+            return askTerminator();
+        }
+        if (!fso_.getIsDirectory())
+            takeFile();
+        else if (!takeFolder(name, frame))
+            return Outcome::Failed;
+        fso_.cleanupAfterAudit();
+    }
+    return askTerminator();
+}
+
+void System_FileIteratorLinux::Walk::findMountPoints() {
+    mountsHere_.clear();
+    for (auto point = mounts_.lower_bound(place_); point != mounts_.end() && point->first.starts_with(place_);
+         ++point)
+        if (point->first.size() > place_.size() && point->first.find('/', place_.size()) == std::string::npos)
+            mountsHere_.push_back(point);
+}
+
+bool System_FileIteratorLinux::Walk::isSkipped(std::string_view name) const {
+    const auto point = std::find_if(mountsHere_.begin(), mountsHere_.end(), [&](const auto& each) {
+        return std::string_view(each->first).substr(place_.size()) == name;
+    });
+    if (point == mountsHere_.end() || owner_.skipMethod_ == SkipNone)
+        return false;
+    return owner_.skipMethod_ != SkipUnsupported ||
+           !System_VerifyFSTypeSupport((*point)->second->fileSystemType.c_str());
+}
+
+void System_FileIteratorLinux::Walk::takeFile() {
+    totals_.size += fso_.getSize();
+    evaluate();
+    totals_.filesAccessed += fso_.getNumFilesAccessed();
+    totals_.filesModified += fso_.getNumFilesModified();
+    ++totals_.files;
+}
+
+/// False if memory is short.
+bool System_FileIteratorLinux::Walk::takeFolder(std::string_view name, Frame& frame) {
+    if (isDuplicate())
+        return true;
+    Waiting found{std::string(name), nullptr, {fso_.device(), fso_.getInode()}};
+    if (isMapMode()) {
+        std::unique_ptr<System_FileSystemObject> node = System_FactoryAllocateFileSystemObject();
+        if (!node) {
+            DEBUG_LOG("System_FileIteratorLinux::audit: failed to allocate dir\n");
+            fso_.cleanupAfterAudit();
+            return false;
+        }
+        *node = fso_;
+        // It gets its place when it is offered: those that wait would keep all their paths in memory.
+        node->setPath(nullptr);
+        node->setParentDirPath(nullptr);
+        found.node = node.get();
+        frame.node->getChildren()->push_back(std::move(node));
+        ++nodes_;
+        largestMap_ = std::max(largestMap_, ++nodesNow_);
+    } else {
+        evaluate();
+    }
+    waiting_.push_back(std::move(found));
+    ++frame.waiting;
+    largestStack_ = std::max(largestStack_, waiting_.size());
+    ++totals_.dirs;
+    return true;
+}
+
+/// Whether the directory has been met under another name.
+bool System_FileIteratorLinux::Walk::isDuplicate() {
+    const auto [first, last] = inodeSet_.equal_range(fso_.getInode());
+    if (std::any_of(first, last, [&](const auto& each) { return each.second == fso_.getInodeDevice(); })) {
+        DEBUG_LOG("System_FileIteratorLinux::audit: ignore hard link path=%s, inode=%u, devID=%u\n",
+                  fso_.getPath(), static_cast<unsigned>(fso_.getInode()), fso_.getInodeDevice());
+        return true;
+    }
+    if (gIgnoreHardlinkDirs)
+        inodeSet_.emplace(fso_.getInode(), fso_.getInodeDevice());
+    return false;
+}
+
+void System_FileIteratorLinux::Walk::evaluate() {
+    if (owner_.fileEvaluator_->evaluateFile(&fso_, sDay_.get(), eDay_.get()))
+        return;
+    DEBUG_LOG("System_FileIteratorLinux::audit: failed evaluateFile %s\n", fso_.getPath());
+    record(fso_.getPath());
+}
+
+void System_FileIteratorLinux::Walk::record(const char* path) const {
+    if (owner_.auditFailures_ != nullptr)
+        owner_.auditFailures_->record(path, System_Object::FSO);
+}
+
+System_FileIteratorLinux::Walk::Outcome System_FileIteratorLinux::Walk::askTerminator() const {
+    bool succeeds = false;
+    if (owner_.iterationTerminator_ == nullptr || !owner_.iterationTerminator_->terminateIteration(succeeds))
+        return Outcome::GoOn;
+    return succeeds ? Outcome::Stopped : Outcome::Failed;
+}
+
+void System_FileIteratorLinux::Walk::closeAccount(const Frame& frame) const {
+    System_FileSystemObject& node = *frame.node;
+    node.setNumFiles(totals_.files);
+    node.setNumFilesRecursive(totals_.files);
+    node.setSizeRecursive(totals_.size);
+    node.setNumFilesAccessedRecursive(totals_.filesAccessed);
+    node.setNumFilesModifiedRecursive(totals_.filesModified);
+    node.setNumDirs(totals_.dirs);
+    node.setNumDirsRecursive(totals_.dirs);
+}
+
+/// Offers the directory that was read last if nothing is left below it, and those above it as far as they
+/// become complete by that. One that is not taken stays, and is offered once more at the end.
+void System_FileIteratorLinux::Walk::rollUp() {
+    while (frames_.size() > 1 && frames_.back().node->getChildren()->empty()) {
+        const Frame& frame = frames_.back();
+        Frame& parent = frames_[frames_.size() - 2];
+        System_FileSystemObject& node = *frame.node;
+        node.setPath(pathOf(frame).c_str());
+        node.setParentDirPath(pathOf(parent).c_str());
+        if (!owner_.fileEvaluator_->evaluateFile(&node, sDay_.get(), eDay_.get()))
+            return;
+        parent.node->addRecursiveMembers(node);
+        // Those that were found last are read first.
+        System_FileSystemObject::Children& siblings = *parent.node->getChildren();
+        const auto own = std::find_if(siblings.rbegin(), siblings.rend(),
+                                      [&](const auto& each) { return each.get() == &node; });
+        siblings.erase(std::prev(own.base()));
+        --nodesNow_;
+        leave();
+        if (waiting_.empty() || frames_.back().waiting != 0)
+            return;
+    }
+}

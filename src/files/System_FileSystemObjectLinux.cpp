@@ -1,0 +1,229 @@
+#include "files/System_FileSystemObjectLinux.h"
+
+#include "base/File_Descriptor.h"
+#include "files/System_FileIteratorLinux.h"
+#include "files/System_FileSystemType.h"
+#include "files/System_TimeWindow.h"
+#include "log/Debug_Printf.h"
+#include "model/System_Allocate.h"
+
+#include <cerrno>
+#include <climits>
+#include <fcntl.h>
+#include <sys/statfs.h>
+
+namespace {
+
+/// The first second of the year 10000. Up to there each time has a date.
+constexpr std::time_t endOfUsualTimes = 253'402'300'800;
+
+bool isMissing(int error) {
+    return error == ENOENT || error == ENOTDIR;
+}
+
+/// The same as statfs(2) of the path, for a path of any length.
+int statfsAt(int folder, const char* name, bool follows, struct statfs& status) {
+    const File_Descriptor descriptor(openat(folder, name, O_PATH | O_CLOEXEC | (follows ? 0 : O_NOFOLLOW)));
+    return descriptor ? fstatfs(descriptor.get(), &status) : -1;
+}
+
+} // namespace
+
+std::unique_ptr<System_FileSystemObject> System_FactoryAllocateFileSystemObject() {
+    return System_Allocate<System_FileSystemObject, System_FileSystemObjectLinux>();
+}
+
+System_FileSystemObjectLinux::System_FileSystemObjectLinux() {
+    setAllocatedCreateDT(System_FactoryAllocateDate());
+    setAllocatedModifyDT(System_FactoryAllocateDate());
+    setAllocatedAccessDT(System_FactoryAllocateDate());
+}
+
+bool System_FileSystemObjectLinux::fail() {
+    DEBUG_LOG("System_FileSystemObjectLinux::audit: failed\n");
+    return false;
+}
+
+bool System_FileSystemObjectLinux::failMissing(const char* call) {
+    if (isMissing(errno))
+        exists_ = Missing;
+    DEBUG_LOG("System_FileSystemObjectLinux::audit - %s failed: %s\n", call, path_.c_str());
+    return fail();
+}
+
+bool System_FileSystemObjectLinux::audit() {
+    exists_ = ExistenceUnknown;
+    if (path_.empty()) {
+        DEBUG_LOG("System_FileSystemObjectLinux::audit: getPath is empty\n");
+        return fail();
+    }
+    struct stat status {};
+    if (lstat(path_.c_str(), &status) != 0)
+        return failMissing("lstat");
+    std::string_view trimmed = path_;
+    while (trimmed.size() > 1 && trimmed.ends_with('/'))
+        trimmed.remove_suffix(1);
+    name_ = trimmed.substr(trimmed.rfind('/') + 1);
+    if (!take(status) || !takeFileSystemType(nullptr, status))
+        return false;
+    if (isDirectory_ && recursionLevel_ != NoWalk)
+        walk();
+    setAuditResult(true);
+    return true;
+}
+
+void System_FileSystemObjectLinux::enter(const System_WalkedFolder& folder) {
+    path_ = folder.prefix;
+    prefixLength_ = path_.size();
+    parentDirPath_ = folder.path;
+}
+
+bool System_FileSystemObjectLinux::auditEntry(const System_WalkedFolder& folder, std::string_view name) {
+    exists_ = ExistenceUnknown;
+    path_.resize(prefixLength_);
+    path_ += name;
+    name_ = name;
+    struct stat status; // NOLINT(cppcoreguidelines-pro-type-member-init): filled if it is looked at
+    if (fstatat(folder.descriptor, name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return failMissing("lstat");
+    if (!take(status) || !takeFileSystemType(&folder, status))
+        return false;
+    setAuditResult(true);
+    return true;
+}
+
+bool System_FileSystemObjectLinux::take(const struct stat& status) {
+    exists_ = Exists;
+    isDirectory_ = S_ISDIR(status.st_mode);
+    isSoftLink_ = S_ISLNK(status.st_mode);
+    inode_ = status.st_ino;
+    device_ = status.st_dev;
+    inodeDevice_ = static_cast<std::uint32_t>(status.st_dev);
+    owner_ = status.st_uid;
+    groupId_ = status.st_gid;
+    size_ = S_ISREG(status.st_mode) || isDirectory_ || isSoftLink_
+                ? static_cast<std::uint64_t>(status.st_size)
+                : 0;
+    modifyTime_ = status.st_mtime;
+    accessTime_ = status.st_atime;
+    unread_ = {true, true, true, true};
+    return (isCalendarTime(modifyTime_, "modifyDT") && isCalendarTime(accessTime_, "accessDT")) || fail();
+}
+
+bool System_FileSystemObjectLinux::isCalendarTime(std::time_t time, const char* which) const {
+    std::tm fields{};
+    if ((time >= 0 && time < endOfUsualTimes) || gmtime_r(&time, &fields) != nullptr)
+        return true;
+    DEBUG_LOG("System_FileSystemObjectLinux::audit: failed gmtime_r(%s) for %s\n", which, path_.c_str());
+    return false;
+}
+
+bool System_FileSystemObjectLinux::takeFileSystemType(const System_WalkedFolder* folder,
+                                                      const struct stat& status) {
+    // A soft link is asked about for itself, which shows whether it leads anywhere.
+    const bool isKnownByDevice = folder != nullptr && !isSoftLink_;
+    if (isKnownByDevice) {
+        const auto known = fileSystemTypes_.find(status.st_dev);
+        if (known != fileSystemTypes_.end()) {
+            fsType_ = known->second;
+            return true;
+        }
+    }
+    struct statfs fileSystem {};
+    const int result = folder == nullptr || path_.size() < PATH_MAX
+                           ? statfs(path_.c_str(), &fileSystem)
+                           : statfsAt(folder->descriptor, name_.c_str(), isSoftLink_, fileSystem);
+    if (result != 0)
+        return failMissing("statfs");
+    const char* type = System_FileSystemTypeName(static_cast<std::uint32_t>(fileSystem.f_type));
+    if (isKnownByDevice)
+        fileSystemTypes_.emplace(status.st_dev, type);
+    fsType_ = type;
+    return true;
+}
+
+void System_FileSystemObjectLinux::walk() {
+    System_FileIteratorLinux iterator;
+    iterator.copyAuditParameters(this);
+    iterator.setFSOMapRequired(true);
+    iterator.setRecursionLevel(recursionLevel_);
+    iterator.setSkipMethod(System_FileIteratorLinux::SkipUnsupported);
+    iterator.registerPath(path_.c_str());
+    iterator.registerFileEvaluator(this);
+    iterator.registerIterationTerminator(this);
+    const bool isPrepared = iterator.prepareForAudit();
+    if (!isPrepared || !iterator.audit())
+        DEBUG_LOG("System_FileSystemObjectLinux::audit: failed fileIterator audit %s\n", path_.c_str());
+    if (isPrepared && !iterator.cleanupAfterAudit())
+        DEBUG_LOG("System_FileSystemObjectLinux::audit: failed fileIterator cleanupAfterAudit %s\n",
+                  path_.c_str());
+}
+
+bool System_FileSystemObjectLinux::evaluateFile(System_FileSystemObject* fso, System_Date* sDay,
+                                                System_Date* eDay) {
+    if (fso == nullptr) {
+        DEBUG_LOG("System_FileSystemObjectLinux::evaluateFile: fso is NULL\n");
+        return false;
+    }
+    if (sDay == nullptr || eDay == nullptr) {
+        DEBUG_LOG("System_FileSystemObjectLinux::evaluateFile: sDay or eDay is NULL for %s\n",
+                  fso->getPath());
+        return false;
+    }
+    window_.set(*sDay, *eDay);
+    const bool isDirectory = fso->getIsDirectory();
+    const bool countsAccess = !fso->getIsSoftLink();
+    if (!count(*fso, isDirectory ? recursiveDirs : recursiveFiles, countsAccess))
+        return false;
+    counters_[SizeRecursive] += fso->getSize();
+    const std::string_view place = fso->getPath();
+    if (!place.starts_with(path_) || place.size() <= path_.size()) {
+        DEBUG_LOG("System_FileSystemObjectLinux::evaluateFile: paths do not match %s %s\n", place.data(),
+                  path_.c_str());
+        return false;
+    }
+    if (place.find('/', path_.size() + 1) != std::string_view::npos)
+        return true;
+    if (!count(*fso, isDirectory ? directDirs : directFiles, true))
+        return false;
+    std::unique_ptr<System_FileSystemObject> copy = System_FactoryAllocateFileSystemObject();
+    if (!copy) {
+        DEBUG_LOG("System_FileSystemObjectLinux::evaluateFile: failed to allocate fsoCopy for %s\n",
+                  place.data());
+        return false;
+    }
+    *copy = *fso;
+    copy->setSizeRecursive(0);
+    copy->setNumFilesRecursive(0);
+    copy->setNumDirsRecursive(0);
+    children_.push_back(std::move(copy));
+    return true;
+}
+
+bool System_FileSystemObjectLinux::count(const System_FileSystemObject& member, const MemberCounters& which,
+                                         bool countsAccess) {
+    ++counters_.at(which.all);
+    if ((member.getAttributeFlag() & Archived) != 0)
+        ++counters_.at(which.archived);
+    const std::optional<bool> isModified = member.isModifiedWithin(window_);
+    if (!isModified) {
+        DEBUG_LOG("System_FileSystemObjectLinux::evaluateFile: failed getModifyDT for %s\n",
+                  member.getPath());
+        return false;
+    }
+    counters_.at(which.modified) += *isModified ? 1 : 0;
+    if (!countsAccess)
+        return true;
+    const std::optional<bool> isAccessed = member.isAccessedWithin(window_);
+    if (!isAccessed) {
+        DEBUG_LOG("System_FileSystemObjectLinux::evaluateFile: failed getAccessDT for %s\n",
+                  member.getPath());
+        return false;
+    }
+    counters_.at(which.accessed) += *isAccessed ? 1 : 0;
+    return true;
+}
+
+bool System_FileSystemObjectLinux::serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent) {
+    return serialize(document, parent, nullptr);
+}

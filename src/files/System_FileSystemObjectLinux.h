@@ -1,0 +1,73 @@
+#pragma once
+
+#include "files/System_FileSystemObject.h"
+#include "files/System_TimeWindow.h"
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+
+/// An open directory whose entries are looked at.
+struct System_WalkedFolder {
+    int descriptor;
+    /// As the walk names it.
+    std::string_view path;
+    /// What stands in front of an entry's name in its path.
+    std::string_view prefix;
+};
+
+/// A file system object of this platform.
+class System_FileSystemObjectLinux : public System_FileSystemObject {
+public:
+    System_FileSystemObjectLinux();
+    using System_FileSystemObject::operator=;
+
+    /// Looks at the path, and walks the directory that may be there as deep as the recursion level says.
+    /// Fails if it cannot be looked at; then `getExists` tells whether it is missing.
+    bool audit() override;
+    /// Counts a member, at any depth, into the directory that this is, and keeps a copy of a direct one.
+    bool evaluateFile(System_FileSystemObject* fso, System_Date* sDay, System_Date* eDay) override;
+    using System_FileSystemObject::serialize;
+    /// Makes an element, and appends it to `parent` if the options say that the object writes itself.
+    bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent);
+
+    /// For a walk, which looks at one entry after another with the same object: those that follow lie in
+    /// `folder`.
+    void enter(const System_WalkedFolder& folder);
+    /// Audits an entry of it, without a walk. Its kind of file system is asked for once for each device.
+    bool auditEntry(const System_WalkedFolder& folder, std::string_view name);
+    /// Names of owners that are shared by many objects.
+    void setOwnerNames(std::shared_ptr<System_OwnerNames> names) { ownerNames_ = std::move(names); }
+    dev_t device() const { return device_; }
+
+private:
+    /// Where the members of one kind and depth are counted.
+    struct MemberCounters {
+        Counter all;
+        Counter archived;
+        Counter modified;
+        Counter accessed;
+    };
+    static constexpr MemberCounters directFiles = {Files, FilesArchived, FilesModified, FilesAccessed};
+    static constexpr MemberCounters directDirs = {Dirs, DirsArchived, DirsModified, DirsAccessed};
+    static constexpr MemberCounters recursiveFiles = {FilesRecursive, FilesArchivedRecursive,
+                                                      FilesModifiedRecursive, FilesAccessedRecursive};
+    static constexpr MemberCounters recursiveDirs = {DirsRecursive, DirsArchivedRecursive,
+                                                     DirsModifiedRecursive, DirsAccessedRecursive};
+
+    /// False if the member lacks a date.
+    bool count(const System_FileSystemObject& member, const MemberCounters& which, bool countsAccess);
+    bool take(const struct stat& status);
+    bool fail();
+    bool failMissing(const char* call);
+    bool isCalendarTime(std::time_t time, const char* which) const;
+    bool takeFileSystemType(const System_WalkedFolder* folder, const struct stat& status);
+    void walk();
+
+    std::size_t prefixLength_ = 0;
+    dev_t device_ = 0;
+    System_TimeWindow window_;
+    /// By device.
+    std::map<dev_t, const char*> fileSystemTypes_;
+};
