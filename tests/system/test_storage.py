@@ -286,6 +286,41 @@ def ask_in_vain(agent, method):
 
 
 @pytest.mark.long
+def test_what_takes_too_long(start, tmp_path):
+    """A dead mount, a tool beyond its minute, a request beyond its ten: the rest is told, and the next request whole."""
+    world = stack(tmp_path, "2.6.9-5.EL")
+    agent = start(**world.options)
+    volumes, plexes = (lines(audit(agent, method)[0]) for method in ("GetStorageVolumes", "GetPlexes"))
+    agent.wait_rest()
+    threads = agent.threads()
+    world.mount([*world.mounts, Mount("/dev/hda7", f"{tmp_path}/dead")])
+    for _ in range(3):
+        assert lines(audit(agent, "GetStorageVolumes")[0]) == volumes
+    wait_until(lambda: agent.threads() <= threads + 1, "all threads but the one that is stuck to go")
+    vgdisplay = (world.bin / "vgdisplay").read_text()
+    for seconds, then in (61, "exec sleep 1000"), (601, "echo VG Name vg0"):
+        world.put("vgdisplay", f"head -c {seconds} /dev/zero >> {world.top}/later; echo; {then}")
+        assert lines(audit(agent, "GetPlexes")[0]) == [line for line in plexes if not line.startswith("Plex vg")]
+    assert "takes too long, not run: lvs --segments vg0\n" in agent.log()
+    world.put("vgdisplay", vgdisplay)
+    assert lines(audit(agent, "GetPlexes")[0]) == plexes
+
+
+def test_drives_of_a_storage_network(start, server, tmp_path):
+    """Found by address or by node. A faulty adapter makes all local; a library of another version counts as none."""
+    world = stack(tmp_path, "2.6.9-5.EL")
+    world.compile("hba.c", "libHBAAPI.so.2")
+    found = {"/dev/cciss/c0d0": "50:06:01:60:90:20:1E:7A_3", "/dev/sda": "50:06:01:60:90:20:1E:7A_2"}
+    for library, expected in ("2 1", found), ("2 2", {}), ("3 1", {}):
+        world.options["more"] |= {"LD_LIBRARY_PATH": str(world.top), "HBA": library}
+        agent = start(server=server, **world.options)
+        drives = system(agent, server)[0][0]
+        agent.tools_complain = library[0] == "3"
+        assert agent.tools_complain == ("adapters. status: -2\n" in agent.stderr())
+        network = {drive.get("name"): drive.get("providerAddress") for drive in drives if drive.get("deviceType") == "SAN"}
+        assert network == expected and len(drives) == 8, library
+
+
 def test_a_large_machine(start, server, tmp_path):
     world = large_world(tmp_path)
     agent = start(server=server, verbose=False, **world.options)

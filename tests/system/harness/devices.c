@@ -1,11 +1,17 @@
 /* Preloaded into an agent whose disks are plain files: answers what only a disk is asked, from records that
- * stand in such a file behind what else is read of it. harness/world.py writes them. */
+ * stand in such a file behind what else is read of it. harness/world.py writes them. A file system at a folder
+ * named "dead" never answers, and the clock goes ahead by as many seconds as the file $LATER has bytes. */
 
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <scsi/sg.h>
 #include <stdarg.h>
+#include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
+#include <sys/statfs.h>
+#include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
 enum { GET_IDENTITY = 0x030d, GET_ADDRESS = 0x5382 };
@@ -26,4 +32,19 @@ int ioctl(int file, unsigned long request, ...) {
         (request == GET_IDENTITY && read_record(file, 5120, "IDE ", reply, 512)))
         return 0;
     return ((int (*)(int, unsigned long, ...))dlsym(RTLD_NEXT, "ioctl"))(file, request, reply);
+}
+
+int statfs64(const char *path, struct statfs64 *status) {
+    while (strcmp(basename(path), "dead") == 0)
+        pause();
+    return (int)syscall(SYS_statfs, path, status);
+}
+
+int clock_gettime(clockid_t clock, struct timespec *now) {
+    const char *file = getenv("LATER");
+    struct stat status;
+    const int result = (int)syscall(SYS_clock_gettime, clock, now);
+    if (result == 0 && clock == CLOCK_MONOTONIC && file != NULL && stat(file, &status) == 0)
+        now->tv_sec += status.st_size;
+    return result;
 }

@@ -130,10 +130,7 @@ class World:
         (self.top / "calls").touch()
         for tool in ("cat", "fdisk", "lsraid", "lvdisplay", "lvs", "mdadm", "pvdisplay", "uname", "vgdisplay"):
             self.put(tool, TOOL.format(top=self.top))
-        subprocess.run(
-            ["cc", "-shared", "-fPIC", "-o", self.top / "devices.so", Path(__file__).parent / "devices.c", "-ldl"],
-            check=True,
-        )  # fmt: skip
+        self.compile("devices.c", "devices.so")
         self.say("uname -r", kernel + "\n")
         self._say_drives()
         self._say_groups()
@@ -144,9 +141,15 @@ class World:
             "more": {
                 "PATH": f"{self.bin}:/usr/bin:/bin",  # the rest of the tools stands in sbin
                 "LD_PRELOAD": str(self.top / "devices.so"),
+                "LATER": str(self.top / "later"),
                 "ASAN_OPTIONS": environment()["ASAN_OPTIONS"] + ":verify_asan_link_order=0",
             },
         }
+
+    def compile(self, source, library):
+        """Makes a library of a source file beside this one, at the top."""
+        command = ["cc", "-shared", "-fPIC", "-o", self.top / library, Path(__file__).parent / source, "-ldl"]
+        subprocess.run(command, check=True)
 
     # ---- what a test changes
 

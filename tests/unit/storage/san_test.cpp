@@ -1,7 +1,4 @@
-#include "host/Host_RecordedHost.h"
 #include "storage/HBA_Library.h"
-#include "storage/Storage_Container.h"
-#include "storage/Storage_PhysicalDrive.h"
 #include "storage/System_FCPTargetMap.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +10,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Pair;
 
 constexpr std::uint32_t allOnes = 0xFFFFFFFF;
@@ -101,49 +97,6 @@ TEST_F(SAN, AFaultyAdapterLeavesTheOthers) {
     EXPECT_TRUE(map.audit());
     EXPECT_EQ(map.getMapReference().size(), 1U);
     EXPECT_EQ(hbaPlay.openHandles, 0);
-}
-
-/// The drives with their addresses in the network.
-std::vector<std::pair<std::string, std::string>> auditDrives() {
-    Host_RecordedHost host(Host_ParseRecord(R"(
-command "uname -r" = "2.6.9\n"
-folder /dev = hda sdb
-folder /dev/cciss = c0d0
-device /dev/hda scsi ! EINVAL
-device /dev/hda end = 4096
-device /dev/sdb scsi = 3 0 1 5
-device /dev/sdb inquiry = ""
-device /dev/sdb end = 4096
-device /dev/cciss/c0d0 end = 4096
-command "cat /proc/ide/hda/media" = "disk\n"
-command "cat /proc/scsi/scsi" = "Host: scsi3 Channel: 00 Id: 01 Lun: 05\n  Vendor: A Model: B\n  Type: Direct-Access\n"
-command "fdisk -l  /dev/hda" = ""
-command "fdisk -l  /dev/sdb" = ""
-command "fdisk -l  /dev/cciss/c0d0" = ""
-command "mdadm -Q  /dev/hda" = ""
-command "mdadm -Q  /dev/sdb" = ""
-command "mdadm -Q  /dev/cciss/c0d0" = ""
-)"));
-    gStorageContainer = std::make_unique<Storage_Container>();
-    const auto drives = Storage_FactoryAllocatePhysicalDrives();
-    drives->setHost(host);
-    EXPECT_TRUE(drives->audit());
-    std::vector<std::pair<std::string, std::string>> found;
-    for (const auto& [name, drive] : drives->getMap()) {
-        EXPECT_EQ(drive->getDriveType() == DriveType_SAN, !drive->getProviderAddress().empty());
-        found.emplace_back(name, drive->getProviderAddress());
-    }
-    gStorageContainer.reset();
-    return found;
-}
-
-TEST_F(SAN, DrivesAreFoundByAddressOrNode) {
-    hbaPlay.adapters = {{.entries = {entry(0, 1, 5, "", 2), entry(9, 9, 9, "/dev/cciss/c0d0", 3)}}};
-    EXPECT_THAT(auditDrives(), ElementsAre(Pair("/dev/cciss/c0d0", HasSubstr("_3")),
-                                           Pair("/dev/hda", IsEmpty()), Pair("/dev/sdb", HasSubstr("_2"))));
-    hbaPlay.adapters.push_back({.opens = false});
-    EXPECT_THAT(auditDrives(), ElementsAre(Pair("/dev/cciss/c0d0", IsEmpty()), Pair("/dev/hda", IsEmpty()),
-                                           Pair("/dev/sdb", IsEmpty())));
 }
 
 } // namespace
