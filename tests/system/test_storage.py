@@ -5,6 +5,7 @@ import signal
 import threading
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
+from xml.etree import ElementTree
 
 import pytest
 
@@ -219,6 +220,34 @@ def test_names_of_any_bytes(start, tmp_path):
     for name in ("a b\tc\nd\\e", "<&>\"'", "]]><!--", "\uef01\x7f\uefff"):
         assert f"{tmp_path}/{name}" in valid, name
     assert [one.get("name") for one in audit(agent, "GetPlexes")[0]] == ["<v&\uef02>"]
+
+
+def test_the_stack_as_a_picture(start, ctl, tmp_path):
+    """Every object is named once in the page's table and has its box; no name becomes markup."""
+    names = ["<script>x</script>", "&amp;\"'", "]]><!--", "\x01\x1b[31m"]
+    world = stack(tmp_path, "2.6.9-5.EL")
+    for name in names:
+        (tmp_path / name.replace("/", "_")).mkdir()
+    world.mount(world.mounts + [Mount("/dev/<b>", f"{tmp_path}/{name.replace('/', '_')}") for name in names])
+    agent = start(**world.options)
+    call = ("audit", "--agent", f"127.0.0.1:{agent.port}", "--uuid", "id")
+    page, picture = tmp_path / "page.html", ctl(*call, "--svg", "-").stdout
+    assert ctl(*call, "--html", str(page)).status == 0 and [*tmp_path.glob("page*")] == [page]
+    text = page.read_text()
+    assert picture in text and "http" not in text.replace("http://www.w3.org/", "")
+    html = ElementTree.fromstring(text.removeprefix("<!DOCTYPE html>"))
+    form = "{http://www.w3.org/1999/xhtml}"
+    tags = {one.tag.rpartition("}")[2] for one in html.iter()}
+    assert not tags & {"script", "b", "link", "img"}
+    shown = sorted(one.text for one in html.iter(form + "th") if one.get("scope") == "row")
+    audited = [one.get("name") for method in LEVELS[:5] for one in audit(agent, method)[0] if one.get("existence") == "true"]
+    assert len(shown) == len(set(shown))  # what only links tell of is there, too
+    assert {name.replace("\uef01\uef1b", r"\x01\x1b") for name in audited} <= set(shown)
+    boxes = [one for one in ElementTree.fromstring(picture).iter("{http://www.w3.org/2000/svg}g")]
+    assert len(boxes) == len(shown)
+    tree = ctl(*call, "--tree").stdout
+    assert all(name in tree for name in shown)
+    assert ctl(*call, "--svg", str(tmp_path / "no" / "file")).status == 2 and ctl(*call, "--svg", "-", "--tree").status == 2
 
 
 def test_names_that_a_shell_or_a_tool_would_act_upon(start, server, tmp_path):

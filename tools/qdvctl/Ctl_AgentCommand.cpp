@@ -113,6 +113,8 @@ int callAndShow(const std::string& command, const Ctl_AgentOptions& options, con
         showRaw(reply.body);
     else if (options.json)
         showJson(reply.response);
+    else if (options.viewAlone && view && reply.isSuccess())
+        printTo(stdout, view(reply.response.children));
     else
         showText(client.name(), method, reply, view);
     if (reply.isSuccess())

@@ -18,6 +18,7 @@ struct Ctl_AgentOptions {
     int passwordDescriptor = -1; ///< -1: the password is asked for
     bool json = false;
     bool raw = false;
+    bool viewAlone = false; ///< no headline before what a command makes of the results
 };
 
 /// Adds the options to a command. `options` must outlive the parsing.

@@ -1,11 +1,16 @@
+#include "base/File_Contents.h"
 #include "qdvctl/Ctl_AgentCommand.h"
+#include "qdvctl/Ctl_Failure.h"
 #include "qdvctl/Ctl_Render.h"
+#include "qdvctl/Ctl_StoragePicture.h"
 #include "qdvctl/Ctl_StorageTree.h"
 #include "storage/Storage_Levels.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +24,10 @@ constexpr const char* everything = "all";
 struct Wish {
     std::string word = everything;
     bool asTree = false;
+    std::string htmlFile; ///< empty: no page
+    std::string svgFile;
+
+    bool needsAllLevels() const { return asTree || !htmlFile.empty() || !svgFile.empty(); }
 };
 
 const Storage_Level* levelOf(const std::string& word) {
@@ -35,9 +44,9 @@ std::vector<std::string> words() {
     return all;
 }
 
-/// A tree needs all levels, whichever it begins with.
+/// A tree or a picture needs all levels, whichever it begins with.
 std::vector<Ctl_Request> requestsFor(const Wish& wish) {
-    const Storage_Level* const one = wish.asTree ? nullptr : levelOf(wish.word);
+    const Storage_Level* const one = wish.needsAllLevels() ? nullptr : levelOf(wish.word);
     std::vector<Ctl_Request> requests;
     for (const Storage_Level& level : Storage_Levels)
         if (one == nullptr || one == &level)
@@ -53,6 +62,24 @@ std::string showTree(const Wish& wish, const std::vector<Ctl_Node>& results) {
     return Ctl_StorageTree(results, static_cast<System_Object::StorageType>(level->type - 1));
 }
 
+/// The text itself if it is for standard output, else nothing, and the file is written.
+std::string deliver(const std::string& file, std::string text) {
+    constexpr mode_t mode = 0644;
+    if (file == "-")
+        return text;
+    if (!File_WriteAtomically(file.c_str(), ".tmp", text, mode))
+        throw Ctl_Failure(Ctl_WrongUsage, file + ": " + std::strerror(errno));
+    return {};
+}
+
+std::string show(const Wish& wish, const std::vector<Ctl_Node>& results) {
+    if (!wish.htmlFile.empty())
+        return deliver(wish.htmlFile, Ctl_StorageHtml(results));
+    if (!wish.svgFile.empty())
+        return deliver(wish.svgFile, Ctl_StorageSvg(results));
+    return wish.asTree ? showTree(wish, results) : Ctl_RenderText(results);
+}
+
 } // namespace
 
 void Ctl_AddAudit(CLI::App& app, Ctl_Action& chosen) {
@@ -65,11 +92,24 @@ void Ctl_AddAudit(CLI::App& app, Ctl_Action& chosen) {
         ->check(CLI::IsMember(words()));
     Ctl_MakeAgentCommand(
         *command, options, [wish] { return requestsFor(*wish); }, chosen,
-        [wish](const std::vector<Ctl_Node>& results) {
-            return wish->asTree ? showTree(*wish, results) : Ctl_RenderText(results);
-        });
-    CLI::Option* const tree =
-        command->add_flag("--tree", wish->asTree, "Show the stack, from volumes down to drives");
-    for (const char* form : {"--json", "--raw"})
-        tree->excludes(command->get_option(form));
+        [wish](const std::vector<Ctl_Node>& results) { return show(*wish, results); });
+    std::vector<CLI::Option*> forms = {
+        command->add_flag("--tree", wish->asTree, "Show the stack, from volumes down to drives")};
+    const auto addFile = [&](const char* name, std::string& file, const char* help) {
+        forms.push_back(
+            command->add_option(name, file, help)->type_name("FILE")->check([](const std::string& text) {
+                return text.empty() ? "a file's name, or -" : "";
+            }));
+        forms.back()->each([options](const std::string& text) { options->viewAlone = text == "-"; });
+    };
+    addFile("--html", wish->htmlFile,
+            "Write the stack as a page with a picture and tables; - is standard output");
+    addFile("--svg", wish->svgFile, "Write the picture alone; - is standard output");
+    for (CLI::Option* form : forms) {
+        for (const char* other : {"--json", "--raw"})
+            form->excludes(command->get_option(other));
+        for (CLI::Option* other : forms)
+            if (other != form)
+                form->excludes(other);
+    }
 }
