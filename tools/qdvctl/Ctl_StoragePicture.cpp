@@ -16,7 +16,7 @@ using Key = Ctl_StorageStack::Key;
 using Object = Ctl_StorageStack::Object;
 
 // Pixels.
-constexpr int cellWidth = 150;
+constexpr int cellWidth = 190;
 constexpr int cellHeight = 52;
 constexpr int cellGap = 12;
 constexpr int bandGap = 36;
@@ -24,10 +24,10 @@ constexpr int frameEdge = 14;
 constexpr int frameGap = 16;
 constexpr int cellEdge = 10;
 constexpr int barHeight = 6;
-constexpr std::size_t mostCells = 7;
-constexpr std::size_t mostLettersShown = 20;
-/// More lines than these between two levels hide what they are to show.
-constexpr std::size_t mostLinks = 120;
+constexpr std::size_t mostCells = 6;
+constexpr std::size_t mostLettersShown = 22;
+/// More lines than these between two levels hide what they are to show, as do lines past rows of boxes.
+constexpr std::size_t mostLinks = 40;
 
 constexpr const char* style = R"(<style>
 .stack{--ink:#1d2329;--dim:#59636e;--page:#fff;--cell:#f6f8fa;--edge:#c4ccd4;--used:#0072b2;--rest:#dde3e9;--bad:#b34700}
@@ -84,11 +84,11 @@ std::string shortName(const std::string& name) {
     if (Ctl_Width(printable) <= mostLettersShown)
         return printable;
     std::size_t at = printable.size();
-    for (std::size_t letters = 1; letters < mostLettersShown && at > 0; ++letters)
+    for (std::size_t letters = 3; letters < mostLettersShown && at > 0; ++letters)
         do
             --at;
         while (at > 0 && (static_cast<unsigned char>(printable[at]) & 0xC0U) == 0x80U);
-    return "\xE2\x80\xA6" + printable.substr(at);
+    return "..." + printable.substr(at);
 }
 
 double bytesOf(const Object& object, const char* name) {
@@ -357,7 +357,8 @@ private:
                 }
         std::string text;
         for (const auto& [levels, some] : lines) {
-            if (some.size() <= mostLinks) {
+            if (some.size() <= mostLinks && rowsOf(frame.bands.at(levels.first), frame.columns) < 3 &&
+                rowsOf(frame.bands.at(levels.second), frame.columns) < 3) {
                 text += joined(some, "");
                 continue;
             }
@@ -389,9 +390,9 @@ private:
             line("", x, place.y + 17, shortName(key.second)) +
             line(failed ? "bad" : "dim", x, place.y + 32,
                  failed ? "! not audited"
-                        : shortName(joined({Ctl_StorageStack::word(key.first), object.size("totalBytes"),
-                                            object.composition()},
-                                           " ")));
+                        : joined({Ctl_StorageStack::word(key.first), object.size("totalBytes"),
+                                  object.composition()},
+                                 " "));
         return text + bar(key, object, x, place.y + cellHeight - cellEdge - 3) + "</g>\n";
     }
 
