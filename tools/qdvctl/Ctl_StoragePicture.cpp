@@ -24,7 +24,7 @@ constexpr int frameEdge = 14;
 constexpr int frameGap = 16;
 constexpr int cellEdge = 10;
 constexpr int barHeight = 6;
-constexpr std::size_t mostCells = 6;
+constexpr std::size_t mostCells = 7;
 constexpr std::size_t mostLettersShown = 22;
 /// More lines than these between two levels hide what they are to show, as do lines past rows of boxes.
 constexpr std::size_t mostLinks = 40;
