@@ -1,6 +1,5 @@
 #include "date/System_Date.h"
 
-#include <cstdio>
 #include <string_view>
 
 namespace {
@@ -69,9 +68,17 @@ bool System_Date::serialize(std::string* text) const {
         if (fields_[field] > MaximumTwoDigits)
             return false;
     }
-    char form[64];
-    std::snprintf(form, sizeof(form), "%04u-%02u-%02u %02u:%02u:%02u", fields_[Year], fields_[Month],
-                  fields_[Day], fields_[Hour], fields_[Minute], fields_[Second]);
-    text->assign(form);
+    // Every hit of a search has some of these: the digits are put in place one by one.
+    *text = "0000-00-00 00:00:00";
+    const auto put = [text](std::size_t last, unsigned number) {
+        for (; number != 0; number /= 10)
+            (*text)[last--] = static_cast<char>('0' + number % 10);
+    };
+    put(3, fields_[Year]);
+    std::size_t last = 6;
+    for (const Field field : {Month, Day, Hour, Minute, Second}) {
+        put(last, fields_[field]);
+        last += 3;
+    }
     return true;
 }

@@ -14,6 +14,8 @@ public:
     /// A new copy, which the caller frees with array delete.
     void getData(char*& data, unsigned& length) const;
     const std::string& data() const { return data_; }
+    /// Leaves the record empty; its memory can serve the next one.
+    std::string takeData() { return std::move(data_); }
 
 private:
     std::string data_;

@@ -6,6 +6,7 @@
 #include <xercesc/dom/DOMNode.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <string_view>
 
@@ -69,10 +70,13 @@ void appendEscaped(std::string& out, std::u16string_view text, Escape escape) {
     Xerces_AppendUtf8(out, text.substr(written));
 }
 
-/// Whether the byte stands in an attribute as itself, whatever follows it.
-bool standsForItself(unsigned char byte) {
-    return byte >= 0x20 && byte < 0x7F && byte != '&' && byte != '<' && byte != '"';
-}
+/// Bytes that stand in an attribute as themselves, whatever follows them.
+constexpr std::array<bool, 256> plainInAttribute = [] {
+    std::array<bool, 256> plain{};
+    for (unsigned char byte = 0x20; byte < 0x7F; ++byte)
+        plain.at(byte) = byte != '&' && byte != '<' && byte != '"';
+    return plain;
+}();
 
 class Writer {
 public:
@@ -170,7 +174,8 @@ void Xerces_AppendAttribute(std::string& out, std::string_view name, std::string
     out += ' ';
     out += name;
     out += "=\"";
-    if (std::all_of(value.begin(), value.end(), standsForItself)) {
+    const auto isPlain = [](unsigned char byte) { return plainInAttribute[byte]; };
+    if (std::all_of(value.begin(), value.end(), isPlain)) {
         out += value;
     } else {
         std::u16string units(Xerces_MaximumUnits(value.size()) + 1, u'\0');
