@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr const char* ending = "._expire_.dat";
-constexpr std::string_view headerText = "NORVALITH_FILE_SEARCH_EXPIRATION_FILE";
-constexpr std::size_t headerLength = 1024;
+constexpr const char* expireEnding = "._expire_.dat";
+constexpr std::string_view expireHeaderText = "NORVALITH_FILE_SEARCH_EXPIRATION_FILE";
+constexpr std::size_t expireHeaderLength = 1024;
 constexpr std::size_t dateLength = 19;
 
 /// Empty if there is none.
@@ -25,7 +25,7 @@ std::string currentTime() {
 } // namespace
 
 bool FileSearch_ExpireFile::setPath(const char* name, const char* directory) {
-    const std::optional<std::string> path = FileSearch_TokenPath(name, directory, ending);
+    const std::optional<std::string> path = FileSearch_TokenPath(name, directory, expireEnding);
     path_ = path.value_or("");
     return path.has_value();
 }
@@ -58,8 +58,8 @@ bool FileSearch_ExpireFile::closeFile() {
 
 bool FileSearch_ExpireFile::createNewFile() {
     const std::string now = currentTime();
-    std::string contents(headerLength, '\0');
-    contents.replace(0, headerText.size(), headerText);
+    std::string contents(expireHeaderLength, '\0');
+    contents.replace(0, expireHeaderText.size(), expireHeaderText);
     contents += now;
     std::size_t count = 0;
     return file_ && !now.empty() && File_Write(file_.get(), contents.data(), contents.size(), count);
@@ -69,7 +69,8 @@ bool FileSearch_ExpireFile::refreshFile() {
     const std::string now = currentTime();
     std::uint64_t position = 0;
     std::size_t count = 0;
-    return file_ && !now.empty() && File_Seek(file_.get(), headerLength, position, File_SeekFromStart) &&
+    return file_ && !now.empty() &&
+           File_Seek(file_.get(), expireHeaderLength, position, File_SeekFromStart) &&
            File_Write(file_.get(), now.data(), now.size(), count);
 }
 
@@ -78,7 +79,8 @@ bool FileSearch_ExpireFile::isExpired(const System_Date* limit, bool& expired) {
     std::string text(dateLength, '\0');
     std::uint64_t position = 0;
     std::size_t count = 0;
-    if (!file_ || limit == nullptr || !File_Seek(file_.get(), headerLength, position, File_SeekFromStart) ||
+    if (!file_ || limit == nullptr ||
+        !File_Seek(file_.get(), expireHeaderLength, position, File_SeekFromStart) ||
         !File_Read(file_.get(), text.data(), text.size(), count) || count != text.size())
         return false;
     const std::unique_ptr<System_Date> date = System_FactoryAllocateDate();

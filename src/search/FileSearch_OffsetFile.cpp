@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr const char* ending = ".offset.dat";
+constexpr const char* offsetEnding = ".offset.dat";
 constexpr const char* unfinished = ".new";
 constexpr mode_t mode = 0660;
 
@@ -21,7 +21,7 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "offsets are written as
 } // namespace
 
 bool FileSearch_OffsetFile::setPath(const char* name, const char* volume, const char* directory) {
-    const std::optional<std::string> path = FileSearch_VolumePath(name, volume, directory, ending);
+    const std::optional<std::string> path = FileSearch_VolumePath(name, volume, directory, offsetEnding);
     path_ = path.value_or("");
     return path.has_value();
 }

@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr const char* ending = ".dat";
-constexpr std::string_view headerText = "NORVALITH_FILE_SEARCH_RECORDS_FILE";
-constexpr std::size_t headerLength = 1024;
+constexpr const char* recordEnding = ".dat";
+constexpr std::string_view recordHeaderText = "NORVALITH_FILE_SEARCH_RECORDS_FILE";
+constexpr std::size_t recordHeaderLength = 1024;
 constexpr std::size_t versionOffset = 64;
 /// 0x00100000, little-endian.
 constexpr std::string_view version("\0\0\x10\0", 4);
@@ -27,7 +27,7 @@ constexpr std::uint64_t largestFile = std::numeric_limits<std::uint32_t>::max();
 } // namespace
 
 bool FileSearch_RecordFile::setPath(const char* name, const char* volume, const char* directory) {
-    const std::optional<std::string> path = FileSearch_VolumePath(name, volume, directory, ending);
+    const std::optional<std::string> path = FileSearch_VolumePath(name, volume, directory, recordEnding);
     path_ = path.value_or("");
     return path.has_value();
 }
@@ -62,8 +62,8 @@ bool FileSearch_RecordFile::closeFile() {
 }
 
 bool FileSearch_RecordFile::createNewFile() {
-    std::string header(headerLength, '\0');
-    header.replace(0, headerText.size(), headerText);
+    std::string header(recordHeaderLength, '\0');
+    header.replace(0, recordHeaderText.size(), recordHeaderText);
     header.replace(versionOffset, version.size(), version);
     std::size_t count = 0;
     return file_ && File_Write(file_.get(), header.data(), header.size(), count);
@@ -151,8 +151,8 @@ bool FileSearch_RecordFile::seekToStartOfRecords(std::uint32_t& offset) {
         return false;
     }
     endOffset_ = end;
-    currentOffset_ = headerLength;
-    offset = headerLength;
+    currentOffset_ = recordHeaderLength;
+    offset = recordHeaderLength;
     return true;
 }
 

@@ -134,7 +134,7 @@ bool Storage_DriveExtentLinux::audit() {
         if (!Storage_AuditLVMOfKernel(*this, *known, report))
             return false;
     } else {
-        const Host_Answer<std::unique_ptr<Host_Device>> device = report.host().openDevice(getName());
+        const Host_Answer<std::unique_ptr<Host_Device>> device = report.openDevice(getName());
         if (!device) {
             DEBUG_LOG("Storage_DriveExtentLinux::audit: error opening device %s\n", getName().c_str());
             return false;

@@ -128,7 +128,7 @@ bool Storage_ExtentPoolLinux::audit() {
         if (!Storage_AuditLVMOfKernel(*this, *known, report))
             return false;
     } else {
-        const Host_Answer<std::unique_ptr<Host_Device>> device = report.host().openDevice(getName());
+        const Host_Answer<std::unique_ptr<Host_Device>> device = report.openDevice(getName());
         if (!device) {
             DEBUG_LOG("Storage_ExtentPoolLinux::audit: error opening device %s\n", getName().c_str());
             return false;

@@ -6,6 +6,7 @@
 #include "storage/Storage_Lines.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace {
 
@@ -30,9 +31,22 @@ bool isWord(const std::string& word) {
 Storage_HostReport::Storage_HostReport(Host_Host& host)
     : host_(host), deadline_(std::chrono::steady_clock::now() + requestLimit) {}
 
+std::chrono::milliseconds Storage_HostReport::timeLeft() const {
+    return std::chrono::ceil<std::chrono::milliseconds>(deadline_ - std::chrono::steady_clock::now());
+}
+
+Host_Answer<std::unique_ptr<Host_Device>> Storage_HostReport::openDevice(const std::string& path) {
+    using Answer = Host_Answer<std::unique_ptr<Host_Device>>;
+    return timeLeft().count() > 0 ? host_.openDevice(path) : Answer::failure(ETIMEDOUT);
+}
+
+Host_Answer<Host_FileSystem> Storage_HostReport::fileSystem(const std::string& mountPoint) {
+    return timeLeft().count() > 0 ? host_.fileSystem(mountPoint)
+                                  : Host_Answer<Host_FileSystem>::failure(ETIMEDOUT);
+}
+
 std::optional<std::string> Storage_HostReport::run(const std::string& command) {
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(deadline_ - std::chrono::steady_clock::now());
+    const std::chrono::milliseconds left = timeLeft();
     if (left <= std::chrono::milliseconds::zero()) {
         DEBUG_LOG("Storage_HostReport: the request takes too long, not run: %s\n", command.c_str());
         return std::nullopt;

@@ -28,8 +28,10 @@ public:
     Storage_HostReport(const Storage_HostReport&) = delete;
     Storage_HostReport& operator=(const Storage_HostReport&) = delete;
 
-    /// For devices, folders, links and file system sizes.
-    Host_Host& host() { return host_; }
+    /// As of the host, but once the request has taken too long they fail with ETIMEDOUT, unasked: each of
+    /// many dead devices and mounts costs some seconds.
+    Host_Answer<std::unique_ptr<Host_Device>> openDevice(const std::string& path);
+    Host_Answer<Host_FileSystem> fileSystem(const std::string& mountPoint);
 
     /// The command line behind the last null answer, for the log.
     const std::string& failedCommand() const { return failedCommand_; }
@@ -81,6 +83,7 @@ private:
     const Value* askAbout(Answers<Value>& answers, const std::string& word, const char* before,
                           const char* after, Reader read);
     std::optional<std::string> run(const std::string& command);
+    std::chrono::milliseconds timeLeft() const;
 
     Host_Host& host_;
     const std::chrono::steady_clock::time_point deadline_;

@@ -195,7 +195,8 @@ Storage_PhysicalDrivesLinux::Outcome Storage_PhysicalDrivesLinux::auditEntry(int
     // The kernel tells of it without waking it up.
     if (known != nullptr && known->isSuspended)
         return Outcome::GoOn;
-    const Host_Answer<std::unique_ptr<Host_Device>> device = getHost().openDevice(path);
+    const Host_Answer<std::unique_ptr<Host_Device>> device =
+        gStorageContainer->report(*this).openDevice(path);
     if (!device) {
         if (!isNoFault(device.error())) {
             DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: failed to audit drive %s\n", path.c_str());
@@ -268,7 +269,7 @@ bool Storage_PhysicalDriveLinux::audit() {
 }
 
 bool Storage_PhysicalDriveLinux::auditDevice(Storage_HostReport& report) {
-    const Host_Answer<std::unique_ptr<Host_Device>> device = report.host().openDevice(getName());
+    const Host_Answer<std::unique_ptr<Host_Device>> device = report.openDevice(getName());
     if (!device) {
         DEBUG_LOG("Storage_PhysicalDriveLinux::audit: error opening device %s\n", getName().c_str());
         return false;
@@ -283,7 +284,7 @@ bool Storage_PhysicalDriveLinux::auditKnown(const Storage_BlockDevice& known, St
         setModel(known.model.c_str());
     setSerialNumber(known.serial.c_str());
     if (!known.isSuspended && (getControllerType() == scsi || getControllerType() == ide)) {
-        const Host_Answer<std::unique_ptr<Host_Device>> device = report.host().openDevice(getName());
+        const Host_Answer<std::unique_ptr<Host_Device>> device = report.openDevice(getName());
         if (device)
             auditIdentity(**device);
         if (getSerialNumber().empty())

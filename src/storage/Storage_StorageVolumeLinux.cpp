@@ -94,7 +94,8 @@ bool Storage_StorageVolumeLinux::audit() {
         return false;
     }
     if (!getMountPoint().empty()) {
-        const Host_Answer<Host_FileSystem> size = getHost().fileSystem(getMountPoint());
+        const Host_Answer<Host_FileSystem> size =
+            gStorageContainer->report(*this).fileSystem(getMountPoint());
         if (!size) {
             DEBUG_LOG("Storage_StorageVolumeLinux::audit: failed statfs\n");
             return false;
