@@ -251,6 +251,8 @@ Storage_BlockDevices::Storage_BlockDevices(Host_Host& host) {
     for (const auto& [name, device] : devices_) {
         byNumber_.emplace(std::pair(device.major, device.minor), &device);
         byPath_.emplace(device.path, &device);
+        if (Storage_IsRunningArray(device))
+            addMembers(device);
     }
 }
 
@@ -299,6 +301,14 @@ bool Storage_BlockDevices::addPartition(Host_Host& host, const std::string& name
     return true;
 }
 
+void Storage_BlockDevices::addMembers(const Storage_BlockDevice& array) {
+    for (const Storage_ArrayMember& member : array.members) {
+        std::vector<const Storage_BlockDevice*>& arrays = arraysByMember_[member.device];
+        if (member.isActive && (arrays.empty() || arrays.back() != &array))
+            arrays.push_back(&array);
+    }
+}
+
 void Storage_BlockDevices::markPaths() {
     for (auto& [name, device] : devices_) {
         if (device.slaves.empty())
@@ -339,6 +349,12 @@ const Storage_BlockDevice* Storage_BlockDevices::findByNumber(unsigned major, un
 const Storage_BlockDevice* Storage_BlockDevices::findByPath(const std::string& path) const {
     const auto found = byPath_.find(path);
     return found != byPath_.end() ? found->second : nullptr;
+}
+
+std::vector<const Storage_BlockDevice*>
+Storage_BlockDevices::arraysOf(const Storage_BlockDevice& device) const {
+    const auto found = arraysByMember_.find(device.name);
+    return found != arraysByMember_.end() ? found->second : std::vector<const Storage_BlockDevice*>();
 }
 
 std::vector<const Storage_BlockDevice*> Storage_BlockDevices::below(const Storage_BlockDevice& device) const {

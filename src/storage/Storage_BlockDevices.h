@@ -101,6 +101,8 @@ public:
     const Storage_BlockDevice* findByNumber(unsigned major, unsigned minor) const;
     /// By the node's path in `all`, without asking the host.
     const Storage_BlockDevice* findByPath(const std::string& path) const;
+    /// The running arrays of which `device` is an active member, in the order of their names.
+    std::vector<const Storage_BlockDevice*> arraysOf(const Storage_BlockDevice& device) const;
     /// What `device` lies on, itself included, down to the drives; each once, nearest first.
     std::vector<const Storage_BlockDevice*> below(const Storage_BlockDevice& device) const;
 
@@ -109,9 +111,11 @@ private:
     /// False if the entry of the device's folder is none.
     bool addPartition(Host_Host& host, const std::string& name, Storage_BlockDevice& whole);
     void markPaths();
+    void addMembers(const Storage_BlockDevice& array);
 
     bool areKnown_ = false;
     std::map<std::string, Storage_BlockDevice> devices_;
     std::map<std::pair<unsigned, unsigned>, const Storage_BlockDevice*> byNumber_;
     std::map<std::string, const Storage_BlockDevice*> byPath_;
+    std::map<std::string, std::vector<const Storage_BlockDevice*>> arraysByMember_;
 };

@@ -119,11 +119,14 @@ const Storage_BlockDevice* Storage_HostReport::mountedDevice(const std::string& 
     const Storage_BlockDevices* devices = blockDevices();
     if (named != nullptr || devices == nullptr)
         return named;
-    if (!mountDevices_)
-        mountDevices_ = Storage_ReadMountInfo(host_.readFile(mountInfo).valueOr({}));
-    const auto mount = std::find_if(mountDevices_->begin(), mountDevices_->end(),
-                                    [&](const auto& each) { return each.mountPoint == mountPoint; });
-    return mount != mountDevices_->end() ? devices->findByNumber(mount->major, mount->minor) : nullptr;
+    if (!mountDevices_) {
+        mountDevices_.emplace();
+        for (const Storage_MountDevice& each : Storage_ReadMountInfo(host_.readFile(mountInfo).valueOr({})))
+            mountDevices_->try_emplace(each.mountPoint, each);
+    }
+    const auto mount = mountDevices_->find(mountPoint);
+    return mount != mountDevices_->end() ? devices->findByNumber(mount->second.major, mount->second.minor)
+                                         : nullptr;
 }
 
 const Storage_HostReport::FdiskListing* Storage_HostReport::fdiskListing() {
@@ -287,7 +290,22 @@ const std::vector<Storage_Mount>* Storage_HostReport::mounts() {
     return answer->second ? &*answer->second : nullptr;
 }
 
-const Host_Answer<std::string>& Storage_HostReport::link(const std::string& path) {
-    const auto known = links_.find(path);
-    return known != links_.end() ? known->second : links_.emplace(path, host_.readLink(path)).first->second;
+Host_Answer<const Storage_LogicalVolume*> Storage_HostReport::logicalVolumeAt(const std::string& target) {
+    using Answer = Host_Answer<const Storage_LogicalVolume*>;
+    if (const auto known = linkedVolumes_.find(target); known != linkedVolumes_.end())
+        return known->second;
+    const std::vector<Storage_LogicalVolume>* volumes = logicalVolumes();
+    while (volumes != nullptr && linkError_ == 0 && linksRead_ < volumes->size()) {
+        const Storage_LogicalVolume& volume = (*volumes)[linksRead_];
+        const Host_Answer<std::string> link = host_.readLink(volume.path);
+        if (!link) {
+            linkError_ = link.error();
+            break;
+        }
+        ++linksRead_;
+        linkedVolumes_.try_emplace(*link, &volume);
+        if (*link == target)
+            return &volume;
+    }
+    return linkError_ == 0 ? Answer(nullptr) : Answer::failure(linkError_);
 }

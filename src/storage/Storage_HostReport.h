@@ -65,9 +65,9 @@ public:
     const std::vector<Storage_KernelPartition>* kernelPartitions();
     /// Null if there is no table of mounts.
     const std::vector<Storage_Mount>* mounts();
-    /// Where a soft link points, as it says itself. Asked once: each volume looks at the links of all logical
-    /// volumes.
-    const Host_Answer<std::string>& link(const std::string& path);
+    /// The first of `logicalVolumes` whose soft link says `target`; null if none does. Fails like the first
+    /// link that cannot be read before it. Each link is read once, when a search first comes to it.
+    Host_Answer<const Storage_LogicalVolume*> logicalVolumeAt(const std::string& target);
 
 private:
     /// By the word asked about; empty for a command without one.
@@ -115,7 +115,8 @@ private:
     Answers<Storage_FdiskDrive> drivesOfKernel_;
     Answers<FdiskListing> fdiskListing_;
     std::optional<std::vector<Storage_FdiskPartition>> partitionsOfKernel_;
-    std::optional<std::vector<Storage_MountDevice>> mountDevices_;
+    /// By mount point, the first of each.
+    std::optional<std::map<std::string, Storage_MountDevice>> mountDevices_;
     Answers<Storage_PhysicalVolume> physicalVolumes_;
     Answers<GroupListing> groupListing_;
     std::optional<bool> hasVolumeReports_;
@@ -136,5 +137,9 @@ private:
     Answers<std::string> ideMedia_;
     Answers<std::vector<Storage_KernelPartition>> kernelPartitions_;
     Answers<std::vector<Storage_Mount>> mounts_;
-    std::map<std::string, Host_Answer<std::string>> links_;
+    /// The logical volumes so far by what their links say, and how many have been read.
+    std::map<std::string, const Storage_LogicalVolume*> linkedVolumes_;
+    std::size_t linksRead_ = 0;
+    /// With which the next link could not be read; 0 before that.
+    int linkError_ = 0;
 };

@@ -52,16 +52,10 @@ std::optional<std::string> groupOf(const System_Object& object, Host_Device& dev
 Storage_RaidMembership membershipOf(const Storage_BlockDevice& device, const Storage_BlockDevices& devices) {
     Storage_RaidMembership found;
     found.isSettled = true;
-    for (const auto& [name, array] : devices.all()) {
-        const auto isDevice = [&](const Storage_ArrayMember& member) {
-            return member.device == device.name && member.isActive;
-        };
-        if (!Storage_IsRunningArray(array) ||
-            std::none_of(array.members.begin(), array.members.end(), isDevice))
-            continue;
+    for (const Storage_BlockDevice* array : devices.arraysOf(device)) {
         found.isMember = true;
-        found.arrays.push_back(array.path);
-        found.levels.push_back(*array.level);
+        found.arrays.push_back(array->path);
+        found.levels.push_back(*array->level);
     }
     return found;
 }

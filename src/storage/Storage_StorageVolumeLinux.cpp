@@ -133,27 +133,24 @@ void Storage_StorageVolumeLinux::showGroup(const Storage_BlockDevice& device) {
 }
 
 bool Storage_StorageVolumeLinux::findAmongLogicalVolumes(Storage_HostReport& report) {
-    const std::vector<Storage_LogicalVolume>* volumes = report.logicalVolumes();
-    if (volumes == nullptr) {
+    if (report.logicalVolumes() == nullptr) {
         logFailedCommand(report);
         return false;
     }
-    for (const Storage_LogicalVolume& volume : *volumes) {
-        const Host_Answer<std::string>& target = report.link(volume.path);
-        if (!target) {
-            DEBUG_LOG("Storage_StorageVolumeLinux::auditLVM: readlink failed for %s. Reason: %s\n",
-                      getDevicePath().c_str(), std::strerror(target.error()));
-            return false;
-        }
-        if (*target != getDevicePath())
-            continue;
-        setDevicePath(volume.path.c_str());
-        setPhysicality(Physicality_Logical);
-        setVirtualMechanism(VirtualMechanism_LogicalVolumeManager);
-        if (volume.group)
-            gStorageContainer->getStorageAssociations()->addAssociation(*this, *volume.group, Plex);
-        break;
+    const Host_Answer<const Storage_LogicalVolume*> found = report.logicalVolumeAt(getDevicePath());
+    if (!found) {
+        DEBUG_LOG("Storage_StorageVolumeLinux::auditLVM: readlink failed for %s. Reason: %s\n",
+                  getDevicePath().c_str(), std::strerror(found.error()));
+        return false;
     }
+    const Storage_LogicalVolume* volume = *found;
+    if (volume == nullptr)
+        return true;
+    setDevicePath(volume->path.c_str());
+    setPhysicality(Physicality_Logical);
+    setVirtualMechanism(VirtualMechanism_LogicalVolumeManager);
+    if (volume->group)
+        gStorageContainer->getStorageAssociations()->addAssociation(*this, *volume->group, Plex);
     return true;
 }
 
