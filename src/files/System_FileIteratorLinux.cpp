@@ -40,11 +40,11 @@ std::optional<FileId> idOf(int descriptor) {
     return FileId{status.st_dev, status.st_ino};
 }
 
-/// A directory that has been found and not yet read.
+/// A directory that has been found and not yet read. There may be very many of them.
 struct Waiting {
     std::string name;
-    System_FileSystemObject* node = nullptr; ///< in the map mode
     FileId id;
+    std::unique_ptr<System_FoundEntry> found; ///< in the map mode
 };
 
 /// A directory between the root and the one that is being read, or that one itself.
@@ -86,12 +86,14 @@ public:
 private:
     enum class Outcome { GoOn, Stopped, Failed };
 
+    bool isOneLevel() const { return owner_.recursionLevel_ == System_FileSystemObject::OneDirectory; }
     bool isMapMode() const { return owner_.fsoMapRequired_; }
     bool begin();
     bool finish();
 
     /// The directory that is read, and its path.
-    Frame next();
+    std::optional<Frame> next();
+    bool makeNode(Frame& frame, const System_FoundEntry& found);
     void enter(const Frame& frame);
     std::string pathOf(const Frame& frame) const { return place_.substr(0, frame.pathLength); }
     System_OpenFolder openRoot(Frame& frame);
@@ -107,14 +109,16 @@ private:
     void findMountPoints();
     bool isSkipped(std::string_view name) const;
     void takeFile();
-    bool takeFolder(std::string_view name, Frame& frame);
+    void takeFolder(std::string_view name, Frame& frame);
     bool isDuplicate();
+    bool hasBeenMet() const;
     void evaluate();
     void record(const char* path) const;
     Outcome askTerminator() const;
 
     void closeAccount(const Frame& frame) const;
     void rollUp();
+    bool offerFolders();
 
     System_FileIteratorLinux& owner_;
     const System_MountPointMapLinux::Map& mounts_;
@@ -215,10 +219,12 @@ bool System_FileIteratorLinux::Walk::run() {
         if (outcome == Outcome::Failed)
             return false;
         keep(std::move(frame), folder.takeDescriptor());
-        if (outcome == Outcome::Stopped || owner_.recursionLevel_ == System_FileSystemObject::OneDirectory ||
-            waiting_.empty())
+        if (outcome == Outcome::Stopped || waiting_.empty())
             break;
-        frame = next();
+        std::optional<Frame> following = next();
+        if (!following)
+            return false;
+        frame = std::move(*following);
         folder = open(frame);
         if (!folder)
             DEBUG_LOG("System_FileIteratorLinux::audit: unable to open directory %s\n",
@@ -237,8 +243,9 @@ bool System_FileIteratorLinux::Walk::finish() {
         return true;
     DEBUG_LOG("System_FileIteratorLinux::audit: max fsoMap size: %d\n", static_cast<int>(largestMap_));
     DEBUG_LOG("System_FileIteratorLinux::audit: total num of nodes: %d\n", static_cast<int>(nodes_));
-    if (owner_.fsoRootDir_->calcRecursiveDirMembers(owner_.fileEvaluator_, owner_.iterationTerminator_,
-                                                    sDay_.get(), eDay_.get()))
+    if (isOneLevel() ? offerFolders()
+                     : owner_.fsoRootDir_->calcRecursiveDirMembers(
+                           owner_.fileEvaluator_, owner_.iterationTerminator_, sDay_.get(), eDay_.get()))
         return true;
     DEBUG_LOG("System_FileIteratorLinux::audit: failed calcRecursiveDirMembers\n");
     return false;
@@ -264,23 +271,41 @@ System_OpenFolder System_FileIteratorLinux::Walk::openRoot(Frame& frame) {
     return folder;
 }
 
-Frame System_FileIteratorLinux::Walk::next() {
+/// Nothing if memory is short.
+std::optional<Frame> System_FileIteratorLinux::Walk::next() {
     while (frames_.back().waiting == 0)
         leave();
     Frame& parent = frames_.back();
     --parent.waiting;
     place_.resize(parent.pathLength);
     enter(parent);
-    Frame frame;
-    frame.name = std::move(waiting_.back().name);
-    frame.id = waiting_.back().id;
-    frame.node = waiting_.back().node;
-    frame.depth = parent.depth + 1;
+    Waiting waiting = std::move(waiting_.back());
     waiting_.pop_back();
+    Frame frame;
+    frame.name = std::move(waiting.name);
+    frame.id = waiting.id;
+    frame.depth = parent.depth + 1;
+    if (waiting.found && !makeNode(frame, *waiting.found))
+        return std::nullopt;
     place_ += frame.name;
     frame.pathLength = place_.size();
     enter(frame);
     return frame;
+}
+
+/// The object of a directory gets its path when it is offered: those of all that are open would be long.
+bool System_FileIteratorLinux::Walk::makeNode(Frame& frame, const System_FoundEntry& found) {
+    std::unique_ptr<System_FileSystemObject> node = System_FactoryAllocateFileSystemObject();
+    if (!node) {
+        DEBUG_LOG("System_FileIteratorLinux::audit: failed to allocate dir\n");
+        return false;
+    }
+    static_cast<System_FileSystemObjectLinux&>(*node).take(frame.name, found, fso_);
+    frame.node = node.get();
+    frames_.back().node->getChildren()->push_back(std::move(node));
+    ++nodes_;
+    largestMap_ = std::max(largestMap_, ++nodesNow_);
+    return true;
 }
 
 void System_FileIteratorLinux::Walk::enter(const Frame& frame) {
@@ -402,8 +427,8 @@ System_FileIteratorLinux::Walk::look(std::string_view name, const System_WalkedF
         }
         if (!fso_.getIsDirectory())
             takeFile();
-        else if (!takeFolder(name, frame))
-            return Outcome::Failed;
+        else
+            takeFolder(name, frame);
         fso_.cleanupAfterAudit();
     }
     return askTerminator();
@@ -435,45 +460,36 @@ void System_FileIteratorLinux::Walk::takeFile() {
     ++totals_.files;
 }
 
-/// False if memory is short.
-bool System_FileIteratorLinux::Walk::takeFolder(std::string_view name, Frame& frame) {
+void System_FileIteratorLinux::Walk::takeFolder(std::string_view name, Frame& frame) {
     if (isDuplicate())
-        return true;
-    Waiting found{std::string(name), nullptr, {fso_.device(), fso_.getInode()}};
-    if (isMapMode()) {
-        std::unique_ptr<System_FileSystemObject> node = System_FactoryAllocateFileSystemObject();
-        if (!node) {
-            DEBUG_LOG("System_FileIteratorLinux::audit: failed to allocate dir\n");
-            fso_.cleanupAfterAudit();
-            return false;
-        }
-        *node = fso_;
-        // It gets its place when it is offered: those that wait would keep all their paths in memory.
-        node->setPath(nullptr);
-        node->setParentDirPath(nullptr);
-        found.node = node.get();
-        frame.node->getChildren()->push_back(std::move(node));
-        ++nodes_;
-        largestMap_ = std::max(largestMap_, ++nodesNow_);
-    } else {
+        return;
+    ++totals_.dirs;
+    if (!isMapMode())
         evaluate();
-    }
+    if (isOneLevel())
+        return;
+    Waiting found{std::string(name), {fso_.found().status.st_dev, fso_.getInode()}, nullptr};
+    if (isMapMode())
+        found.found = std::make_unique<System_FoundEntry>(fso_.found());
     waiting_.push_back(std::move(found));
     ++frame.waiting;
     largestStack_ = std::max(largestStack_, waiting_.size());
-    ++totals_.dirs;
-    return true;
+}
+
+bool System_FileIteratorLinux::Walk::hasBeenMet() const {
+    const auto [first, last] = inodeSet_.equal_range(fso_.getInode());
+    return std::any_of(first, last, [&](const auto& each) { return each.second == fso_.getInodeDevice(); });
 }
 
 /// Whether the directory has been met under another name.
 bool System_FileIteratorLinux::Walk::isDuplicate() {
-    const auto [first, last] = inodeSet_.equal_range(fso_.getInode());
-    if (std::any_of(first, last, [&](const auto& each) { return each.second == fso_.getInodeDevice(); })) {
+    if (hasBeenMet()) {
         DEBUG_LOG("System_FileIteratorLinux::audit: ignore hard link path=%s, inode=%u, devID=%u\n",
                   fso_.getPath(), static_cast<unsigned>(fso_.getInode()), fso_.getInodeDevice());
         return true;
     }
-    if (gIgnoreHardlinkDirs)
+    // A root that is read alone is looked at twice.
+    if (gIgnoreHardlinkDirs && !isOneLevel())
         inodeSet_.emplace(fso_.getInode(), fso_.getInodeDevice());
     return false;
 }
@@ -511,7 +527,7 @@ void System_FileIteratorLinux::Walk::closeAccount(const Frame& frame) const {
 /// Offers the directory that was read last if nothing is left below it, and those above it as far as they
 /// become complete by that. One that is not taken stays, and is offered once more at the end.
 void System_FileIteratorLinux::Walk::rollUp() {
-    while (frames_.size() > 1 && frames_.back().node->getChildren()->empty()) {
+    while (frames_.size() > 1 && frames_.back().waiting == 0 && frames_.back().node->getChildren()->empty()) {
         const Frame& frame = frames_.back();
         Frame& parent = frames_[frames_.size() - 2];
         System_FileSystemObject& node = *frame.node;
@@ -530,4 +546,35 @@ void System_FileIteratorLinux::Walk::rollUp() {
         if (waiting_.empty() || frames_.back().waiting != 0)
             return;
     }
+}
+
+/// Offers the directories of a root that is read alone, once its files have been: by a second look, so that
+/// there may be any number of them.
+bool System_FileIteratorLinux::Walk::offerFolders() {
+    place_.resize(owner_.path_.size());
+    Frame frame;
+    frame.pathLength = place_.size();
+    enter(frame);
+    System_OpenFolder folder(AT_FDCWD, owner_.path_.c_str(), true);
+    const System_WalkedFolder walked{folder.descriptor(),
+                                     std::string_view(place_).substr(0, frame.pathLength), place_};
+    fso_.enter(walked);
+    bool succeeds = true;
+    while (folder) {
+        const std::optional<std::string_view> name = folder.next(buffer_);
+        if (!name)
+            break;
+        if (!mountsHere_.empty() && isSkipped(*name))
+            continue;
+        fso_.prepareForAudit();
+        if (!fso_.auditEntry(walked, *name) || !fso_.getIsDirectory() || hasBeenMet())
+            continue;
+        owner_.fileEvaluator_->evaluateFile(&fso_, sDay_.get(), eDay_.get());
+        fso_.cleanupAfterAudit();
+        if (owner_.iterationTerminator_ != nullptr &&
+            owner_.iterationTerminator_->terminateIteration(succeeds))
+            break;
+    }
+    folder.restoreTime();
+    return succeeds;
 }

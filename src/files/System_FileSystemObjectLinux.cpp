@@ -57,7 +57,7 @@ bool System_FileSystemObjectLinux::audit() {
         DEBUG_LOG("System_FileSystemObjectLinux::audit: getPath is empty\n");
         return fail();
     }
-    struct stat status {};
+    struct stat& status = found_.status;
     if (lstat(path_.c_str(), &status) != 0)
         return failMissing("lstat");
     std::string_view trimmed = path_;
@@ -83,7 +83,7 @@ bool System_FileSystemObjectLinux::auditEntry(const System_WalkedFolder& folder,
     path_.resize(prefixLength_);
     path_ += name;
     name_ = name;
-    struct stat status; // NOLINT(cppcoreguidelines-pro-type-member-init): filled if it is looked at
+    struct stat& status = found_.status;
     if (fstatat(folder.descriptor, name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         return failMissing("lstat");
     if (!take(status) || !takeFileSystemType(&folder, status))
@@ -92,12 +92,22 @@ bool System_FileSystemObjectLinux::auditEntry(const System_WalkedFolder& folder,
     return true;
 }
 
+void System_FileSystemObjectLinux::take(std::string name, const System_FoundEntry& found,
+                                        const System_FileSystemObjectLinux& finder) {
+    name_ = std::move(name);
+    ownerNames_ = finder.ownerNames_;
+    setAllAttributes(finder.getAllAttributes());
+    recursionLevel_ = finder.recursionLevel_;
+    found_ = found;
+    fsType_ = found.fileSystemType;
+    take(found.status);
+}
+
 bool System_FileSystemObjectLinux::take(const struct stat& status) {
     exists_ = Exists;
     isDirectory_ = S_ISDIR(status.st_mode);
     isSoftLink_ = S_ISLNK(status.st_mode);
     inode_ = status.st_ino;
-    device_ = status.st_dev;
     inodeDevice_ = static_cast<std::uint32_t>(status.st_dev);
     owner_ = status.st_uid;
     groupId_ = status.st_gid;
@@ -125,7 +135,7 @@ bool System_FileSystemObjectLinux::takeFileSystemType(const System_WalkedFolder*
     if (isKnownByDevice) {
         const auto known = fileSystemTypes_.find(status.st_dev);
         if (known != fileSystemTypes_.end()) {
-            fsType_ = known->second;
+            fsType_ = found_.fileSystemType = known->second;
             return true;
         }
     }
@@ -138,7 +148,7 @@ bool System_FileSystemObjectLinux::takeFileSystemType(const System_WalkedFolder*
     const char* type = System_FileSystemTypeName(static_cast<std::uint32_t>(fileSystem.f_type));
     if (isKnownByDevice)
         fileSystemTypes_.emplace(status.st_dev, type);
-    fsType_ = type;
+    fsType_ = found_.fileSystemType = type;
     return true;
 }
 

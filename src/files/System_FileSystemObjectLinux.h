@@ -17,6 +17,13 @@ struct System_WalkedFolder {
     std::string_view prefix;
 };
 
+/// What a walk keeps of a directory that it has found, until it looks into it.
+struct System_FoundEntry {
+    struct stat status;
+    /// Of a table, and so there for ever.
+    const char* fileSystemType;
+};
+
 /// A file system object of this platform.
 class System_FileSystemObjectLinux : public System_FileSystemObject {
 public:
@@ -39,7 +46,10 @@ public:
     bool auditEntry(const System_WalkedFolder& folder, std::string_view name);
     /// Names of owners that are shared by many objects.
     void setOwnerNames(std::shared_ptr<System_OwnerNames> names) { ownerNames_ = std::move(names); }
-    dev_t device() const { return device_; }
+    /// What has been taken from the system by the last audit of an entry.
+    const System_FoundEntry& found() const { return found_; }
+    /// Takes an entry that has been found before, with the owners' names of the object that found it.
+    void take(std::string name, const System_FoundEntry& found, const System_FileSystemObjectLinux& finder);
 
 private:
     /// Where the members of one kind and depth are counted.
@@ -66,7 +76,7 @@ private:
     void walk();
 
     std::size_t prefixLength_ = 0;
-    dev_t device_ = 0;
+    System_FoundEntry found_{};
     System_TimeWindow window_;
     /// By device.
     std::map<dev_t, const char*> fileSystemTypes_;
