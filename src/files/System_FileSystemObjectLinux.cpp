@@ -196,6 +196,8 @@ bool System_FileSystemObjectLinux::evaluateFile(System_FileSystemObject* fso, Sy
         return true;
     if (!count(*fso, isDirectory ? directDirs : directFiles, true))
         return false;
+    if (!keepsChildren_)
+        return true;
     std::unique_ptr<System_FileSystemObject> copy = System_FactoryAllocateFileSystemObject();
     if (!copy) {
         DEBUG_LOG("System_FileSystemObjectLinux::evaluateFile: failed to allocate fsoCopy for %s\n",

@@ -35,6 +35,8 @@ public:
     bool audit() override;
     /// Counts a member, at any depth, into the directory that this is, and keeps a copy of a direct one.
     bool evaluateFile(System_FileSystemObject* fso, System_Date* sDay, System_Date* eDay) override;
+    /// Whether copies of direct members are kept, as they are unless told otherwise.
+    void setKeepsChildren(bool keeps) { keepsChildren_ = keeps; }
     using System_FileSystemObject::serialize;
     /// Makes an element, and appends it to `parent` if the options say that the object writes itself.
     bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent);
@@ -77,6 +79,7 @@ private:
 
     std::size_t prefixLength_ = 0;
     System_FoundEntry found_{};
+    bool keepsChildren_ = true;
     System_TimeWindow window_;
     /// By device.
     std::map<dev_t, const char*> fileSystemTypes_;

@@ -3,6 +3,7 @@
 #include "log/Debug_Printf.h"
 #include "methods/AgentRMI_MethodActions.h"
 #include "methods/AgentRMI_MethodAudits.h"
+#include "methods/AgentRMI_MethodFiles.h"
 #include "methods/AgentRMI_MethodPing.h"
 #include "methods/AgentRMI_MethodSetCallServerWithSSL.h"
 #include "methods/AgentRMI_MethodSetVerboseLog.h"
@@ -33,6 +34,8 @@ constexpr Row methods[] = {
     {{"SetVerboseLog", Required, PlainAndSSL, No}, make<AgentRMI_MethodSetVerboseLog>},
     {{"GetHostSummary", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetHostSummary>},
     {{"GetStorageSystem", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetStorageSystem>},
+    {{"GetFSOs", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetFSOs>},
+    {{"GetFSOBatchStats", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetFSOBatchStats>},
     {{"SubmitAction", Required, SSLOnly, Yes}, make<AgentRMI_MethodSubmitAction>},
     {{"SaveAction", Required, SSLOnly, No}, make<AgentRMI_MethodSaveAction>},
     {{"GetActionScriptList", Required, SSLOnly, Yes}, make<AgentRMI_MethodGetActionScriptList>},
