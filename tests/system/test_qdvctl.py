@@ -22,7 +22,7 @@ from harness.server import replying
 
 CONTROL_BYTES = re.compile(rb"[\x00-\x08\x0b-\x1f\x7f]")
 COMMANDS = (
-    "ping", "call", "verbose", "ssl", "host", "audit", "action", "action submit", "action save", "action list", "serve",
+    "ping", "call", "verbose", "ssl", "host", "audit", "files", "files ls", "files stats", "action", "action submit", "action save", "action list", "serve",
     "config", "config check", "config show",
 )  # fmt: skip
 

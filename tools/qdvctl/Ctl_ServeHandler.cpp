@@ -117,10 +117,9 @@ bool Ctl_ServeHandler::handlePost(HTTP_File* file, bool& keepFile) {
     file->getEntityBody(text, length);
     const std::string_view body =
         text == nullptr ? std::string_view() : std::string_view(text, static_cast<std::size_t>(length));
-    const std::time_t now = std::time(nullptr);
     try {
         const Ctl_Request call = Ctl_ParseCall(body);
-        write(Ctl_DescribeCall(call, now, protocolOf(*file), file->getURI(), shared_.options.json));
+        show(call, *file);
         const auto result = Ctl_ResultOf(call.method, shared_.options.sslState);
         return reply(*file, HTTP_RETURN_OK, HTTP_CONTENT_TYPE_TEXT_XML, Ctl_BuildReply(call.method, result));
     } catch (const Ctl_Failure& failure) {
@@ -130,8 +129,15 @@ bool Ctl_ServeHandler::handlePost(HTTP_File* file, bool& keepFile) {
     }
 }
 
-void Ctl_ServeHandler::write(const std::string& text) {
+void Ctl_ServeHandler::show(const Ctl_Request& call, const HTTP_File& file) {
+    const std::time_t now = std::time(nullptr);
     const std::lock_guard lock(shared_.outputMutex);
+    if (shared_.observer) {
+        shared_.observer(call);
+        return;
+    }
+    const std::string text =
+        Ctl_DescribeCall(call, now, protocolOf(file), file.getURI(), shared_.options.json);
     std::fwrite(text.data(), 1, text.size(), shared_.output);
     std::fflush(shared_.output);
 }

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <ctime>
+#include <functional>
 #include <mutex>
 #include <string>
 
@@ -26,13 +27,18 @@ std::vector<Ctl_Node> Ctl_SummariseAction(const Ctl_Request& call);
 /// What below Response a call asks for: GetSSLState and Ping want a Server element, nothing else wants any.
 std::optional<Ctl_Node> Ctl_ResultOf(const std::string& method, const std::string& sslState);
 
-/// Answers an agent's calls as its server would, and writes each to `output`. Made for each connection by its
+/// Is told of each call, one at a time, before it is answered.
+using Ctl_CallObserver = std::function<void(const Ctl_Request& call)>;
+
+/// Answers an agent's calls as its server would, and writes each to `output`, unless an observer is there to
+/// be told of it. Made for each connection by its
 /// factory; used by the thread that serves it.
 class Ctl_ServeHandler : public HTTP_RequestHandler {
 public:
     struct Shared {
         const Ctl_ServeOptions& options;
         std::FILE* output;
+        Ctl_CallObserver observer; ///< may be empty
         std::mutex outputMutex;
     };
 
@@ -43,16 +49,16 @@ public:
     bool handlePost(HTTP_File* file, bool& keepFile) override;
 
 private:
-    void write(const std::string& text);
+    void show(const Ctl_Request& call, const HTTP_File& file);
 
     Shared& shared_;
 };
 
 class Ctl_ServeHandlerFactory : public HTTP_RequestHandlerFactory {
 public:
-    /// Both are borrowed and outlive the factory.
-    Ctl_ServeHandlerFactory(const Ctl_ServeOptions& options, std::FILE* output)
-        : shared_{options, output, {}} {}
+    /// Options and output are borrowed and outlive the factory.
+    Ctl_ServeHandlerFactory(const Ctl_ServeOptions& options, std::FILE* output, Ctl_CallObserver observer)
+        : shared_{options, output, std::move(observer), {}} {}
     std::unique_ptr<HTTP_RequestHandler> createHandler() override;
 
 private:

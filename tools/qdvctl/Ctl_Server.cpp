@@ -45,8 +45,9 @@ std::vector<HTTP_AddressPortPair> wantedPairs(const Ctl_ServeOptions& options) {
 
 } // namespace
 
-Ctl_Server::Ctl_Server(const Ctl_ServeOptions& options, std::FILE* output)
-    : pairs_(wantedPairs(options)), handlers_(options, output), server_(HTTP_FactoryAllocateServer()) {
+Ctl_Server::Ctl_Server(const Ctl_ServeOptions& options, std::FILE* output, Ctl_CallObserver observer)
+    : pairs_(wantedPairs(options)), handlers_(options, output, std::move(observer)),
+      server_(HTTP_FactoryAllocateServer()) {
     std::vector<HTTP_AddressPortPair*> pairs;
     for (HTTP_AddressPortPair& pair : pairs_)
         pairs.push_back(&pair);

@@ -13,7 +13,7 @@
 class Ctl_Server {
 public:
     /// Options and output are borrowed. Throws Ctl_Failure if a port cannot be had.
-    Ctl_Server(const Ctl_ServeOptions& options, std::FILE* output);
+    Ctl_Server(const Ctl_ServeOptions& options, std::FILE* output, Ctl_CallObserver observer = {});
     Ctl_Server(const Ctl_Server&) = delete;
     Ctl_Server& operator=(const Ctl_Server&) = delete;
     ~Ctl_Server();

@@ -78,7 +78,7 @@ int run(int argc, char* argv[]) {
     app.footer(exitStatuses);
     Ctl_Action chosen;
     for (auto* add : {Ctl_AddPing, Ctl_AddCall, Ctl_AddVerbose, Ctl_AddSSL, Ctl_AddHost, Ctl_AddAudit,
-                      Ctl_AddAction, Ctl_AddServe, Ctl_AddConfig})
+                      Ctl_AddFiles, Ctl_AddAction, Ctl_AddServe, Ctl_AddConfig})
         add(app, chosen);
     try {
         app.parse(argc, argv);

@@ -14,6 +14,7 @@ A World is a machine made up around an agent, for what depends on disks and tool
 """
 
 from .agent import Agent, post_request
+from .bytes_in_xml import to_bytes, to_text, to_xml
 from .ctl import Ctl
 from .envelope import FAILED, INVALID_UUID, SUCCESS, TOO_MANY, Answer, envelope, form, parse_answer
 from .limits import PATIENCE, SLOW, wait_until
@@ -29,5 +30,5 @@ __all__ = [
     "Agent", "Answer", "Array", "Connection", "Ctl", "Dialog", "Drive", "Group", "ManagementServer", "Mount",
     "Partition", "Port", "Tree", "World",
     "agent_conf", "anonymous_tls", "can_make_worlds", "envelope", "environment", "form", "large_world", "parse_answer",
-    "post_request", "uuid_conf", "wait_until",
+    "post_request", "to_bytes", "to_text", "to_xml", "uuid_conf", "wait_until",
 ]  # fmt: skip
