@@ -1,0 +1,47 @@
+/// A condition from outside: read, evaluated on one file, written and read again.
+
+#include "files/System_FileSystemObjectLinux.h"
+#include "predicates/SystemPredicate_DataSourceFSO.h"
+#include "xml/Xerces_Document.h"
+#include "xml/Xerces_Layer.h"
+
+#include <cstdlib>
+#include <string>
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+    return Xerces_LayerInit() ? 0 : -1;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+    const Xerces_DocumentPtr document = Xerces_Parse({reinterpret_cast<const char*>(data), size}, "fuzz");
+    if (!document || Xerces_Root(*document) == nullptr)
+        return 0;
+    System_FileSystemObjectLinux file;
+    file.setPath("/a/report.log");
+    file.setName("report.log");
+    file.setSize(2048);
+    SystemPredicate_DataSourceFSO source;
+    source.registerFSO(&file);
+    const Predicate_DataSourceMap sources = {{"", &source}};
+    const Predicate_PredicateFactory factory;
+    Predicate_Condition condition;
+    condition.registerDataSourceMap(&sources);
+    condition.registerPredicateFactory(&factory);
+    if (!condition.parse(Xerces_Root(*document)))
+        return 0;
+    try {
+        if (condition.copyDataFromSources())
+            condition.evaluate();
+    } catch (const Predicate_Exception&) { // NOLINT(bugprone-empty-catch): an answer like another
+    }
+    std::string text;
+    condition.toString(&text);
+    const Xerces_DocumentPtr written = Xerces_CreateDocument("r");
+    Predicate_Condition again;
+    again.registerDataSourceMap(&sources);
+    again.registerPredicateFactory(&factory);
+    if (!condition.serialize(written.get(), Xerces_Root(*written), nullptr) ||
+        !again.parse(Xerces_ChildElements(*Xerces_Root(*written)).front()))
+        std::abort();
+    return 0;
+}
