@@ -13,19 +13,14 @@ namespace {
 
 constexpr std::uint64_t mostMembers = 2500;
 
-void require(bool done) {
-    if (!done)
-        throw RMI_MethodException(RMI_MethodException::GeneralFailure);
-}
-
 /// The last of the paths. Each must be there.
 std::string pathOf(const xercesc::DOMElement& method) {
     std::string path;
     for (const xercesc::DOMElement* element : Xerces_ChildElements(method, "Path")) {
         path = Xerces_FirstText(*element).value_or("");
-        require(!path.empty());
+        AgentRMI_Require(!path.empty());
     }
-    require(!path.empty());
+    AgentRMI_Require(!path.empty());
     return path;
 }
 
@@ -35,14 +30,14 @@ void AgentRMI_MethodGetFSOs::invoke(xercesc::DOMElement* method, xercesc::DOMDoc
                                     xercesc::DOMElement* response) {
     AgentRMI_Perform([&] {
         const std::unique_ptr<System_FileSystemObject> object = System_FactoryAllocateFileSystemObject();
-        require(object && RMI_StoreAuditParameters(*this, *object));
+        AgentRMI_Require(object && RMI_StoreAuditParameters(*this, *object));
         object->setRecursionLevel(System_FileSystemObject::OneDirectory);
         object->setChildAuditLimit(mostMembers);
         object->setSerializationOptions(System_SerializeSelf | System_FileSystemObject::SerializeChildren);
         object->setPath(pathOf(*method).c_str());
         const bool isAudited = Auditable_TryAudit(*object);
         const bool isWritten = isAudited && object->serialize(document, response, nullptr);
-        require(object->cleanupAfterAudit() && isWritten);
+        AgentRMI_Require(object->cleanupAfterAudit() && isWritten);
     });
 }
 

@@ -2,15 +2,6 @@
 
 #include "log/Debug_Printf.h"
 
-namespace {
-
-void require(bool done) {
-    if (!done)
-        throw RMI_MethodException(RMI_MethodException::GeneralFailure);
-}
-
-} // namespace
-
 void AgentRMI_MethodRunnable::log(const char* what) const {
     DEBUG_LOG("AgentRMI_%sRunnable::%s\n", getName(), what);
 }
@@ -28,11 +19,11 @@ bool AgentRMI_MethodRunnable::end(bool success) const {
 }
 
 void AgentRMI_Prepare(AgentRMI_MethodRunnable& work, RMI_Method& rmi, const xercesc::DOMElement& method) {
-    require(work.getAuditParamsFromMethod(&rmi) && work.init() && work.parseElements(method));
+    AgentRMI_Require(work.getAuditParamsFromMethod(&rmi) && work.init() && work.parseElements(method));
 }
 
 void AgentRMI_RunInline(AgentRMI_MethodRunnable& work, RMI_Method& rmi, const xercesc::DOMElement& method,
                         xercesc::DOMDocument* document, xercesc::DOMElement* response) {
     AgentRMI_Prepare(work, rmi, method);
-    require(work.invoke() && work.serializeResult(document, response));
+    AgentRMI_Require(work.invoke() && work.serializeResult(document, response));
 }

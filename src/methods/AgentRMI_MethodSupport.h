@@ -17,6 +17,12 @@ void AgentRMI_Perform(Work work) {
     }
 }
 
+/// Throws a general failure unless a step of the work was done.
+inline void AgentRMI_Require(bool done) {
+    if (!done)
+        throw RMI_MethodException(RMI_MethodException::GeneralFailure);
+}
+
 /// Throws TooManyParameters if there is any element below `method`.
 void AgentRMI_RequireNoParameters(const xercesc::DOMElement& method);
 
