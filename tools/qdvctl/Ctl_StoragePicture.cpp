@@ -96,9 +96,13 @@ double bytesOf(const Object& object, const char* name) {
     return bytes > 0 && bytes < 1e30 ? bytes : 0;
 }
 
+/// Indexes of levels, from the top.
+constexpr std::size_t volumes = 0;
+constexpr std::size_t partitions = 3;
+
 /// What is used of a volume, or allocated of what lies below it.
 const char* usedName(std::size_t level) {
-    return level == 0 ? "usedBytes" : "allocatedBytes";
+    return level == volumes ? "usedBytes" : "allocatedBytes";
 }
 
 /// The attribute that is free: what is not used, as text.
@@ -396,11 +400,16 @@ private:
         return text + bar(key, object, x, place.y + cellHeight - cellEdge - 3) + "</g>\n";
     }
 
-    /// How much is used; on a drive, where its extents lie.
+    /// How much is used; on a drive, where its extents lie. An empty bar would say that nothing is, so there
+    /// is none where the audit does not tell, as of most arrays, groups and undivided drives.
     std::string bar(const Key& key, const Object& object, int x, int y) const {
         constexpr int width = cellWidth - 2 * cellEdge;
         const double total = bytesOf(object, "totalBytes");
-        if (total <= 0)
+        const auto extents = extentsOf_.find(key);
+        const double used = bytesOf(object, usedName(key.first));
+        const bool isTold =
+            key.first == volumes || key.first == partitions || used > 0 || extents != extentsOf_.end();
+        if (total <= 0 || !isTold)
             return {};
         std::string text = rectangle("rest", x, y, width, barHeight);
         const auto part = [&](double from, double bytes) {
@@ -410,9 +419,8 @@ private:
                 text +=
                     rectangle("used", x + std::min(start, width - 1), y, std::max(end - start, 1), barHeight);
         };
-        const auto extents = extentsOf_.find(key);
         if (extents == extentsOf_.end())
-            part(0, bytesOf(object, usedName(key.first)));
+            part(0, used);
         else
             for (const Object* extent : extents->second)
                 part(bytesOf(*extent, "offsetBytes"), bytesOf(*extent, "totalBytes"));
@@ -453,7 +461,8 @@ std::string Ctl_StorageHtml(const std::vector<Ctl_Node>& results) {
            "<meta name=\"viewport\" content=\"width=device-width, "
            "initial-scale=1\"/><title>Storage</title>\n" +
            pageStyle + "</head><body><main>\n<h1>Storage</h1>\n<p>" + picture.summary() +
-           " The bar in a box is what is used of it; in a drive's, where its extents lie.</p>\n"
+           " The bar in a box is what is used of it; in a drive's, where its extents lie. Without a bar it "
+           "is not known.</p>\n"
            "<h2>The stack</h2>\n<div class=\"scroll\" role=\"region\" aria-label=\"The stack as a picture\" "
            "tabindex=\"0\">\n" +
            picture.svg() +
