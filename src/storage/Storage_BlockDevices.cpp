@@ -328,6 +328,8 @@ void Storage_BlockDevices::markPaths() {
             // A partition that the mapper cut out of a map.
             device.whole = device.slaves.front();
             device.slaves.clear();
+            // sysfs does not tell where; udev's probe counts in the same sectors.
+            device.offsetBytes = Storage_Number(device.property("ID_PART_ENTRY_OFFSET")) * sectorBytes;
             if (const auto whole = devices_.find(device.whole); whole != devices_.end()) {
                 whole->second.partitions.push_back(name);
                 whole->second.isPartitioned = true;
