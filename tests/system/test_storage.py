@@ -1,6 +1,7 @@
 """The storage audits from outside, on machines that are made up."""
 
 import os
+import re
 import signal
 import threading
 from concurrent.futures import ThreadPoolExecutor
@@ -231,16 +232,11 @@ def test_the_stack_as_a_picture(start, ctl, tmp_path):
     world.mount(world.mounts + [Mount("/dev/<b>", f"{tmp_path}/{name.replace('/', '_')}") for name in names])
     agent = start(**world.options)
     call = ("audit", "--agent", f"127.0.0.1:{agent.port}", "--uuid", "id")
-    page = tmp_path / "page.html"
-
-    def picture_of_page():
-        """What is used of this machine's disks may change from one audit to the next."""
-        alone = ctl(*call, "--svg", "-").stdout
-        assert ctl(*call, "--html", str(page)).status == 0 and [*tmp_path.glob("page*")] == [page]
-        return alone if alone in page.read_text() else None
-
-    picture = wait_until(picture_of_page, "the same picture twice")
+    page, picture = tmp_path / "page.html", ctl(*call, "--svg", "-").stdout
+    assert ctl(*call, "--html", str(page)).status == 0 and [*tmp_path.glob("page*")] == [page]
     text = page.read_text()
+    # What is used of this machine's disks may change from one audit to the next, and so may numbers.
+    assert re.sub(r"[0-9.]+", "0", picture) in re.sub(r"[0-9.]+", "0", text)
     assert "http" not in text.replace("http://www.w3.org/", "")
     html = ElementTree.fromstring(text.removeprefix("<!DOCTYPE html>"))
     form = "{http://www.w3.org/1999/xhtml}"
