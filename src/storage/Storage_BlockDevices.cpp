@@ -135,8 +135,9 @@ void readArray(Host_Host& host, const std::string& folder, Storage_BlockDevice& 
         if (!entry.starts_with(prefix))
             continue;
         // "in_sync,write_mostly", "spare", "faulty". A rebuilding member is a spare with a place.
-        const std::string state = lineOf(host, folder + "/md/" + entry + "/state");
-        const std::string slot = lineOf(host, folder + "/md/" + entry + "/slot");
+        const std::string member = std::string(folder).append("/md/").append(entry);
+        const std::string state = lineOf(host, member + "/state");
+        const std::string slot = lineOf(host, member + "/slot");
         device.members.push_back({entry.substr(prefix.size()), state.find("faulty") == std::string::npos &&
                                                                    !slot.empty() && slot != "none"});
     }
@@ -209,10 +210,10 @@ bool Storage_IsRunningArray(const Storage_BlockDevice& device) {
     return device.kind == Kind::Array && device.totalBytes != 0;
 }
 
-Storage_MdadmDetail Storage_DetailOfKernel(Storage_MdadmDetail told, const Storage_BlockDevice& array,
+Storage_MdadmDetail Storage_DetailOfKernel(const Storage_MdadmDetail& told, const Storage_BlockDevice& array,
                                            const Storage_BlockDevices& devices) {
     Storage_MdadmDetail detail;
-    detail.level = told.level ? std::move(told.level) : array.level;
+    detail.level = told.level ? told.level : array.level;
     const auto add = [&](const Storage_BlockDevice* member) {
         if (member != nullptr && (member->kind == Kind::Drive || member->kind == Kind::Partition) &&
             std::find(detail.members.begin(), detail.members.end(), member->path) == detail.members.end())
@@ -366,8 +367,9 @@ std::vector<const Storage_BlockDevice*> Storage_BlockDevices::below(const Storag
         if (next != nullptr && std::find(found.begin(), found.end(), next) == found.end())
             found.push_back(next);
     };
-    for (std::size_t at = 0; at < found.size(); ++at) {
-        const Storage_BlockDevice& each = *found[at];
+    std::size_t next = 0;
+    while (next < found.size()) {
+        const Storage_BlockDevice& each = *found[next++];
         if (each.kind == Kind::Drive)
             continue;
         if (!each.whole.empty())

@@ -78,7 +78,7 @@ bool Storage_IsRunningArray(const Storage_BlockDevice& device);
 
 /// What mdadm has told of an array, completed: it has rows of other forms for members of a RAID10, for one.
 /// The members are drives and partitions; what lies on other arrays or on maps is no extent of a drive.
-Storage_MdadmDetail Storage_DetailOfKernel(Storage_MdadmDetail told, const Storage_BlockDevice& array,
+Storage_MdadmDetail Storage_DetailOfKernel(const Storage_MdadmDetail& told, const Storage_BlockDevice& array,
                                            const Storage_BlockDevices& devices);
 
 /// The group of a logical volume, from the name of its map, in which each "-" of a name is doubled. Nothing
