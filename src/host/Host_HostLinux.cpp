@@ -31,9 +31,18 @@ Host_Answer<Value> failed() {
     return Host_Answer<Value>::failure(errno);
 }
 
+/// What the kernel tells of itself does not hang, but for arrays, whose lock may be held. A thread for each
+/// of the many questions about devices would cost more than the answers.
+bool isOfKernel(const std::string& path) {
+    return (path.starts_with("/sys/block") || path.starts_with("/run/udev/")) &&
+           path.find("/md/") == std::string::npos && path.find("..") == std::string::npos;
+}
+
 /// Asks `ask` about the path, with patience.
 template <typename Value>
 Host_Answer<Value> askAbout(const std::string& path, Host_Answer<Value> (*ask)(const std::string& path)) {
+    if (isOfKernel(path))
+        return ask(path);
     return Host_AskWithin<Value>(patience, path, [ask, path] { return ask(path); });
 }
 

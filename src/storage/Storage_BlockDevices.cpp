@@ -76,6 +76,11 @@ bool isOneOf(std::string_view word, std::initializer_list<std::string_view> word
     return std::find(words.begin(), words.end(), word) != words.end();
 }
 
+bool isOfOthers(const Storage_BlockDevice& device) {
+    return std::find(std::begin(majorsOfOthers), std::end(majorsOfOthers), device.major) !=
+           std::end(majorsOfOthers);
+}
+
 /// A boot area of a memory card is hardware's own storage, not a disk's.
 bool isBootArea(const Storage_BlockDevice& device) {
     return device.subsystem == "mmc" && device.name.find("boot") != std::string::npos;
@@ -90,9 +95,7 @@ Kind kindOf(Host_Host& host, const Storage_BlockDevice& device, const std::strin
         return Kind::Partition;
     if (!device.mapName.empty())
         return Kind::Mapped;
-    if (device.subsystem.empty() || device.totalBytes == 0 || isBootArea(device) ||
-        std::find(std::begin(majorsOfOthers), std::end(majorsOfOthers), device.major) !=
-            std::end(majorsOfOthers))
+    if (device.subsystem.empty() || device.totalBytes == 0 || isBootArea(device))
         return Kind::Other;
     // Types of SCSI devices that are disks: direct access, write once, simplified, zoned.
     const std::string type = device.subsystem == "scsi" ? lineOf(host, folder + "/device/type") : "0";
@@ -266,14 +269,17 @@ void Storage_BlockDevices::add(Host_Host& host, const std::string& name) {
     findNode(host, device);
     if (device.path.empty())
         return;
-    device.mapUuid = lineOf(host, folder + "/dm/uuid");
     device.totalBytes = numberOf(host, folder + "/size") * sectorBytes;
-    device.slaves = namesIn(host, folder + "/slaves");
-    device.properties = propertiesOf(host, device);
-    readHardware(host, folder, device);
-    readArray(host, folder, device);
-    device.kind = kindOf(host, device, folder);
-    device.isPartitioned = !device.property("ID_PART_TABLE_TYPE").empty();
+    // There are often many of them, and nothing more to know.
+    if (!isOfOthers(device)) {
+        device.mapUuid = lineOf(host, folder + "/dm/uuid");
+        device.slaves = namesIn(host, folder + "/slaves");
+        device.properties = propertiesOf(host, device);
+        readHardware(host, folder, device);
+        readArray(host, folder, device);
+        device.kind = kindOf(host, device, folder);
+        device.isPartitioned = !device.property("ID_PART_TABLE_TYPE").empty();
+    }
     for (const std::string& entry : namesIn(host, folder))
         if (entry.starts_with(name) && entry != name && addPartition(host, entry, device))
             device.isPartitioned = true;

@@ -109,8 +109,13 @@ const Storage_BlockDevice* Storage_HostReport::blockDevice(const std::string& pa
     const Storage_BlockDevices* devices = path.starts_with('/') ? blockDevices() : nullptr;
     if (devices == nullptr)
         return nullptr;
+    const auto [known, isNew] = nodes_.try_emplace(path, nullptr);
+    if (!isNew)
+        return known->second;
     const Host_Answer<Host_Node> node = host_.node(path);
-    return node && node->kind == Host_Node::Block ? devices->findByNumber(node->major, node->minor) : nullptr;
+    if (node && node->kind == Host_Node::Block)
+        known->second = devices->findByNumber(node->major, node->minor);
+    return known->second;
 }
 
 const Storage_BlockDevice* Storage_HostReport::mountedDevice(const std::string& device,

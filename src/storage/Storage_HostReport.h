@@ -111,6 +111,7 @@ private:
 
     Answers<std::string> release_;
     std::optional<Storage_BlockDevices> blockDevices_;
+    std::map<std::string, const Storage_BlockDevice*> nodes_;
     Answers<Storage_FdiskDrive> fdisk_;
     Answers<Storage_FdiskDrive> drivesOfKernel_;
     Answers<FdiskListing> fdiskListing_;
