@@ -28,8 +28,10 @@ bool Storage_Container::lock() {
 }
 
 void Storage_Container::unlock() {
-    if (locked_.exchange(false))
-        Thread_UnLockMutex(mutex_.get());
+    if (!locked_.exchange(false))
+        return;
+    report_.reset(); // what is kept until the next request are the collections alone
+    Thread_UnLockMutex(mutex_.get());
 }
 
 void Storage_Container::clear() {

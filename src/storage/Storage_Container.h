@@ -37,7 +37,8 @@ public:
 
     /// Waits until the container is free. True on success.
     bool lock();
-    /// By the thread that has locked it. Nothing happens if the container is not locked.
+    /// By the thread that has locked it. What was asked of the host goes. Nothing happens if the container is
+    /// not locked.
     void unlock();
     /// Deletes the collections with their members, from the drives up, and what was asked of the host.
     void clear();
