@@ -6,6 +6,7 @@
 #include "xml/Xerces_Serializer.h"
 
 #include <algorithm>
+#include <iterator>
 #include <strings.h>
 
 namespace {
@@ -240,6 +241,24 @@ std::optional<bool> System_FileSystemObject::isAccessedWithin(const System_TimeW
     return unread_.accessTime ? window.has(accessTime_) : window.has(*accessDT_);
 }
 
+System_FileSystemObject::~System_FileSystemObject() {
+    System_FileSystemObject::deallocateFSOs();
+}
+
+/// One after another, since a tree may be deeper than the stack.
+void System_FileSystemObject::deallocateFSOs() {
+    Children doomed = std::move(children_);
+    children_.clear();
+    while (!doomed.empty()) {
+        const std::unique_ptr<System_FileSystemObject> object = std::move(doomed.back());
+        doomed.pop_back();
+        if (!object)
+            continue;
+        std::move(object->children_.begin(), object->children_.end(), std::back_inserter(doomed));
+        object->children_.clear();
+    }
+}
+
 bool System_FileSystemObject::prepareForAudit() {
     counters_ = {};
     searchHit_ = false;
@@ -294,21 +313,21 @@ bool System_FileSystemObject::calcRecursiveDirMembers(System_FileEvaluator* eval
         if (levels.empty())
             return true;
         Level& parent = levels.back();
-        // Members of a walk are given their paths no sooner than they are needed.
+        // Members of a walk are given their paths no sooner than they are needed, and give back the memory:
+        // those of a deep tree would take its depth times its depth.
         const bool isNameless = finished.path_.empty();
-        const std::string parentPath =
-            path.substr(0, std::max<std::size_t>(path.size() - finished.name_.size(), 2) - 1);
+        const std::size_t parentLength = std::max<std::size_t>(path.size() - finished.name_.size(), 2) - 1;
         if (isNameless) {
-            finished.path_ = path;
-            finished.parentDirPath_ = parentPath;
+            finished.parentDirPath_.assign(path, 0, parentLength);
+            finished.path_.swap(path);
         }
         if (evaluator->evaluateFile(&finished, sDay, eDay))
             parent.object->addRecursiveMembers(finished);
         if (isNameless) {
-            finished.path_ = {};
-            finished.parentDirPath_ = {};
+            finished.path_.swap(path);
+            std::string().swap(finished.parentDirPath_);
         }
-        path = parentPath;
+        path.resize(parentLength);
         ++parent.next;
         bool succeeds = false;
         if (terminator != nullptr && terminator->terminateIteration(succeeds)) {

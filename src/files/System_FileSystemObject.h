@@ -48,6 +48,7 @@ public:
     static std::span<const System_FSOAttribute> attributes();
 
     System_FileSystemObject() = default;
+    ~System_FileSystemObject() override;
 
     StorageType getStorageType() const override { return FSO; }
     /// Clears counters, hit and members, so that an object can be audited again.
@@ -61,7 +62,7 @@ public:
     virtual void setAllocatedCreateDT(std::unique_ptr<System_Date> date) { createDT_ = std::move(date); }
     virtual void setAllocatedModifyDT(std::unique_ptr<System_Date> date);
     virtual void setAllocatedAccessDT(std::unique_ptr<System_Date> date);
-    virtual void deallocateFSOs() { children_.clear(); }
+    virtual void deallocateFSOs();
 
     /// The last component of the path; "/" has none.
     virtual const char* getName() const { return name_.c_str(); }

@@ -47,7 +47,8 @@ def measured(top):
     )  # fmt: skip
 
 
-def test_listings(agent, tmp_path):
+def test_listings(start, tmp_path):
+    agent = start(verbose=False)  # with the log on each listing asks for the logical volume of each mount
     top = os.fsencode(tmp_path)
     (tmp_path / "file.txt").write_bytes(b"12345")
     found, members = listing(agent, top + b"/file.txt")
