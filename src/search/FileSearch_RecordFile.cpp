@@ -86,9 +86,11 @@ bool FileSearch_RecordFile::leave(AccessState state) {
 
 bool FileSearch_RecordFile::beginWriting() {
     std::uint64_t end = 0;
-    if (!file_ || state_ != Idle || !File_Seek(file_.get(), 0, end, File_SeekFromEnd)) {
-        DEBUG_LOG("FileSearch_RecordFile::beginWriting: error file seek: errno %u\n",
-                  static_cast<unsigned>(errno));
+    const bool isReady = file_ && state_ == Idle;
+    if (!isReady || !File_Seek(file_.get(), 0, end, File_SeekFromEnd)) {
+        if (isReady)
+            DEBUG_LOG("FileSearch_RecordFile::beginWriting: error file seek: errno %u\n",
+                      static_cast<unsigned>(errno));
         DEBUG_LOG("FileSearch_RecordFile::beginWriting exit with error\n");
         return false;
     }
@@ -105,7 +107,7 @@ bool FileSearch_RecordFile::writeRecord(const FileSearch_Record& record, std::ui
         return fail();
     offset = static_cast<std::uint32_t>(currentOffset_);
     const std::uint64_t length = FileSearch_RecordLength(record.data());
-    if (length > largestFile - currentOffset_)
+    if (currentOffset_ + length > largestFile)
         return fail();
     FileSearch_AppendRecord(buffer_, record.data());
     currentOffset_ += length;

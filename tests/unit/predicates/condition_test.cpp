@@ -119,6 +119,26 @@ TEST(Condition, TestsTheCheapFirstAndIsPrinted) {
     EXPECT_EQ(copied, text);
 }
 
+TEST(Condition, SaysWhyItCannotDecide) {
+    Tested tested;
+    ASSERT_TRUE(tested.parse(condition(predicate("name", "equal", "a"))));
+    const auto code = [&] {
+        try {
+            tested.condition.evaluate();
+            return 0;
+        } catch (const Predicate_Exception& problem) {
+            return static_cast<int>(problem.getCode());
+        }
+    };
+    tested.source.registerFSO(nullptr);
+    EXPECT_EQ(tested.result(), "no data");
+    EXPECT_EQ(code(), 3);
+    tested.condition.registerDataSourceMap(nullptr);
+    EXPECT_EQ(code(), 1);
+    tested.condition.setLogicalOperator(static_cast<Predicate_Condition::LogicalOperator>(3));
+    EXPECT_EQ(code(), 6);
+}
+
 TEST(Condition, IsBounded) {
     const auto nested = [](int levels) {
         std::string xml;

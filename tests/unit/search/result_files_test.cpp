@@ -6,8 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <sys/resource.h>
@@ -127,6 +129,9 @@ TEST(ResultFiles, ADamagedRecordFailsAlone) {
             putContents(file.getPath(), bad);
             const std::vector<std::string> found = readBack(folder);
             EXPECT_EQ(found[0] + found[2], "onethree") << at;
+            // A byte of the data is nobody's to judge.
+            const bool isNoticed = at < places[1] + 6 || (at < places[1] + 10 && byte == '\xff');
+            EXPECT_EQ(found[1] == "damaged", isNoticed) << at;
         }
     for (std::size_t length = places[1]; length < good.size(); ++length) {
         putContents(file.getPath(), good.substr(0, length));
@@ -134,9 +139,27 @@ TEST(ResultFiles, ADamagedRecordFailsAlone) {
         EXPECT_EQ(readBack(folder)[2], "damaged");
     }
     ASSERT_TRUE(writeOffsets(folder, {0, 1025, places[0], 0xFFFFFFFF}));
-    EXPECT_EQ(readBack(folder)[2], "one");
+    EXPECT_EQ(readBack(folder), (std::vector<std::string>{"damaged", "damaged", "one", "damaged"}));
     putContents(folder / "T.L2RhdGE=.offset.dat", std::string("\0\x04\0\0\x0d", 5));
     EXPECT_EQ(readBack(folder), std::vector<std::string>{"one"});
+}
+
+TEST(ResultFiles, EndAtFourGiB) {
+    const Temporary_Directory folder;
+    FileSearch_RecordFile file;
+    ASSERT_TRUE(openForWriting(file, folder) && file.endWriting());
+    constexpr std::uint64_t largest = 0xFFFFFFFF;
+    std::uint32_t offset = 0;
+    for (const std::uint64_t size : {largest + 1, largest + 4096, largest - 10}) {
+        std::filesystem::resize_file(file.getPath(), size);
+        ASSERT_TRUE(file.beginWriting());
+        EXPECT_FALSE(write(file, "x", offset)) << size;
+        EXPECT_EQ(write(file, "", offset), size < largest);
+        EXPECT_TRUE(file.endWriting());
+    }
+    ASSERT_TRUE(writeOffsets(folder, {offset}));
+    EXPECT_EQ(offset, largest - 10);
+    EXPECT_EQ(readBack(folder), std::vector<std::string>{""});
 }
 
 TEST(ResultFiles, KeepWhatWasWrittenWhenTheDiskIsFull) {
@@ -169,6 +192,7 @@ TEST(ResultFiles, KeepWhatWasWrittenWhenTheDiskIsFull) {
     setrlimit(RLIMIT_FSIZE, &usual);
     sigaction(SIGXFSZ, &before, nullptr);
     EXPECT_TRUE(hasFailed);
+    EXPECT_EQ(std::filesystem::file_size(file.getPath()), file.getEndOffset());
     EXPECT_GT(places.size(), 500U);
     data.push_back("there is room again");
     EXPECT_TRUE(write(file, data.back(), places.emplace_back()) && file.endWriting());
@@ -179,10 +203,13 @@ TEST(ResultFiles, KeepWhatWasWrittenWhenTheDiskIsFull) {
 TEST(ResultFiles, AVolumeWithOffsetsIsWholeWheneverItsWriterWasKilled) {
     const Temporary_Directory folder;
     std::mt19937 random(7); // NOLINT(cert-msc32-c,cert-msc51-cpp)
+    using Clock = std::chrono::steady_clock;
+    Clock::duration whole{}; // what the writer takes that lives to its end
     unsigned complete = 0;
     for (int moment = 0; moment < 500; ++moment) {
         for (const char* name : {"T.L2RhdGE=.dat", "T.L2RhdGE=.offset.dat", "T.L2RhdGE=.offset.dat.new"})
             std::filesystem::remove(folder / name);
+        const Clock::time_point begin = Clock::now();
         const pid_t child = fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
@@ -193,9 +220,13 @@ TEST(ResultFiles, AVolumeWithOffsetsIsWholeWheneverItsWriterWasKilled) {
                 isWritten = write(file, hit(number), places.emplace_back());
             _exit(isWritten && file.endWriting() && writeOffsets(folder, places) ? 0 : 1);
         }
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 6000));
-        kill(child, SIGKILL);
+        if (moment > 0) {
+            std::this_thread::sleep_for(whole * (random() % 150) / 100);
+            kill(child, SIGKILL);
+        }
         waitpid(child, nullptr, 0);
+        if (moment == 0)
+            whole = std::min<Clock::duration>(Clock::now() - begin, std::chrono::milliseconds(10));
         if (!std::filesystem::exists(folder / "T.L2RhdGE=.offset.dat"))
             continue;
         ++complete;
@@ -204,6 +235,7 @@ TEST(ResultFiles, AVolumeWithOffsetsIsWholeWheneverItsWriterWasKilled) {
         for (unsigned number = 0; number < 1000; ++number)
             ASSERT_EQ(found[number], hit(number));
     }
+    EXPECT_GT(complete, 0U);
     RecordProperty("complete", static_cast<int>(complete));
 }
 
