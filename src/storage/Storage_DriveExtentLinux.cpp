@@ -11,16 +11,20 @@
 #include "storage/Storage_StorageAssociations.h"
 #include "storage/Storage_StorageVolume.h"
 
+#include <algorithm>
 #include <memory>
 #include <set>
+#include <string_view>
 
 namespace {
 
 constexpr const char* extentClass = "Storage_DriveExtentLinux";
+/// The paths of all drives and partitions begin with it.
+constexpr std::string_view devicePathStart = "/dev/";
 
 } // namespace
 
-/// What the mounted volumes lie on.
+/// What the mounted volumes lie on, which outlive it.
 class Storage_DriveExtentsLinux::MountedDevices {
 public:
     MountedDevices(const Storage_StorageVolumes& volumes, Storage_HostReport& report) : report_(report) {
@@ -28,24 +32,27 @@ public:
             const std::string& path = volume->getDevicePath();
             if (const auto* device = report.mountedDevice(path, volume->getMountPoint()))
                 devices_.insert(device);
-            for (std::size_t at = path.find('/'); at != std::string::npos; at = path.find('/', at + 1))
-                tails_.insert(path.substr(at));
+            for (std::size_t at = path.find(devicePathStart); at != std::string::npos;
+                 at = path.find(devicePathStart, at + 1))
+                tails_.push_back(std::string_view(path).substr(at));
         }
+        std::sort(tails_.begin(), tails_.end());
     }
 
     /// Whether a volume's device is this one; where only names are known, also one whose name begins alike.
     bool has(const std::string& path) const {
         if (const Storage_BlockDevice* device = report_.blockDevice(path))
             return devices_.contains(device);
-        const auto tail = tails_.lower_bound(path);
+        const auto tail = std::lower_bound(tails_.begin(), tails_.end(), path);
         return tail != tails_.end() && tail->starts_with(path);
     }
 
 private:
     Storage_HostReport& report_;
     std::set<const Storage_BlockDevice*> devices_;
-    /// From each of its slashes on, each path once.
-    std::set<std::string> tails_;
+    /// Of the volumes' own paths, from each place on where a device's may begin; sorted. Views, as whoever
+    /// may mount something chooses a path of 4,000 bytes that has hundreds of them.
+    std::vector<std::string_view> tails_;
 };
 
 bool Storage_DriveExtentsLinux::audit() {

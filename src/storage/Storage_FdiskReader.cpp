@@ -6,6 +6,7 @@ namespace {
 
 /// Where a disk's line of units is missing.
 constexpr std::uint64_t usualCylinderBytes = 1024;
+constexpr std::string_view pathStart = "/dev/";
 constexpr std::string_view extended = "5";
 constexpr std::string_view swapSpace = "82";
 constexpr std::string_view logicalVolumes = "8e";
@@ -76,7 +77,8 @@ std::vector<Storage_FdiskPartition> Storage_ReadFdiskPartitions(std::string_view
     std::uint64_t unitBytes = usualCylinderBytes;
     bool isInTable = false;
     for (Storage_Lines lines(text); lines.next();) {
-        if (lines.size() >= 2 && lines.is(0, "Disk")) {
+        // "Disk identifier: 0x000a0b0c" names none.
+        if (lines.is(0, "Disk") && lines[1].starts_with(pathStart)) {
             disk = lines[1].substr(0, lines[1].find(':'));
             isInTable = false;
         } else if (isUnits(lines)) {
@@ -84,7 +86,7 @@ std::vector<Storage_FdiskPartition> Storage_ReadFdiskPartitions(std::string_view
             isInTable = false;
         } else if (isTableHead(lines)) {
             isInTable = true;
-        } else if (isInTable && lines.size() >= 6 && lines[0].starts_with("/dev/")) {
+        } else if (isInTable && lines.size() >= 6 && lines[0].starts_with(pathStart)) {
             partitions.push_back(readRow(lines, disk, unitBytes));
         }
     }

@@ -111,13 +111,14 @@ bool Storage_PhysicalDrivesLinux::audit() {
     if (gStorageContainer->ensure<Storage_StorageAssociations>() == nullptr)
         return false;
     const SANMap sanMap(getHost());
-    for (int subsystem = 0; subsystem < static_cast<int>(Storage_DriveSubsystemDirectory.size()); ++subsystem)
-        if (!auditSubsystem(subsystem, sanMap)) {
-            DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: failed\n");
-            return false;
-        }
-    if (!auditDrivesOfKernel(sanMap))
+    bool isGoingOn = true;
+    for (int subsystem = 0; isGoingOn && subsystem < static_cast<int>(Storage_DriveSubsystemDirectory.size());
+         ++subsystem)
+        isGoingOn = auditSubsystem(subsystem, sanMap);
+    if (!isGoingOn || !auditDrivesOfKernel(sanMap)) {
+        DEBUG_LOG("Storage_PhysicalDrivesLinux::audit: failed\n");
         return false;
+    }
     setAuditResult(true);
     setAudited();
     return true;

@@ -79,7 +79,10 @@ std::vector<Storage_ScsiSection> Storage_ReadScsiSections(std::string_view text)
         if (!labels.find("Lun: "))
             break;
         section.lun = toNumber(labels.takeUpTo("\n"));
-        if (!labels.find("Vendor: ") || !labels.find("Model: ") || !labels.find("Type: "))
+        if (!labels.find("Vendor: ") || !labels.find("Model: "))
+            break;
+        labels.takeUpTo("\n"); // the device chooses what stands here
+        if (!labels.find("Type: "))
             break;
         labels.skip(blanks);
         section.type = labels.takeUpTo(" \t\n");

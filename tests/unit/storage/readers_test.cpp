@@ -152,7 +152,8 @@ TEST(Readers, TakeWhatTheToolsSay) {
          disk26 + units + head + "/dev/sda1 * 1 13 104391 83 Linux\n/dev/sda2 14 1044 8281507+ 8e LVM\n",
          "[/dev/sda1 /dev/sda 8225280 106896384 allocated][/dev/sda2 /dev/sda 115153920 8480263168 "
          "allocated]"},
-        {fdisk, disk26 + head + "/dev/sda1 2 3 4 83 Linux\n", "[/dev/sda1 /dev/sda 2048 4096]"},
+        {fdisk, disk26 + "Disk identifier: 0x000a0b0c\n" + head + "/dev/sda1 2 3 4 83 Linux\n",
+         "[/dev/sda1 /dev/sda 2048 4096]"},
         {fdisk, disk26 + head + "/dev/sda1 2 3 4 5 Ext\n/dev/sda2 * 2 3 4 5 Ext\n/dev/sda5 2 3 4 82 Swap\n",
          "[/dev/sda1 /dev/sda 2048 4096 extended][/dev/sda2 /dev/sda 2048 4096 extended allocated]"
          "[/dev/sda5 /dev/sda 2048 4096 allocated]"},
@@ -224,7 +225,9 @@ TEST(Readers, TakeWhatTheToolsSay) {
         {scsi, sections + "Direct-Access        ANSI SCSI revision: 03\n" + sections + "CD-ROM\n",
          "[1 5 2 Direct-Access][1 5 2 CD-ROM]"},
         {scsi, sections.substr(0, sections.size() - 10), ""},
-        {scsi, "Host: x Id: y Lun: z\nVendor: Model: Type: ", "[0 0 0 ]"},
+        {scsi, "Host: scsi0 Id: 0 Lun: 0\nVendor: V Model: Type: A-Model\nType: Direct-Access\n",
+         "[0 0 0 Direct-Access]"},
+        {scsi, "Host: x Id: y Lun: z\nVendor: Model: \nType: ", "[0 0 0 ]"},
         {media, "disk\r\nmore", "disk"},
         {partitions, "major minor  #blocks  name\n\n   9  0  1048576 md0\n 8 0 1\n 8 1 2 sda1 more words\n",
          "[md0 1073741824][sda1 2048]"},
