@@ -15,6 +15,7 @@
 //   Ctl_Server          the stand-in for the management server, and how it shows a call
 //   Ctl_Envelope        the XML of requests and replies, both ways
 //   Ctl_Node            a document as plain values
+//   Ctl_SearchExpression  what a person looks for as a condition that the agent reads
 //   Ctl_StorageTree     the levels of the storage and their links as a tree
 //   Ctl_Render          such values as text for a person, and as JSON
 //   Ctl_Text            bytes from outside made fit for a terminal, and for JSON
@@ -88,9 +89,12 @@ int run(int argc, char* argv[]) {
     } catch (const CLI::ParseError& error) {
         return failUsage(app, describe(app, error));
     } catch (const Ctl_Failure& failure) {
-        if (failure.status() == Ctl_WrongUsage)
-            return failUsage(app, failure.what());
-        throw;
+        if (failure.status() != Ctl_WrongUsage)
+            throw;
+        failUsage(app, failure.what());
+        if (!failure.place().empty())
+            std::fprintf(stderr, "%s\n", failure.place().c_str());
+        return Ctl_WrongUsage;
     }
 }
 
