@@ -8,6 +8,7 @@
 
 bool gVersion = false;
 bool gEditConfig = false;
+bool gCheckConfig = false;
 bool gDisplayHelp = false;
 bool gDisplayHelpUnrecognized = false;
 bool gDeleteConfig = false;
@@ -16,7 +17,7 @@ namespace {
 
 struct Flag {
     const char* name;
-    const char* help;
+    const char* help; ///< none for what service units use and no person types
     void (*apply)();
 };
 
@@ -28,6 +29,7 @@ constexpr Flag flags[] = {
     {"-verbose", "Prints debug statments to stdout", [] { gDebugPrintf.setEnabled(true); }},
     {"-version", "Displays the version of the QDVAgent", [] { gVersion = true; }},
     {"-help", "\tDisplays this output", [] { gDisplayHelp = true; }},
+    {"--check-config", nullptr, [] { gCheckConfig = true; }},
 };
 
 const Flag* findFlag(const char* argument) {
@@ -56,7 +58,8 @@ void Agent_DisplayHelp(bool unrecognized) {
     std::printf("\nQDV Agent:%s\n", unrecognized ? " unrecognized flag:" : "");
     std::printf("Usage:\n\n");
     for (const Flag& flag : flags)
-        std::printf("  %s\t%s\n", flag.name, flag.help);
+        if (flag.help != nullptr)
+            std::printf("  %s\t%s\n", flag.name, flag.help);
 }
 
 void Agent_DisplayVersion() {

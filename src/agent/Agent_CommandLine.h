@@ -3,6 +3,7 @@
 /// What the command line asked for. Set once by Agent_ParseCommandLine, before any thread runs.
 extern bool gVersion;
 extern bool gEditConfig;
+extern bool gCheckConfig;
 extern bool gDisplayHelp;
 extern bool gDisplayHelpUnrecognized;
 extern bool gDeleteConfig;

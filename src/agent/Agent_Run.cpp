@@ -3,7 +3,9 @@
 #include "actions/AgentActions_ScriptletExecutor.h"
 #include "agent/AgentHTTP_RequestHandler.h"
 #include "agent/Agent_CommandLine.h"
+#include "agent/Agent_ServiceManager.h"
 #include "agent/Agent_Signals.h"
+#include "agent/Agent_Watchdog.h"
 #include "audit/System_Layer.h"
 #include "base/File_Temporary.h"
 #include "base/Layer_Guard.h"
@@ -101,8 +103,10 @@ private:
     bool sweepLeftovers();
     bool armSignals();
     bool startServices();
+    bool tellThatItServes();
     bool askForSSLState();
 
+    Agent_ServiceManager serviceManager_;
     Layer_Guard xmlLayer_;
     Layer_Guard tlsLayer_;
     Layer_Guard httpLayer_;
@@ -114,6 +118,7 @@ private:
     std::unique_ptr<HTTP_Server> server_;
     Thread_Manager manager_;
     bool servicesStarted_ = false;
+    std::optional<Agent_Watchdog> watchdog_;
 };
 
 const AgentRun::Stage AgentRun::stages[] = {
@@ -138,6 +143,7 @@ const AgentRun::Stage AgentRun::stages[] = {
     {&AgentRun::sweepLeftovers, nullptr},
     {&AgentRun::armSignals, nullptr},
     {&AgentRun::startServices, "Agent: startup failed\n"},
+    {&AgentRun::tellThatItServes, nullptr},
     {&AgentRun::askForSSLState, "Agent: Check SSL state failed\n"},
 };
 
@@ -269,6 +275,17 @@ bool AgentRun::startServices() {
     return manager_.start();
 }
 
+/// The server's answer is not waited for: requests are served from here on.
+bool AgentRun::tellThatItServes() {
+    std::string state = "READY=1\nSTATUS=Serving on";
+    for (const HTTP_AddressPortPair* pair : bindList_)
+        state.append(" ").append(pair->getAddress()).append(":").append(std::to_string(pair->getPort()));
+    serviceManager_.tell(bindList_.empty() ? "READY=1\nSTATUS=Serving on no port" : state);
+    if (serviceManager_.watchdogLimit().count() > 0)
+        watchdog_.emplace(serviceManager_, bindList_.empty() ? HTTP_AddressPortPair() : *bindList_.front());
+    return true;
+}
+
 /// A server that does not answer keeps the agent from nothing.
 bool AgentRun::askForSSLState() {
     DEBUG_LOG("Agent: Check state of enterprise SSL setting\n");
@@ -290,6 +307,7 @@ bool AgentRun::start() {
         if ((this->*stage.bring)())
             continue;
         DEBUG_LOG("%s", stage.onFailure);
+        serviceManager_.tell(std::string("STATUS=").append(stage.onFailure));
         return false;
     }
     return true;
@@ -307,6 +325,8 @@ bool callsEndedJustNow(bool& hadCalls) {
 
 bool AgentRun::stop() {
     DEBUG_LOG("Agent: attempting shutdown\n");
+    serviceManager_.tell("STOPPING=1\nSTATUS=Stopping once the requests in hand are done");
+    watchdog_.reset();
     manager_.setExtension([hadCalls = false]() mutable { return callsEndedJustNow(hadCalls); });
     return manager_.shutdown();
 }

@@ -3,10 +3,14 @@
 //   main.cpp                   command line, working directory, editor or agent, exit status
 //   Agent_CommandLine          the flags, help and version texts
 //   Agent_EditConfig           the dialog that makes agent.conf
+//   Agent_CheckConfig          whether agent.conf can be used
 //   Agent_Run                  all stages of start and stop, in their order
 //   Agent_Signals              the thread that turns stop signals into a request to shut down
+//   Agent_ServiceManager       what the service manager is told: ready, stopping, in words
+//   Agent_Watchdog             the thread that gives it signs of life while the port answers
 //   AgentHTTP_RequestHandler   what GET and POST mean on the agent's port
 
+#include "agent/Agent_CheckConfig.h"
 #include "agent/Agent_CommandLine.h"
 #include "agent/Agent_EditConfig.h"
 #include "agent/Agent_Run.h"
@@ -108,6 +112,8 @@ int main(int argc, char* argv[]) {
         Agent_DisplayVersion();
         return EXIT_SUCCESS;
     }
+    if (gCheckConfig)
+        return guarded(Agent_CheckConfig);
     dropSupplementaryGroups();
     raiseDescriptorLimit();
     setMemoryLimits();

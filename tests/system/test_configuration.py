@@ -85,7 +85,7 @@ BROKEN = [
 
 
 def test_refusals_end_the_start_and_are_explained(ctl, new_tree):
-    """By the agent and by `qdvctl config check` with the same words."""
+    """By the agent, by its check before a start, and by `qdvctl config check` with the same words."""
     tree = new_tree()
 
     def refused(words):
@@ -96,6 +96,9 @@ def test_refusals_end_the_start_and_are_explained(ctl, new_tree):
         assert checked.status == 1 and line.startswith(f"{tree.agent_conf}: faulty: ")
         reason = line.partition(": faulty: ")[2].replace(str(tree.conf), f"{tree.bin}/../conf")
         assert reason in run.stdout and all(word in reason for word in words), line
+        before_start = tree.run("--check-config")
+        assert (before_start.status, before_start.stdout) == (os.EX_CONFIG, "")
+        assert before_start.stderr.endswith(f": {reason}\n"), before_start.stderr
         assert other == f"{tree.uuid_conf}: absent; the agent makes it when it starts"
 
     for text, words in BROKEN:
