@@ -9,6 +9,7 @@
 #include "audit/System_Layer.h"
 #include "base/File_Temporary.h"
 #include "base/Layer_Guard.h"
+#include "calls/AgentRMI_MethodCallSearch.h"
 #include "calls/AgentRMI_MethodCallServer.h"
 #include "config/AgentConfig_Configuration.h"
 #include "config/AgentConfig_Globals.h"
@@ -19,6 +20,7 @@
 #include "net/HTTP_Server.h"
 #include "net/HTTP_Stop.h"
 #include "rmi/AgentRMI_AsynchManager.h"
+#include "search/FileSearch_Manager.h"
 #include "storage/Storage_Container.h"
 #include "threads/Thread_Manager.h"
 #include "threads/Thread_Pool.h"
@@ -62,6 +64,7 @@ struct GlobalServices {
     ~GlobalServices() {
         for (const ManagerPlan* plan : {&systemAudit, &generic, &fileTrack})
             plan->manager.reset();
+        gFileSearchMgr.reset();
         gStorageContainer.reset();
     }
 };
@@ -95,9 +98,11 @@ private:
     bool allocateContainer();
     template <const ManagerPlan& plan>
     bool allocateManager();
+    bool allocateSearchManager();
     bool allocateServer();
     template <const ManagerPlan& plan>
     bool initManager();
+    bool initSearchManager();
     bool nameCertificates();
     bool initServer();
     bool sweepLeftovers();
@@ -112,6 +117,7 @@ private:
     Layer_Guard httpLayer_;
     Layer_Guard systemLayer_;
     AgentHTTP_RequestHandlerFactory requestHandlerFactory_;
+    AgentFileSearch_HandlerFactory searchHandlerFactory_;
     std::vector<HTTP_AddressPortPair*> bindList_;
     std::optional<Agent_Signals> signals_;
     GlobalServices globalServices_;
@@ -133,10 +139,12 @@ const AgentRun::Stage AgentRun::stages[] = {
     {&AgentRun::allocateContainer, "Agent: Storage_Container allocate failed\n"},
     {&AgentRun::allocateManager<fileTrack>, "Agent: FileTrack RMIAsynch allocate failed\n"},
     {&AgentRun::allocateManager<systemAudit>, "Agent: SystemAudit RMIAsynch allocate failed\n"},
+    {&AgentRun::allocateSearchManager, "Agent: FileSearch allocate failed\n"},
     {&AgentRun::allocateManager<generic>, "Agent: Generic RMIAsynch allocate failed\n"},
     {&AgentRun::allocateServer, "Agent: HTTP server allocate failed\n"},
     {&AgentRun::initManager<fileTrack>, "Agent: FileTrack RMIAsynch init failed\n"},
     {&AgentRun::initManager<systemAudit>, "Agent: SystemAudit RMIAsynch init failed\n"},
+    {&AgentRun::initSearchManager, "Agent: FileSearch init failed\n"},
     {&AgentRun::initManager<generic>, "Agent: Generic RMIAsynch init failed\n"},
     {&AgentRun::nameCertificates, nullptr},
     {&AgentRun::initServer, "Agent: HTTP server init failed\n"},
@@ -233,6 +241,15 @@ bool AgentRun::initManager() {
     return plan.manager->init(plan.threads, plan.queueLimit, 0);
 }
 
+bool AgentRun::allocateSearchManager() {
+    gFileSearchMgr = FileSearch_FactoryAllocateManager();
+    return gFileSearchMgr != nullptr;
+}
+
+bool AgentRun::initSearchManager() {
+    return gFileSearchMgr->init((gPathToExec + "/../fileSearch").c_str(), &searchHandlerFactory_);
+}
+
 bool AgentRun::allocateServer() {
     server_ = HTTP_FactoryAllocateServer();
     return server_ != nullptr;
@@ -270,6 +287,7 @@ bool AgentRun::armSignals() {
 bool AgentRun::startServices() {
     for (const ManagerPlan* plan : {&fileTrack, &generic, &systemAudit})
         manager_.registerThreadable(plan->manager.get());
+    manager_.registerThreadable(gFileSearchMgr.get());
     manager_.registerThreadable(server_.get());
     servicesStarted_ = true;
     return manager_.start();

@@ -3,6 +3,7 @@
 #include "files/System_FileSystemObject.h"
 #include "model/Auditable_Auditable.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -30,6 +31,9 @@ public:
     /// Called once for the object that stands for one entry after another. False for null.
     virtual bool setFSORequirements(System_FileSystemObject* fso);
 
+    /// How many directories the last walk found and could not open. They are in the log.
+    std::uint64_t getUnopenedFolders() const { return unopenedFolders_; }
+
     RecursionLevel getRecursionLevel() const { return recursionLevel_; }
     void setRecursionLevel(RecursionLevel level) { recursionLevel_ = level; }
 
@@ -42,6 +46,7 @@ protected:
     System_IterationTerminator* iterationTerminator_ = nullptr;
     RecursionLevel recursionLevel_ = System_FileSystemObject::AllDepths;
     System_AuditFailures* auditFailures_ = nullptr;
+    std::uint64_t unopenedFolders_ = 0;
 };
 
 /// Null when memory is short.

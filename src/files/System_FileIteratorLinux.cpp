@@ -162,6 +162,7 @@ bool System_FileIteratorLinux::cleanupAfterAudit() {
 
 bool System_FileIteratorLinux::audit() {
     DEBUG_LOG("System_FileIteratorLinux::audit: %s\n", path_.c_str());
+    unopenedFolders_ = 0;
     if (path_.empty()) {
         DEBUG_LOG("System_FileIteratorLinux::audit: path is empty\n");
     } else if (fileEvaluator_ == nullptr) {
@@ -226,9 +227,11 @@ bool System_FileIteratorLinux::Walk::run() {
             return false;
         frame = std::move(*following);
         folder = open(frame);
-        if (!folder)
+        if (!folder) {
             DEBUG_LOG("System_FileIteratorLinux::audit: unable to open directory %s\n",
                       pathOf(frame).c_str());
+            ++owner_.unopenedFolders_;
+        }
     }
     DEBUG_LOG("System_FileIteratorLinux::audit max stack size: %d\n", static_cast<int>(largestStack_));
     if (outcome != Outcome::Stopped && !finish())

@@ -5,6 +5,7 @@
 #include "methods/AgentRMI_MethodAudits.h"
 #include "methods/AgentRMI_MethodFiles.h"
 #include "methods/AgentRMI_MethodPing.h"
+#include "methods/AgentRMI_MethodSearch.h"
 #include "methods/AgentRMI_MethodSetCallServerWithSSL.h"
 #include "methods/AgentRMI_MethodSetVerboseLog.h"
 #include "storage/Storage_Levels.h"
@@ -36,6 +37,9 @@ constexpr Row methods[] = {
     {{"GetStorageSystem", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetStorageSystem>},
     {{"GetFSOs", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetFSOs>},
     {{"GetFSOBatchStats", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetFSOBatchStats>},
+    {{"SearchFSOs", Required, PlainAndSSL, No}, make<AgentRMI_MethodSearchFSOs>},
+    {{"GetFSOSearchResults", Required, PlainAndSSL, No}, make<AgentRMI_MethodGetFSOSearchResults>},
+    {{"DeleteSearches", Required, PlainAndSSL, No}, make<AgentRMI_MethodDeleteSearches>},
     {{"SubmitAction", Required, SSLOnly, Yes}, make<AgentRMI_MethodSubmitAction>},
     {{"SaveAction", Required, SSLOnly, No}, make<AgentRMI_MethodSaveAction>},
     {{"GetActionScriptList", Required, SSLOnly, Yes}, make<AgentRMI_MethodGetActionScriptList>},

@@ -15,8 +15,12 @@ constexpr XMLSerializable_Attribute<System_ObjectTypePair> attributes[] = {
 } // namespace
 
 bool System_AuditFailures::record(const char* name, int type) {
-    if (name == nullptr || failures_.size() >= maximumFailures)
+    if (name == nullptr)
         return false;
+    if (failures_.size() >= maximumFailures) {
+        ++unrecorded_;
+        return false;
+    }
     return XMLSerializable_Attempt([&] {
         failures_.try_emplace(name, name, type);
         return true;

@@ -3,6 +3,7 @@
 #include "model/System_ObjectTypePair.h"
 #include "xml/Xerces_Types.h"
 
+#include <cstdint>
 #include <map>
 #include <string>
 
@@ -23,7 +24,10 @@ public:
     virtual bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
                            xercesc::DOMElement* element);
     void deallocateFailures() { failures_.clear(); }
+    /// How many were refused since the list was full.
+    std::uint64_t getUnrecorded() const { return unrecorded_; }
 
 private:
     std::map<std::string, System_ObjectTypePair, std::less<>> failures_;
+    std::uint64_t unrecorded_ = 0;
 };

@@ -6,9 +6,10 @@
 #include "log/Debug_Printf.h"
 #include "search/FileSearch_ResultPath.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <limits>
+#include <unistd.h>
 
 namespace {
 
@@ -17,6 +18,12 @@ constexpr const char* unfinished = ".new";
 constexpr mode_t mode = 0660;
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "offsets are written as they are in memory");
+
+bool failRead() {
+    DEBUG_LOG("FileSearch_OffsetFile::readOffsets: error read file : errno %u\n",
+              static_cast<unsigned>(errno));
+    return false;
+}
 
 } // namespace
 
@@ -58,15 +65,32 @@ bool FileSearch_OffsetFile::writeOffsets(const std::vector<std::uint32_t>* offse
 }
 
 bool FileSearch_OffsetFile::readOffsets(std::vector<std::uint32_t>* offsets) const {
+    return readOffsets(offsets, 0, std::numeric_limits<std::uint64_t>::max());
+}
+
+bool FileSearch_OffsetFile::readOffsets(std::vector<std::uint32_t>* offsets, std::uint64_t first,
+                                        std::uint64_t count) const {
     if (!isOpen_ || offsets == nullptr)
         return false;
-    std::string bytes;
-    if (!File_ReadWhole(path_.c_str(), bytes, std::numeric_limits<std::uint32_t>::max())) {
-        DEBUG_LOG("FileSearch_OffsetFile::readOffsets: error read file : errno %u\n",
-                  static_cast<unsigned>(errno));
-        return false;
+    const File_Descriptor file(File_Open(path_.c_str(), File_AccessRead, 0));
+    std::uint64_t end = 0;
+    if (!file || !File_Seek(file.get(), 0, end, File_SeekFromEnd))
+        return failRead();
+    const std::uint64_t all = end / sizeof(std::uint32_t);
+    first = std::min(first, all);
+    offsets->resize(std::min(count, all - first));
+    std::size_t length = offsets->size() * sizeof(std::uint32_t);
+    auto* to = reinterpret_cast<char*>(offsets->data());
+    auto at = static_cast<std::int64_t>(first * sizeof(std::uint32_t));
+    while (length != 0) {
+        const ssize_t got = pread(file.get(), to, length, at);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return failRead();
+        length -= static_cast<std::size_t>(got);
+        to += got;
+        at += got;
     }
-    offsets->resize(bytes.size() / sizeof(std::uint32_t));
-    std::memcpy(offsets->data(), bytes.data(), offsets->size() * sizeof(std::uint32_t));
     return true;
 }

@@ -19,6 +19,8 @@ public:
     bool writeOffsets(const std::vector<std::uint32_t>* offsets) const;
     /// Replaces `offsets`. A piece of an offset at the end is dropped.
     bool readOffsets(std::vector<std::uint32_t>* offsets) const;
+    /// Only `count` of them from `first` on, or as many as there are.
+    bool readOffsets(std::vector<std::uint32_t>* offsets, std::uint64_t first, std::uint64_t count) const;
 
 private:
     std::string path_;

@@ -107,8 +107,11 @@ bool FileSearch_RecordFile::writeRecord(const FileSearch_Record& record, std::ui
         return fail();
     offset = static_cast<std::uint32_t>(currentOffset_);
     const std::uint64_t length = FileSearch_RecordLength(record.data());
-    if (currentOffset_ + length > largestFile)
+    if (currentOffset_ + length > largestFile) {
+        // After a failure the file has what counts.
+        flush();
         return fail();
+    }
     FileSearch_AppendRecord(buffer_, record.data());
     currentOffset_ += length;
     return buffer_.size() < writeAt || flush() || fail();

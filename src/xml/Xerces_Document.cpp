@@ -210,6 +210,30 @@ void Xerces_AppendText(DOMElement& parent, std::string_view text) {
     });
 }
 
+std::size_t Xerces_AppendParsed(DOMElement& parent, std::string_view text, const char* name,
+                                const char* bufferId) {
+    constexpr std::string_view begin = "<Elements>";
+    constexpr std::string_view end = "</Elements>";
+    std::string whole;
+    whole.reserve(begin.size() + text.size() + end.size());
+    whole.append(begin).append(text).append(end);
+    std::string reason;
+    const Xerces_DocumentPtr document = Xerces_Parse(whole, bufferId, &reason);
+    if (!document)
+        throw std::runtime_error(reason);
+    return building([&] {
+        const NameTest isWanted(name);
+        std::size_t count = 0;
+        for (const DOMNode* node = Xerces_Root(*document)->getFirstChild(); node != nullptr;
+             node = node->getNextSibling(), ++count) {
+            if (!isWanted(*node))
+                throw std::runtime_error(std::string("something else than elements ") + name);
+            parent.appendChild(parent.getOwnerDocument()->importNode(node, true));
+        }
+        return count;
+    });
+}
+
 std::vector<DOMElement*> Xerces_ChildElements(const DOMElement& parent, const char* name) {
     const NameTest wanted(name);
     std::vector<DOMElement*> found;

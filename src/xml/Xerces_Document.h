@@ -44,6 +44,10 @@ void Xerces_SetAttribute(xercesc::DOMElement& element, const char* name, std::st
 
 /// Makes an element and appends it as the last child of `parent`. The document owns it.
 xercesc::DOMElement& Xerces_AppendElement(xercesc::DOMElement& parent, const char* name);
+/// Appends the elements that the text is a row of, and gives their number. Throws if it is anything else than
+/// elements of that name; some may hang on `parent` by then. `bufferId` as for Xerces_Parse.
+std::size_t Xerces_AppendParsed(xercesc::DOMElement& parent, std::string_view text, const char* name,
+                                const char* bufferId);
 /// Appends a text node.
 void Xerces_AppendText(xercesc::DOMElement& parent, std::string_view text);
 
