@@ -262,6 +262,10 @@ void FileSearch_ManagerImpl::expireOnDisk() {
     for (const std::string& name : *files)
         if (has(name, expireEnding) && isExpired(path_ + '/' + name, *limit))
             expired.insert(tokenOf(name));
+    // A search may take longer than its files are kept.
+    for (const auto& [token, search] : searches_)
+        if (search->getAction() != FileSearch_Search::Idle)
+            expired.erase(tokenOf(token));
     for (const std::string& name : *files)
         if (expired.contains(tokenOf(name)))
             deleteFile("FileSearch_ManagerImpl::expireSearches", name);

@@ -108,6 +108,11 @@ void FileSearch_Search::setAction(Action action) {
     action_ = action;
 }
 
+void FileSearch_Search::registerAuditFailureHandler(System_AuditFailures* failures) {
+    const MutexLock lock(actionMutex_.get());
+    auditFailures_ = failures;
+}
+
 void FileSearch_Search::refreshLastReferenced() {
     const MutexLock lock(referenceMutex_.get());
     lastReferenced_->setToCurrentTime();
@@ -485,8 +490,9 @@ bool FileSearch_Search::writePage(xercesc::DOMElement& results) {
 
 bool FileSearch_Search::serializeSummary(xercesc::DOMDocument* document, xercesc::DOMElement* parent) {
     refreshLastReferenced();
+    const MutexLock lock(actionMutex_.get());
     const bool isWritten =
-        document != nullptr && parent != nullptr && XMLSerializable_Attempt([&] {
+        document != nullptr && parent != nullptr && action_ != Searching && XMLSerializable_Attempt([&] {
             Xerces_AppendText(Xerces_AppendElement(*parent, "Token"), FileSearch_ServerToken(token_));
             xercesc::DOMElement& volumes = Xerces_AppendElement(*parent, "Volumes");
             for (const auto& [name, stat] : volumeStats_)

@@ -31,8 +31,8 @@ class System_FileIterator;
 /// `cleanupAfterAudit`, or `parseResultsCriteria`, `serializeResults`; the second also on an object that has
 /// been through the first. One thread at a time searches or reads a page, which is what the action is for:
 /// who wants to do either looks at it, sets it and starts, under a lock of its own. Meanwhile other threads
-/// may call the operations on action, reference and expiry, `serializeSummary` once the audit has ended, and
-/// `setToTerminate`, which a search sees within a thousand entries or a second.
+/// may call the operations on action, reference and expiry, `serializeSummary`, and `setToTerminate`, which a
+/// search sees within a thousand entries or a second.
 class FileSearch_Search : public Auditable_Auditable,
                           public System_FileEvaluator,
                           public System_IterationTerminator,
@@ -54,7 +54,7 @@ public:
     const std::string& getEvalFileDelim() const { return evalFileDelim_; }
     /// Borrowed until another one is registered; null for none.
     void registerProgressHandler(FileSearch_ProgressHandler* handler) { progressHandler_ = handler; }
-    void registerAuditFailureHandler(System_AuditFailures* failures) { auditFailures_ = failures; }
+    void registerAuditFailureHandler(System_AuditFailures* failures);
     void refreshLastReferenced();
 
     /// Takes the children of a request's Method element. False if something is missing, the condition cannot
@@ -87,7 +87,7 @@ public:
     /// Writes the page of the last `parseResultsCriteria`. False if the volume has no results, one of them is
     /// damaged, or a stop is asked for; then nothing hangs on `parent`.
     bool serializeResults(xercesc::DOMDocument* document, xercesc::DOMElement* parent);
-    /// Writes token, volumes and failures.
+    /// Writes token, volumes and failures. False while the search is under way.
     bool serializeSummary(xercesc::DOMDocument* document, xercesc::DOMElement* parent);
 
 private:
@@ -112,6 +112,8 @@ private:
 
     std::string path_;
     Action action_ = Idle;
+    /// Guards the action, and the failures against a summary that is asked for by the runner of an earlier
+    /// search of this token.
     Thread_Mutex actionMutex_;
     std::string evalFileDelim_ = "/";
     std::string token_;
