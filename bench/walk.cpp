@@ -1,10 +1,10 @@
 /// One walk over a tree through the classes of the agent, without the agent around it.
 ///
-///     walk PATH [--map] [--store FOLDER]
+///     walk PATH [--map] [--alone] [--store FOLDER]
 ///
-/// Offers each entry to a test of its size that few pass, or stores every entry as a hit in a record file.
-/// Prints the number of entries, of hits, of allocations while it walked, and the largest resident memory in
-/// KiB.
+/// --alone reads no directory ahead. Offers each entry to a test of its size that few pass, or stores every entry
+/// as a hit in a record file. Prints the number of entries, of hits, of allocations while it walked, and the
+/// largest resident memory in KiB.
 
 #include "files/System_FileIteratorLinux.h"
 #include "search/FileSearch_OffsetFile.h"
@@ -93,6 +93,8 @@ int main(int argc, char** argv) {
     for (int index = 2; index < argc; ++index)
         if (std::strcmp(argv[index], "--map") == 0)
             iterator.setFSOMapRequired(true);
+        else if (std::strcmp(argv[index], "--alone") == 0)
+            iterator.setReadAhead(System_FileIteratorLinux::ReadAhead::Never);
         else if (std::strcmp(argv[index], "--store") == 0 && index + 1 < argc)
             folder = argv[++index];
     finder.stores = folder != nullptr;

@@ -4,11 +4,13 @@
 #include "files/System_FileSystemType.h"
 #include "files/System_OpenFolder.h"
 #include "files/System_OwnerNames.h"
+#include "files/System_ReadAhead.h"
 #include "log/Debug_Printf.h"
 #include "model/System_Allocate.h"
 #include "model/System_AuditFailures.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -22,6 +24,10 @@ constexpr unsigned hoursOfWindow = 24;
 /// How many directories stay open while their subdirectories are read. The others are opened again from
 /// below.
 constexpr std::size_t mostOpenFolders = 64;
+/// A second thread is tried for after so many entries, and again after as many.
+constexpr std::uint64_t entriesOfShortWalk = 4096;
+/// How many directories that come next are offered to it.
+constexpr std::size_t mostOffered = 16;
 
 /// For a directory that is only gone through.
 constexpr int reachFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW;
@@ -45,6 +51,7 @@ struct Waiting {
     std::string name;
     FileId id;
     std::unique_ptr<System_FoundEntry> found; ///< in the map mode
+    System_ReadAhead::Job* job = nullptr;     ///< if it is read ahead
 };
 
 /// A directory between the root and the one that is being read, or that one itself.
@@ -54,9 +61,14 @@ struct Frame {
     std::size_t depth = 0;
     std::size_t pathLength = 0; ///< of its path, which the paths of all directories below it begin with
     std::size_t waiting = 0;    ///< subdirectories that have not been read
-    File_Descriptor descriptor; ///< not open if there are too many
+    System_ReadAhead::Parent descriptor; ///< null if there are too many
     System_FileSystemObject* node = nullptr;
+    System_ReadAhead::Job* job = nullptr;
 };
+
+System_ReadAhead::Parent shared(File_Descriptor descriptor) {
+    return descriptor ? std::make_shared<const File_Descriptor>(std::move(descriptor)) : nullptr;
+}
 
 /// What one directory holds itself.
 struct Totals {
@@ -79,7 +91,8 @@ std::unique_ptr<System_FileIterator> System_FactoryAllocateFileIterator() {
 class System_FileIteratorLinux::Walk {
 public:
     Walk(System_FileIteratorLinux& owner, const System_MountPointMapLinux::Map& mounts)
-        : owner_(owner), mounts_(mounts) {}
+        : owner_(owner), mounts_(mounts),
+          entriesUntilReadAhead_(owner.readAhead_ == ReadAhead::AtOnce ? 0 : entriesOfShortWalk) {}
 
     bool run();
 
@@ -100,12 +113,15 @@ private:
     System_OpenFolder open(const Frame& frame);
     bool reopen(Frame& frame);
     bool reachFromRoot(const Frame& frame);
+    void readAhead();
+    void offerNext();
     void keep(Frame frame, File_Descriptor descriptor);
     void leave();
     void keepFewOpen();
 
     Outcome read(Frame& frame, System_OpenFolder& folder);
-    Outcome look(std::string_view name, const System_WalkedFolder& folder, Frame& frame);
+    Outcome look(std::string_view name, const System_WalkedFolder& folder, Frame& frame,
+                 const System_PreparedFolder::Entry* known = nullptr);
     void findMountPoints();
     bool isSkipped(std::string_view name) const;
     void takeFile();
@@ -138,8 +154,15 @@ private:
     std::size_t openFrames_ = 0;
     std::size_t firstOpen_ = 0; ///< no frame before it is open
     /// The directory that was left last, from which those above it are reached.
-    File_Descriptor left_;
+    System_ReadAhead::Parent left_;
     std::size_t leftDepth_ = 0;
+
+    System_ReadAhead::AtWork atWork_;
+    std::uint64_t entries_ = 0;
+    std::uint64_t entriesUntilReadAhead_;
+    std::unique_ptr<System_ReadAhead> readAhead_;
+    /// The entries of the directory that is read that are known already.
+    System_PreparedFolder prepared_;
 
     std::size_t largestStack_ = 1;
     std::size_t nodes_ = 0;
@@ -284,10 +307,12 @@ std::optional<Frame> System_FileIteratorLinux::Walk::next() {
     enter(parent);
     Waiting waiting = std::move(waiting_.back());
     waiting_.pop_back();
+    readAhead();
     Frame frame;
     frame.name = std::move(waiting.name);
     frame.id = waiting.id;
     frame.depth = parent.depth + 1;
+    frame.job = waiting.job;
     if (waiting.found && !makeNode(frame, *waiting.found))
         return std::nullopt;
     place_ += frame.name;
@@ -317,9 +342,48 @@ void System_FileIteratorLinux::Walk::enter(const Frame& frame) {
 }
 
 System_OpenFolder System_FileIteratorLinux::Walk::open(const Frame& frame) {
+    if (frame.job != nullptr && readAhead_->take(frame.job, prepared_) && prepared_.folder)
+        return std::move(prepared_.folder);
+    prepared_.entries.clear();
+    prepared_.isWhole = false;
     Frame& parent = frames_.back();
-    return reopen(parent) ? System_OpenFolder(parent.descriptor.get(), frame.name.c_str())
+    return reopen(parent) ? System_OpenFolder(parent.descriptor->get(), frame.name.c_str())
                           : System_OpenFolder();
+}
+
+void System_FileIteratorLinux::Walk::readAhead() {
+    if (!readAhead_ && entries_ >= entriesUntilReadAhead_ && owner_.readAhead_ != ReadAhead::Never) {
+        readAhead_ = owner_.readAhead_ == ReadAhead::AtOnce ? std::make_unique<System_ReadAhead>()
+                                                            : System_ReadAhead::start();
+        entriesUntilReadAhead_ = entries_ + entriesOfShortWalk;
+    }
+    if (readAhead_)
+        offerNext();
+}
+
+/// Has the directories on top of the stack read ahead, those that come first before the others.
+void System_FileIteratorLinux::Walk::offerNext() {
+    std::array<std::pair<Waiting*, System_ReadAhead::Parent>, mostOffered> beforeOffered;
+    std::size_t count = 0;
+    bool isBehindOffered = false;
+    std::size_t parent = frames_.size() - 1;
+    std::size_t passed = 0; // of those that wait for the parent
+    for (std::size_t at = waiting_.size(); at-- != 0 && waiting_.size() - at <= mostOffered; ++passed) {
+        for (; frames_[parent].waiting == passed; --parent)
+            passed = 0;
+        Waiting& each = waiting_[at];
+        const System_ReadAhead::Parent& descriptor = frames_[parent].descriptor;
+        if (each.job != nullptr)
+            isBehindOffered = true;
+        else if (descriptor && isBehindOffered)
+            each.job = readAhead_->offer(descriptor, each.name, false);
+        else if (descriptor)
+            beforeOffered.at(count++) = {&each, descriptor};
+    }
+    while (count-- != 0) {
+        auto& [each, descriptor] = beforeOffered.at(count);
+        each->job = readAhead_->offer(std::move(descriptor), each->name, true);
+    }
 }
 
 /// Opens a directory again that was closed since there were too many: up from the one that was left last, and
@@ -328,8 +392,8 @@ bool System_FileIteratorLinux::Walk::reopen(Frame& frame) {
     if (frame.descriptor)
         return true;
     for (; left_ && leftDepth_ > frame.depth; --leftDepth_)
-        left_.reset(openat(left_.get(), "..", reachFlags));
-    if ((!left_ || idOf(left_.get()) != frame.id) && !reachFromRoot(frame))
+        left_ = shared(File_Descriptor(openat(left_->get(), "..", reachFlags)));
+    if ((!left_ || idOf(left_->get()) != frame.id) && !reachFromRoot(frame))
         return false;
     frame.descriptor = std::move(left_);
     ++openFrames_;
@@ -338,16 +402,17 @@ bool System_FileIteratorLinux::Walk::reopen(Frame& frame) {
 }
 
 bool System_FileIteratorLinux::Walk::reachFromRoot(const Frame& frame) {
-    left_.reset(::open(owner_.path_.c_str(), reachFlags & ~O_NOFOLLOW));
+    File_Descriptor reached(::open(owner_.path_.c_str(), reachFlags & ~O_NOFOLLOW));
     std::string_view rest = std::string_view(place_).substr(0, frame.pathLength).substr(owner_.path_.size());
-    while (left_ && !rest.empty()) {
+    while (reached && !rest.empty()) {
         rest.remove_prefix(std::min(rest.find_first_not_of('/'), rest.size()));
         const std::string name(rest.substr(0, rest.find('/')));
         rest.remove_prefix(name.size());
         if (!name.empty())
-            left_.reset(openat(left_.get(), name.c_str(), reachFlags));
+            reached.reset(openat(reached.get(), name.c_str(), reachFlags));
     }
-    return left_ && idOf(left_.get()) == frame.id;
+    left_ = shared(std::move(reached));
+    return left_ && idOf(left_->get()) == frame.id;
 }
 
 /// Puts a directory that has been read where its subdirectories find it.
@@ -356,12 +421,12 @@ void System_FileIteratorLinux::Walk::keep(Frame frame, File_Descriptor descripto
         if (!frames_.empty() && frames_.back().waiting == 0)
             leave();
         if (frame.waiting == 0) {
-            left_ = std::move(descriptor);
+            left_ = shared(std::move(descriptor));
             leftDepth_ = frame.depth;
             return;
         }
     }
-    frame.descriptor = std::move(descriptor);
+    frame.descriptor = shared(std::move(descriptor));
     openFrames_ += frame.descriptor ? 1 : 0;
     frames_.push_back(std::move(frame));
     keepFewOpen();
@@ -398,7 +463,9 @@ System_FileIteratorLinux::Walk::Outcome System_FileIteratorLinux::Walk::read(Fra
                                          std::string_view(place_).substr(0, frame.pathLength), place_};
         fso_.enter(walked);
         findMountPoints();
-        while (outcome == Outcome::GoOn) {
+        for (std::size_t at = 0; outcome == Outcome::GoOn && at < prepared_.entries.size(); ++at)
+            outcome = look(prepared_.nameOf(at), walked, frame, &prepared_.entries[at]);
+        while (outcome == Outcome::GoOn && !prepared_.isWhole) {
             const std::optional<std::string_view> name = folder.next(buffer_);
             if (!name)
                 break;
@@ -420,10 +487,14 @@ System_FileIteratorLinux::Walk::Outcome System_FileIteratorLinux::Walk::read(Fra
 
 /// One entry of the directory.
 System_FileIteratorLinux::Walk::Outcome
-System_FileIteratorLinux::Walk::look(std::string_view name, const System_WalkedFolder& folder, Frame& frame) {
+System_FileIteratorLinux::Walk::look(std::string_view name, const System_WalkedFolder& folder, Frame& frame,
+                                     const System_PreparedFolder::Entry* known) {
+    ++entries_;
     if (mountsHere_.empty() || !isSkipped(name)) {
         fso_.prepareForAudit();
-        if (!fso_.auditEntry(folder, name)) {
+        const bool isAudited = known != nullptr ? fso_.auditEntry(folder, name, known->status, known->error)
+                                                : fso_.auditEntry(folder, name);
+        if (!isAudited) {
             DEBUG_LOG("System_FileIteratorLinux::audit: failed fso audit %s\n", fso_.getPath());
             record(fso_.getPath());
             return askTerminator();

@@ -11,6 +11,9 @@ extern bool gIgnoreHardlinkDirs;
 /// replaced by a link meanwhile leads nowhere.
 class System_FileIteratorLinux : public System_FileIterator, public System_MountPointObjectLinux {
 public:
+    /// Whether directories are read ahead on a second thread, which changes nothing but the time that it
+    /// takes: in a long walk if a processor is free, or never, or from the first directory on.
+    enum class ReadAhead { Automatic, Never, AtOnce };
     /// What to do at a mount point inside the tree.
     enum SkipMethod : int { SkipAll = 1, SkipUnsupported = 2, SkipNone = 999 };
 
@@ -21,9 +24,11 @@ public:
 
     SkipMethod getSkipMethod() const { return skipMethod_; }
     void setSkipMethod(SkipMethod method) { skipMethod_ = method; }
+    void setReadAhead(ReadAhead readAhead) { readAhead_ = readAhead; }
 
 private:
     class Walk;
 
     SkipMethod skipMethod_ = SkipAll;
+    ReadAhead readAhead_ = ReadAhead::Automatic;
 };

@@ -78,15 +78,33 @@ void System_FileSystemObjectLinux::enter(const System_WalkedFolder& folder) {
     parentDirPath_ = folder.path;
 }
 
-bool System_FileSystemObjectLinux::auditEntry(const System_WalkedFolder& folder, std::string_view name) {
+/// Makes the object stand for another entry of the directory.
+void System_FileSystemObjectLinux::place(std::string_view name) {
     exists_ = ExistenceUnknown;
     path_.resize(prefixLength_);
     path_ += name;
     name_ = name;
-    struct stat& status = found_.status;
-    if (fstatat(folder.descriptor, name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+}
+
+bool System_FileSystemObjectLinux::auditEntry(const System_WalkedFolder& folder, std::string_view name) {
+    place(name);
+    if (fstatat(folder.descriptor, name_.c_str(), &found_.status, AT_SYMLINK_NOFOLLOW) != 0)
         return failMissing("lstat");
-    if (!take(status) || !takeFileSystemType(&folder, status))
+    return takeFound(folder);
+}
+
+bool System_FileSystemObjectLinux::auditEntry(const System_WalkedFolder& folder, std::string_view name,
+                                              const struct stat& status, int error) {
+    place(name);
+    errno = error;
+    if (error != 0)
+        return failMissing("lstat");
+    found_.status = status;
+    return takeFound(folder);
+}
+
+bool System_FileSystemObjectLinux::takeFound(const System_WalkedFolder& folder) {
+    if (!take(found_.status) || !takeFileSystemType(&folder, found_.status))
         return false;
     setAuditResult(true);
     return true;

@@ -46,6 +46,9 @@ public:
     void enter(const System_WalkedFolder& folder);
     /// Audits an entry of it, without a walk. Its kind of file system is asked for once for each device.
     bool auditEntry(const System_WalkedFolder& folder, std::string_view name);
+    /// The same for an entry that somebody has looked at; `error` is an errno(3) number if he could not.
+    bool auditEntry(const System_WalkedFolder& folder, std::string_view name, const struct stat& status,
+                    int error);
     /// Names of owners that are shared by many objects.
     void setOwnerNames(std::shared_ptr<System_OwnerNames> names) { ownerNames_ = std::move(names); }
     /// What has been taken from the system by the last audit of an entry.
@@ -70,6 +73,8 @@ private:
 
     /// False if the member lacks a date.
     bool count(const System_FileSystemObject& member, const MemberCounters& which, bool countsAccess);
+    void place(std::string_view name);
+    bool takeFound(const System_WalkedFolder& folder);
     bool take(const struct stat& status);
     bool fail();
     bool failMissing(const char* call);

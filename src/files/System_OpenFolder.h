@@ -30,6 +30,8 @@ public:
     /// The name of the next entry, without "." and "..". Valid until the next call. Nothing at the end, or
     /// if the directory cannot be read further, which `error` tells.
     std::optional<std::string_view> next(System_FolderBuffer& buffer);
+    /// Whether the next entry does not depend on what is in the buffer.
+    bool isBufferUsedUp() const { return at_ >= length_; }
     /// An errno(3) number; 0 if all entries were read.
     int error() const { return error_; }
     /// Puts the access time back if reading may have changed it. False, with `errno`, if that fails.

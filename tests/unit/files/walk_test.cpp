@@ -118,6 +118,7 @@ TEST(Walk, OffersEachEntryOnceAndLeavesNoTrace) {
     for (const bool isMapMode : {false, true}) {
         Tour tour(top.path());
         tour.iterator.setFSOMapRequired(isMapMode);
+        tour.iterator.setReadAhead(System_FileIteratorLinux::ReadAhead::AtOnce);
         ASSERT_TRUE(tour.go());
         EXPECT_EQ(sorted(tour.order), sorted(paths));
         EXPECT_TRUE(tour.failures.names.empty());
@@ -152,6 +153,34 @@ TEST(Walk, OffersEachEntryOnceAndLeavesNoTrace) {
             EXPECT_EQ(times(path).st_atim.tv_nsec, status.st_atim.tv_nsec);
             EXPECT_EQ(times(path).st_atim.tv_sec, status.st_atim.tv_sec);
             EXPECT_EQ(times(path).st_mtim.tv_nsec, status.st_mtim.tv_nsec);
+        }
+}
+
+TEST(Walk, GivesTheSameWithDirectoriesReadAhead) {
+    const Temporary_Directory top;
+    makeTree(top.path(), 1500);
+    fs::create_directories(top / "many/deeper");
+    for (int number = 0; number < 3000; ++number)
+        putContents(top / "many/" + std::to_string(number), "x");
+    for (const char* name : {"dangling", "many/deeper/dangling"})
+        ASSERT_EQ(symlink("nowhere", (top / name).c_str()), 0);
+    for (const bool isMapMode : {false, true})
+        for (const std::size_t stopAfter : {0, 700, 2000}) {
+            const auto walk = [&](Tour& tour, System_FileIteratorLinux::ReadAhead readAhead) {
+                tour.iterator.setReadAhead(readAhead);
+                tour.iterator.setFSOMapRequired(isMapMode);
+                tour.stopAfter = stopAfter;
+                tour.meet = [](System_FileSystemObject& fso) { return fso.getInode() % 100 != 0; };
+                EXPECT_TRUE(tour.go());
+            };
+            Tour alone(top.path());
+            walk(alone, System_FileIteratorLinux::ReadAhead::Never);
+            Tour helped(top.path());
+            walk(helped, System_FileIteratorLinux::ReadAhead::AtOnce);
+            EXPECT_EQ(helped.order, alone.order);
+            EXPECT_EQ(helped.sizes, alone.sizes);
+            EXPECT_EQ(helped.counts, alone.counts);
+            EXPECT_EQ(helped.failures.names, alone.failures.names);
         }
 }
 
@@ -251,7 +280,7 @@ TEST(Walk, FollowsNoLinkThatTakesTheTurnOfADirectory) {
 
 TEST(Walk, ReadsTreesDeeperThanAPathMayBeLong) {
     const Temporary_Directory top;
-    constexpr int depth = 2500;
+    constexpr int depth = 400;
     const std::string name(20, 'd');
     // Every level has a second directory, so that the walk has to find its way back to each of them.
     int folder = open(top.path().c_str(), O_RDONLY | O_DIRECTORY);
@@ -266,6 +295,7 @@ TEST(Walk, ReadsTreesDeeperThanAPathMayBeLong) {
     for (const bool isMapMode : {false, true}) {
         Tour tour(top.path());
         tour.iterator.setFSOMapRequired(isMapMode);
+        tour.iterator.setReadAhead(System_FileIteratorLinux::ReadAhead::AtOnce);
         EXPECT_TRUE(tour.go());
         EXPECT_EQ(tour.order.size(), 2U * depth);
         EXPECT_TRUE(tour.failures.names.empty());
