@@ -2,9 +2,9 @@
 ///
 ///     walk PATH [--map] [--alone] [--store FOLDER]
 ///
-/// --alone reads no directory ahead. Offers each entry to a test of its size that few pass, or stores every entry
-/// as a hit in a record file. Prints the number of entries, of hits, of allocations while it walked, and the
-/// largest resident memory in KiB.
+/// --alone reads no directory ahead. Offers each entry to a test of its size that few pass, or stores every
+/// entry as a hit in a record file. Prints the number of entries, of hits, of allocations while it walked,
+/// and the largest resident memory in KiB.
 
 #include "files/System_FileIteratorLinux.h"
 #include "search/FileSearch_OffsetFile.h"
