@@ -60,6 +60,12 @@ const char* adviceFor(const std::string& reason) {
     return nullptr;
 }
 
+int tellAdvice(const Ctl_Reply& reply) {
+    if (const char* advice = adviceFor(reply.word("reason")); advice != nullptr)
+        std::fprintf(stderr, "qdvctl: %s\n", advice);
+    return Ctl_Refused;
+}
+
 /// Calls a function at the end of a block, however it ends.
 class AtEnd {
 public:
@@ -117,11 +123,7 @@ int callAndShow(const std::string& command, const Ctl_AgentOptions& options, con
         printTo(stdout, view(reply.response.children));
     else
         showText(client.name(), method, reply, view);
-    if (reply.isSuccess())
-        return Ctl_Succeeded;
-    if (const char* advice = adviceFor(reply.word("reason")); advice != nullptr)
-        std::fprintf(stderr, "qdvctl: %s\n", advice);
-    return Ctl_Refused;
+    return reply.isSuccess() ? Ctl_Succeeded : tellAdvice(reply);
 }
 
 } // namespace
@@ -148,4 +150,11 @@ void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOpti
                 return callAndShow(name, *options, build, view, finish);
             };
     });
+}
+
+int Ctl_TellRefusal(const std::string& method, const Ctl_Reply& reply) {
+    const std::string reason = reply.word("reason");
+    const std::string outcome = reply.word("response") + (reason.empty() ? "" : ", " + reason);
+    std::fprintf(stderr, "qdvctl: %s: %s\n", method.c_str(), Ctl_Printable(outcome).c_str());
+    return tellAdvice(reply);
 }

@@ -6,7 +6,10 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
+
+struct Ctl_Reply;
 
 /// The results of a reply, the elements below Response, as text for a person; ends with a line feed.
 using Ctl_View = std::function<std::string(const std::vector<Ctl_Node>& results)>;
@@ -25,3 +28,7 @@ void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOpti
 void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOptions>& options,
                           std::function<std::vector<Ctl_Request>()> build, Ctl_Action& chosen,
                           Ctl_View view = {}, std::function<void()> finish = {});
+
+/// Tells on standard error that the agent refused a method, and what can be done about it, and returns the
+/// exit status of that.
+int Ctl_TellRefusal(const std::string& method, const Ctl_Reply& reply);

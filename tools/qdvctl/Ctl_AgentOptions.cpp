@@ -1,5 +1,6 @@
 #include "qdvctl/Ctl_AgentOptions.h"
 
+#include "net/HTTP_AddressPortPair.h"
 #include "qdvctl/Ctl_Failure.h"
 
 #include <CLI/CLI.hpp>
@@ -58,6 +59,17 @@ void Ctl_AddAgentOptions(CLI::App& command, Ctl_AgentOptions& options) {
     command.add_flag("--raw", options.raw, "Show the reply as it came, in XML")
         ->excludes(json)
         ->group(output);
+}
+
+void Ctl_AddServerPorts(CLI::App& command, unsigned short& plain, unsigned short& tls) {
+    const auto add = [&](const char* name, unsigned short& port, const char* help) {
+        command.add_option(name, port, help)
+            ->type_name("PORT")
+            ->check(CLI::Range(1, HTTP_HighestPort))
+            ->capture_default_str();
+    };
+    add("--port", plain, "Port that its agent.conf names for plain calls to the server");
+    add("--tls-port", tls, "The same for calls over TLS");
 }
 
 Ctl_Address Ctl_ParseAddress(const std::string& text) {

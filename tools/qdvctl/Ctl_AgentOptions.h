@@ -24,6 +24,10 @@ struct Ctl_AgentOptions {
 /// Adds the options to a command. `options` must outlive the parsing.
 void Ctl_AddAgentOptions(CLI::App& command, Ctl_AgentOptions& options);
 
+/// Adds the ports that the agent calls its server on, for a command that stands in for it. The numbers hold
+/// the defaults and must outlive the parsing.
+void Ctl_AddServerPorts(CLI::App& command, unsigned short& plain, unsigned short& tls);
+
 struct Ctl_Address {
     std::string host;
     unsigned short port = 0;

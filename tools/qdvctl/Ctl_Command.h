@@ -18,6 +18,7 @@ void Ctl_AddSSL(CLI::App& app, Ctl_Action& chosen);
 void Ctl_AddHost(CLI::App& app, Ctl_Action& chosen);
 void Ctl_AddAudit(CLI::App& app, Ctl_Action& chosen);
 void Ctl_AddFiles(CLI::App& app, Ctl_Action& chosen);
+void Ctl_AddSearch(CLI::App& app, Ctl_Action& chosen);
 void Ctl_AddAction(CLI::App& app, Ctl_Action& chosen);
 void Ctl_AddServe(CLI::App& app, Ctl_Action& chosen);
 void Ctl_AddConfig(CLI::App& app, Ctl_Action& chosen);

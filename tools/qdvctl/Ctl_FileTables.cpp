@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string_view>
 
 namespace {
@@ -52,6 +53,43 @@ FileRow totals(std::string name, const std::vector<std::uint64_t>& counts) {
             std::to_string(counts[3]),
             std::to_string(counts[4]),
             std::move(name)};
+}
+
+const Ctl_Node* childNamed(const std::vector<Ctl_Node>& nodes, std::string_view name) {
+    const auto found =
+        std::find_if(nodes.begin(), nodes.end(), [&](const Ctl_Node& node) { return node.name == name; });
+    return found == nodes.end() ? nullptr : &*found;
+}
+
+bool isAtOrBelow(std::string_view path, std::string_view directory) {
+    while (!directory.empty() && directory.back() == '/')
+        directory.remove_suffix(1);
+    return path.starts_with(directory) && (path.size() == directory.size() || path[directory.size()] == '/');
+}
+
+/// The innermost volume that a path lies in; the number of volumes if there is none.
+std::size_t volumeOf(std::string_view path, const std::vector<std::string>& volumes) {
+    std::size_t best = volumes.size();
+    for (std::size_t at = 0; at < volumes.size(); ++at)
+        if (isAtOrBelow(path, volumes[at]) &&
+            (best == volumes.size() || volumes[at].size() > volumes[best].size()))
+            best = at;
+    return best;
+}
+
+std::string hitLine(std::string_view size, std::string_view modified, std::string_view owner,
+                    std::string_view path) {
+    constexpr std::size_t sizeWidth = 12;
+    constexpr std::size_t modifiedWidth = 19;
+    constexpr std::size_t ownerWidth = 8;
+    const auto blanks = [](std::string_view cell, std::size_t width) {
+        const std::size_t taken = Ctl_Width(cell);
+        return std::string(taken < width ? width - taken : 0, ' ');
+    };
+    std::string line = blanks(size, sizeWidth);
+    line.append(size).append("  ").append(modified).append(blanks(modified, modifiedWidth));
+    line.append("  ").append(owner).append(blanks(owner, ownerWidth)).append("  ").append(path);
+    return line.append("\n");
 }
 
 } // namespace
@@ -111,4 +149,57 @@ std::string Ctl_ListTotals(const std::vector<Ctl_Node>& trees) {
     for (std::size_t column = 0; column + 1 < rows.front().size(); ++column)
         alignRight(rows, column);
     return Ctl_RenderRows(rows);
+}
+
+std::string Ctl_ListVolumes(const std::vector<Ctl_Node>& summary) {
+    constexpr std::size_t columns = 5;
+    const Ctl_Node* list = childNamed(summary, "Volumes");
+    std::vector<std::string> names;
+    std::vector<std::vector<std::uint64_t>> counts;
+    for (const Ctl_Node& volume : list != nullptr ? list->children : std::vector<Ctl_Node>()) {
+        names.push_back(wordOf(volume, "name"));
+        counts.push_back({countOf(volume, "numFiles"), countOf(volume, "numDirs"),
+                          countOf(volume, "numFilesHit") + countOf(volume, "numDirsHit"),
+                          countOf(volume, "sizeHit"), 0});
+    }
+    for (const std::string& failure : Ctl_FailedItems(summary))
+        if (const std::size_t at = volumeOf(failure, names); at < names.size())
+            ++counts[at].back();
+    std::vector<FileRow> rows = {{"Files", "Folders", "Hits", "Bytes", "Failures", "Volume"}};
+    const auto addRow = [&](const std::vector<std::uint64_t>& row, std::string name) {
+        FileRow cells;
+        for (const std::uint64_t count : row)
+            cells.push_back(std::to_string(count));
+        cells.push_back(std::move(name));
+        rows.push_back(std::move(cells));
+    };
+    std::vector<std::uint64_t> sums(columns);
+    for (std::size_t at = 0; at < names.size(); ++at) {
+        addRow(counts[at], Ctl_Printable(names[at]));
+        std::transform(sums.begin(), sums.end(), counts[at].begin(), sums.begin(), std::plus<>());
+    }
+    if (names.size() > 1)
+        addRow(sums, "(together)");
+    for (std::size_t column = 0; column < columns; ++column)
+        alignRight(rows, column);
+    return Ctl_RenderRows(rows);
+}
+
+std::vector<std::string> Ctl_FailedItems(const std::vector<Ctl_Node>& summary) {
+    std::vector<std::string> names;
+    if (const Ctl_Node* list = childNamed(summary, "AuditFailedItems"))
+        for (const Ctl_Node& item : list->children)
+            if (!item.isText())
+                names.push_back(wordOf(item, "name"));
+    return names;
+}
+
+std::string Ctl_ListHit(const Ctl_Node& hit) {
+    return hitLine(std::to_string(countOf(hit, "size")), Ctl_Printable(wordOf(hit, "modifyDT")),
+                   Ctl_Printable(wordOf(hit, "userId")),
+                   Ctl_Printable(wordOf(hit, "path")) + (isFolder(hit) ? "/" : ""));
+}
+
+std::string Ctl_HitHeading() {
+    return hitLine("Size", "Modified (UTC)", "Owner", "Path");
 }

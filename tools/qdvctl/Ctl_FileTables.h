@@ -16,5 +16,16 @@ std::string Ctl_ListFiles(const std::vector<Ctl_Node>& results);
 /// What whole trees hold: a row for each, and one for all if there are several.
 std::string Ctl_ListTotals(const std::vector<Ctl_Node>& trees);
 
+/// What a search came to, a row for each volume, and one for all if there are several. `summary` is what the
+/// agent reports of it: the volumes' counters, and what could not be looked at.
+std::string Ctl_ListVolumes(const std::vector<Ctl_Node>& summary);
+
+/// The names of what could not be looked at, in a summary; bytes of any kind.
+std::vector<std::string> Ctl_FailedItems(const std::vector<Ctl_Node>& summary);
+
+/// One hit, and the heading of them all, in columns that stay where they are however many hits come.
+std::string Ctl_ListHit(const Ctl_Node& hit);
+std::string Ctl_HitHeading();
+
 /// "1.5 GiB"; exact below a KiB.
 std::string Ctl_SizeText(std::uint64_t bytes);

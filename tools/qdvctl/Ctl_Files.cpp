@@ -1,12 +1,11 @@
-#include "net/HTTP_AddressPortPair.h"
 #include "qdvctl/Ctl_AgentClient.h"
 #include "qdvctl/Ctl_AgentCommand.h"
 #include "qdvctl/Ctl_Failure.h"
 #include "qdvctl/Ctl_FileTables.h"
 #include "qdvctl/Ctl_Layers.h"
+#include "qdvctl/Ctl_ProgressLine.h"
 #include "qdvctl/Ctl_Render.h"
 #include "qdvctl/Ctl_Server.h"
-#include "qdvctl/Ctl_Text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -15,7 +14,6 @@
 #include <cstdio>
 #include <memory>
 #include <mutex>
-#include <unistd.h>
 
 namespace {
 
@@ -57,28 +55,10 @@ private:
     std::vector<Ctl_Node> trees_;
 };
 
-/// One line that is written over, on a terminal only.
-class ProgressLine {
-public:
-    void show(std::size_t done, std::size_t all) {
-        if (isatty(STDERR_FILENO) == 0)
-            return;
-        const auto seconds =
-            std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - started_).count();
-        std::fprintf(stderr, "\r\x1b[K%zu of %zu counted, %lld s", done, all,
-                     static_cast<long long>(seconds));
-        isShown_ = true;
-    }
-    ~ProgressLine() {
-        if (isShown_)
-            std::fputs("\r\x1b[K", stderr);
-    }
-
-private:
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point started_ = Clock::now();
-    bool isShown_ = false;
-};
+std::string progressText(std::size_t done, std::size_t all, std::chrono::seconds time) {
+    return std::to_string(done) + " of " + std::to_string(all) + " counted, " + std::to_string(time.count()) +
+           " s";
+}
 
 Ctl_Request batchOf(const std::vector<std::string>& paths) {
     std::vector<Ctl_Node> objects;
@@ -98,16 +78,12 @@ int stats(const Ctl_AgentOptions& agent, const StatsOptions& options) {
     const Ctl_Server server(options.server, stdout, [&](const Ctl_Request& call) { counted.take(call); });
     const Ctl_AgentClient client(agent);
     const Ctl_Reply reply = client.call(batchOf(options.paths));
-    if (!reply.isSuccess()) {
-        std::fprintf(stderr, "qdvctl: %s: %s, %s\n", batchMethod,
-                     Ctl_Printable(reply.word("response")).c_str(),
-                     Ctl_Printable(reply.word("reason")).c_str());
-        return Ctl_Refused;
-    }
+    if (!reply.isSuccess())
+        return Ctl_TellRefusal(batchMethod, reply);
     {
-        ProgressLine progress;
+        Ctl_ProgressLine progress;
         while (!counted.waitFor(options.paths.size(), askEach) && !isDone(client))
-            progress.show(counted.trees().size(), options.paths.size());
+            progress.show(progressText(counted.trees().size(), options.paths.size(), progress.time()));
     }
     const std::vector<Ctl_Node> trees = counted.trees();
     if (agent.json)
@@ -141,14 +117,7 @@ void addStats(CLI::App& app, Ctl_Action& chosen) {
     command->add_option("path", options->paths, "Absolute paths on the agent's host")
         ->type_name("PATH")
         ->required();
-    const auto addPort = [&](const char* name, unsigned short& port, const char* help) {
-        command->add_option(name, port, help)
-            ->type_name("PORT")
-            ->check(CLI::Range(1, HTTP_HighestPort))
-            ->capture_default_str();
-    };
-    addPort("--port", options->server.port, "Port that its agent.conf names for plain calls to the server");
-    addPort("--tls-port", options->server.tlsPort, "The same for calls over TLS");
+    Ctl_AddServerPorts(*command, options->server.port, options->server.tlsPort);
     Ctl_AddAgentOptions(*command, *agent);
     command->callback(
         [agent, options, &chosen] { chosen = [agent, options] { return stats(*agent, *options); }; });

@@ -193,3 +193,9 @@ std::string Ctl_RenderJson(const Attributes& members, const std::vector<Ctl_Node
     appendJsonElements(out, nodes);
     return out.append("}");
 }
+
+std::string Ctl_RenderJson(const Ctl_Node& element) {
+    std::string out;
+    appendJsonElement(out, element);
+    return out;
+}

@@ -20,3 +20,6 @@ std::string Ctl_RenderRows(const std::vector<std::vector<std::string>>& rows);
 /// name) and, only where there is something, "attributes", "text" and "elements".
 std::string Ctl_RenderJson(const std::vector<std::pair<std::string, std::string>>& members,
                            const std::vector<Ctl_Node>& nodes);
+
+/// One element as such an object.
+std::string Ctl_RenderJson(const Ctl_Node& element);

@@ -5,6 +5,7 @@
 //   Ctl_Command.h       the list of subcommands; each has a file of its own:
 //     Ctl_Ping, Ctl_Call, Ctl_Verbose, Ctl_SSL    call an agent
 //     Ctl_Host, Ctl_Audit, Ctl_ActionCommand      have it audit its host, and run scripts
+//     Ctl_Files, Ctl_Search                       have it look at files, and search for them
 //     Ctl_HostCapture                             records this machine, as a case for tests of the audits
 //     Ctl_Serve                                   answers an agent's calls
 //     Ctl_Config                                  checks and shows configuration files
@@ -16,6 +17,11 @@
 //   Ctl_Envelope        the XML of requests and replies, both ways
 //   Ctl_Node            a document as plain values
 //   Ctl_SearchExpression  what a person looks for as a condition that the agent reads
+//   Ctl_SearchReports   what the agent tells of a search while it runs
+//   Ctl_SearchHits      what it has found, page by page
+//   Ctl_FileTables      files and directories, and searches, as tables
+//   Ctl_ProgressLine    a line on the terminal that is written over
+//   Ctl_Interrupt       what is said when a command is interrupted
 //   Ctl_StorageTree     the levels of the storage and their links as a tree
 //   Ctl_Render          such values as text for a person, and as JSON
 //   Ctl_Text            bytes from outside made fit for a terminal, and for JSON
@@ -79,7 +85,7 @@ int run(int argc, char* argv[]) {
     app.footer(exitStatuses);
     Ctl_Action chosen;
     for (auto* add : {Ctl_AddPing, Ctl_AddCall, Ctl_AddVerbose, Ctl_AddSSL, Ctl_AddHost, Ctl_AddAudit,
-                      Ctl_AddFiles, Ctl_AddAction, Ctl_AddServe, Ctl_AddConfig})
+                      Ctl_AddFiles, Ctl_AddSearch, Ctl_AddAction, Ctl_AddServe, Ctl_AddConfig})
         add(app, chosen);
     try {
         app.parse(argc, argv);

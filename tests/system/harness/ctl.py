@@ -13,9 +13,12 @@ class Result:
     def __init__(self, done):
         self.status = done.returncode
         self.raw = done.stdout
-        self.stdout = done.stdout.decode()
         self.stderr = done.stderr.decode()
         assert not any(sign in self.stderr for sign in SANITIZER_SIGNS), self.stderr
+
+    @property
+    def stdout(self):
+        return self.raw.decode()
 
     @property
     def json(self):
