@@ -11,7 +11,8 @@ namespace {
 constexpr std::size_t mostEntriesOfFolder = 512;
 /// The thread rests while so many are prepared.
 constexpr std::size_t mostPreparedEntries = 8192;
-constexpr std::size_t mostJobs = 1024;
+/// Each keeps a descriptor: its parent's, and then its own.
+constexpr std::size_t mostJobs = 192;
 
 std::atomic<unsigned> threadsAtWork = 0;
 
@@ -134,6 +135,7 @@ void System_ReadAhead::read(Job& job, System_FolderBuffer& buffer) {
     result.entries.clear();
     result.isWhole = false;
     result.folder = System_OpenFolder(job.parent->get(), job.name.c_str());
+    job.parent.reset();
     if (!result.folder)
         return;
     while (!result.folder.isBufferUsedUp() || result.entries.size() < mostEntriesOfFolder) {
