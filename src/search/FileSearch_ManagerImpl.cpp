@@ -217,9 +217,10 @@ std::shared_ptr<FileSearch_Search> FileSearch_ManagerImpl::searchOfPage(xercesc:
     if (!asked->parseResultsCriteria(&method))
         return nullptr;
     if (const auto known = searches_.find(asked->getToken()); known != searches_.end()) {
-        FileSearch_Search& search = *known->second;
-        const bool isIdle = search.getAction() == FileSearch_Search::Idle;
-        return isIdle && search.parseResultsCriteria(&method) ? known->second : nullptr;
+        if (known->second->getAction() != FileSearch_Search::Idle)
+            return nullptr;
+        known->second->takePage(*asked);
+        return known->second;
     }
     bool exists = false;
     if (!asked->checkLookupExistence(exists) || !exists)
@@ -286,8 +287,9 @@ bool FileSearch_ManagerImpl::isExpired(const std::string& path, const System_Dat
     return *date < limit;
 }
 
-/// The names of all files of searches; nothing if the directory cannot be read. One that is not there yet
-/// has none.
+/// The names of all files of searches, expiry files last: while one is there, what it stands for is
+/// found again, whatever ends the deleting. Nothing if the directory cannot be read. One that is not there
+/// yet has none.
 std::optional<std::vector<std::string>> FileSearch_ManagerImpl::dataFiles() const {
     std::vector<std::string> names;
     System_OpenFolder folder(AT_FDCWD, path_.c_str(), true);
@@ -297,6 +299,7 @@ std::optional<std::vector<std::string>> FileSearch_ManagerImpl::dataFiles() cons
     while (const std::optional<std::string_view> name = folder.next(*buffer))
         if (has(*name, dataEnding))
             names.emplace_back(*name);
+    std::partition(names.begin(), names.end(), [](const auto& name) { return !has(name, expireEnding); });
     return folder.error() == 0 ? std::optional(std::move(names)) : std::nullopt;
 }
 

@@ -120,13 +120,8 @@ void FileSearch_Search::refreshLastReferenced() {
 
 bool FileSearch_Search::takeToken(const std::string& text) {
     hostTarget_ = textOf(getAuditParameterValue("hostTarget"));
-    const std::string token = FileSearch_Token(text, hostTarget_);
-    if (!FileSearch_IsToken(token))
-        return false;
-    // A page of a search that has ended names the token once more, while others may read it.
-    if (token_ != token)
-        token_ = token;
-    return true;
+    token_ = FileSearch_Token(text, hostTarget_);
+    return FileSearch_IsToken(token_);
 }
 
 bool FileSearch_Search::parseSearchCriteria(xercesc::DOMElement* method) {
@@ -177,6 +172,12 @@ bool FileSearch_Search::parseResultsCriteria(xercesc::DOMElement* method) {
     return isParsed;
 }
 
+void FileSearch_Search::takePage(const FileSearch_Search& request) {
+    lookupVolume_ = request.lookupVolume_;
+    startIndex_ = request.startIndex_;
+    numResults_ = request.numResults_;
+}
+
 bool FileSearch_Search::setFSORequirements(System_FileSystemObject* fso) const {
     if (fso != nullptr)
         fso->setAllAttributes(true);
@@ -199,7 +200,13 @@ bool FileSearch_Search::checkLookupExistence(bool& exists) const {
 
 bool FileSearch_Search::createNewFileSearch() {
     FileSearch_ExpireFile file;
-    return file.setPath(token_.c_str(), path_.c_str()) && file.openFile() && file.createNewFile();
+    if (!file.setPath(token_.c_str(), path_.c_str()) || !file.openFile())
+        return false;
+    const bool isMade = file.createNewFile();
+    // A disk that is full for a moment is not to take the token for days.
+    if (!isMade)
+        File_Delete(file.getPath().c_str());
+    return isMade;
 }
 
 /// A page keeps the files for as long again. Should the file have been lost, there is one again.

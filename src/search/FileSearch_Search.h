@@ -28,11 +28,11 @@ class System_FileIterator;
 /// knows a token only serves to read what an earlier agent has stored.
 ///
 /// `setPath`, then either `parseSearchCriteria`, `createNewFileSearch`, `prepareForAudit`, `audit`,
-/// `cleanupAfterAudit`, or `parseResultsCriteria`, `serializeResults`; the second also on an object that has
-/// been through the first. One thread at a time searches or reads a page, which is what the action is for:
-/// who wants to do either looks at it, sets it and starts, under a lock of its own. Meanwhile other threads
-/// may call the operations on action, reference and expiry, `serializeSummary`, and `setToTerminate`, which a
-/// search sees within a thousand entries or a second.
+/// `cleanupAfterAudit`, or `parseResultsCriteria`, `serializeResults`; an object that has been through either
+/// serves further pages by `takePage`, `serializeResults`. One thread at a time searches or reads a page,
+/// which is what the action is for: who wants to do either looks at it, sets it and starts, under a lock of
+/// its own. Meanwhile other threads may call the operations on action, reference and expiry,
+/// `serializeSummary`, and `setToTerminate`, which a search sees within a thousand entries or a second.
 class FileSearch_Search : public Auditable_Auditable,
                           public System_FileEvaluator,
                           public System_IterationTerminator,
@@ -62,6 +62,8 @@ public:
     bool parseSearchCriteria(xercesc::DOMElement* method);
     /// Takes the request of a page. False likewise.
     bool parseResultsCriteria(xercesc::DOMElement* method);
+    /// Takes the page that `request` has parsed, and nothing else of it.
+    void takePage(const FileSearch_Search& request);
     /// False for null. Hits are stored with all that is known of them.
     bool setFSORequirements(System_FileSystemObject* fso) const;
     /// Whether directories are to be offered when what lies below them is known, which takes more memory.
