@@ -124,6 +124,7 @@ private:
                  const System_PreparedFolder::Entry* known = nullptr);
     void findMountPoints();
     bool isSkipped(std::string_view name) const;
+    bool hasMountPointBelow(const Frame& parent, const std::string& name) const;
     void takeFile();
     void takeFolder(std::string_view name, Frame& frame);
     bool isDuplicate();
@@ -375,6 +376,8 @@ void System_FileIteratorLinux::Walk::offerNext() {
         const System_ReadAhead::Parent& descriptor = frames_[parent].descriptor;
         if (each.job != nullptr)
             isBehindOffered = true;
+        else if (hasMountPointBelow(frames_[parent], each.name))
+            continue;
         else if (descriptor && isBehindOffered)
             each.job = readAhead_->offer(descriptor, each.name, false);
         else if (descriptor)
@@ -458,6 +461,7 @@ System_FileIteratorLinux::Walk::Outcome System_FileIteratorLinux::Walk::read(Fra
                                                                              System_OpenFolder& folder) {
     totals_ = {};
     Outcome outcome = Outcome::GoOn;
+    const std::uint64_t entriesBefore = entries_;
     if (folder) {
         const System_WalkedFolder walked{folder.descriptor(),
                                          std::string_view(place_).substr(0, frame.pathLength), place_};
@@ -477,6 +481,9 @@ System_FileIteratorLinux::Walk::Outcome System_FileIteratorLinux::Walk::read(Fra
             record(pathOf(frame).c_str());
         }
     }
+    // There may be very many directories without an entry, one after another.
+    if (entries_ == entriesBefore)
+        outcome = askTerminator();
     if (isMapMode() && outcome != Outcome::Failed)
         closeAccount(frame);
     if (folder && !folder.restoreTime())
@@ -524,6 +531,17 @@ bool System_FileIteratorLinux::Walk::isSkipped(std::string_view name) const {
         return false;
     return owner_.skipMethod_ != SkipUnsupported ||
            !System_VerifyFSTypeSupport((*point)->second->fileSystemType.c_str());
+}
+
+/// Then the directory is not read ahead: that looks at every entry, and a mount point whose server is gone
+/// may not answer.
+bool System_FileIteratorLinux::Walk::hasMountPointBelow(const Frame& parent, const std::string& name) const {
+    std::string path = pathOf(parent);
+    if (!path.ends_with('/'))
+        path += '/';
+    path.append(name).append("/");
+    const auto point = mounts_.lower_bound(path);
+    return point != mounts_.end() && point->first.starts_with(path);
 }
 
 void System_FileIteratorLinux::Walk::takeFile() {
