@@ -23,3 +23,8 @@ def test_manual_pages_and_completion_know_every_command_and_option(stage):
     check = TESTS.parent / "packaging/check-options"
     done = subprocess.run([check, stage], stdout=subprocess.PIPE, text=True, timeout=PATIENCE)
     assert (done.returncode, done.stdout) == (0, "")
+
+
+def test_folders_are_closed_as_told(stage):
+    modes = {name: (stage / name).stat().st_mode & 0o777 for name in ("conf", "fileSearch", "actionSet")}
+    assert modes == {"conf": 0o700, "fileSearch": 0o700, "actionSet": 0o711}
