@@ -362,31 +362,23 @@ void System_FileIteratorLinux::Walk::readAhead() {
         offerNext();
 }
 
-/// Has the directories on top of the stack read ahead, those that come first before the others.
+/// Has the directories on top of the stack read ahead.
 void System_FileIteratorLinux::Walk::offerNext() {
-    std::array<std::pair<Waiting*, System_ReadAhead::Parent>, mostOffered> beforeOffered;
+    std::array<System_ReadAhead::Job*, mostOffered> jobs{};
     std::size_t count = 0;
-    bool isBehindOffered = false;
     std::size_t parent = frames_.size() - 1;
     std::size_t passed = 0; // of those that wait for the parent
     for (std::size_t at = waiting_.size(); at-- != 0 && waiting_.size() - at <= mostOffered; ++passed) {
         for (; frames_[parent].waiting == passed; --parent)
             passed = 0;
         Waiting& each = waiting_[at];
-        const System_ReadAhead::Parent& descriptor = frames_[parent].descriptor;
+        const Frame& above = frames_[parent];
+        if (each.job == nullptr && above.descriptor && !hasMountPointBelow(above, each.name))
+            each.job = readAhead_->offer(above.descriptor, each.name);
         if (each.job != nullptr)
-            isBehindOffered = true;
-        else if (hasMountPointBelow(frames_[parent], each.name))
-            continue;
-        else if (descriptor && isBehindOffered)
-            each.job = readAhead_->offer(descriptor, each.name, false);
-        else if (descriptor)
-            beforeOffered.at(count++) = {&each, descriptor};
+            jobs.at(count++) = each.job;
     }
-    while (count-- != 0) {
-        auto& [each, descriptor] = beforeOffered.at(count);
-        each->job = readAhead_->offer(std::move(descriptor), each->name, true);
-    }
+    readAhead_->setNext(std::span(jobs).first(count));
 }
 
 /// Opens a directory again that was closed since there were too many: up from the one that was left last, and

@@ -9,8 +9,12 @@ namespace {
 
 /// More entries of a directory are left to the walk.
 constexpr std::size_t mostEntriesOfFolder = 512;
-/// The thread rests while so many are prepared.
-constexpr std::size_t mostPreparedEntries = 8192;
+/// The thread rests while so many are prepared of the directories that come next, and in all: what was
+/// prepared before the walk went deeper waits until it comes back.
+constexpr std::size_t mostEntriesNext = 1536;
+constexpr std::size_t mostEntries = 16384;
+/// Room for so many is kept for another directory.
+constexpr std::size_t usualEntries = 128;
 /// Each keeps a descriptor: its parent's, and then its own.
 constexpr std::size_t mostJobs = 192;
 
@@ -19,9 +23,9 @@ std::atomic<unsigned> threadsAtWork = 0;
 } // namespace
 
 struct System_ReadAhead::Job {
-    enum State { Queued, Running, Done };
+    enum State { Offered, Running, Done };
 
-    State state = Queued;
+    State state = Offered;
     Parent parent;
     std::string name;
     System_PreparedFolder result;
@@ -64,7 +68,7 @@ System_ReadAhead::~System_ReadAhead() {
             job->result.folder.restoreTime();
 }
 
-System_ReadAhead::Job* System_ReadAhead::offer(Parent parent, const std::string& name, bool isNext) {
+System_ReadAhead::Job* System_ReadAhead::offer(Parent parent, const std::string& name) {
     if (unused_.empty()) {
         if (jobs_.size() == mostJobs)
             return nullptr;
@@ -74,57 +78,94 @@ System_ReadAhead::Job* System_ReadAhead::offer(Parent parent, const std::string&
     unused_.pop_back();
     job->parent = std::move(parent);
     job->name = name;
-    const std::lock_guard lock(mutex_);
-    job->state = Job::Queued;
-    if (isNext)
-        queue_.push_back(job);
-    else
-        queue_.push_front(job);
-    if (isReaderIdle_)
-        hasWork_.notify_one();
     return job;
+}
+
+void System_ReadAhead::setNext(std::span<Job* const> jobs) {
+    const std::lock_guard lock(mutex_);
+    queue_.clear();
+    entriesNext_ = 0;
+    for (auto job = jobs.rbegin(); job != jobs.rend(); ++job)
+        if ((*job)->state == Job::Offered)
+            queue_.push_back(*job);
+        else if ((*job)->state == Job::Done)
+            entriesNext_ += (*job)->result.entries.size();
+    if (isThreadIdle_ && mayPrepare())
+        hasWork_.notify_one();
+}
+
+bool System_ReadAhead::mayPrepare() const {
+    return !queue_.empty() && entriesNext_ < mostEntriesNext && entries_ < mostEntries;
 }
 
 bool System_ReadAhead::take(Job* job, System_PreparedFolder& into) {
     std::unique_lock lock(mutex_);
-    const bool isTaken = job->state != Job::Queued;
+    const bool isTaken = job->state != Job::Offered;
     if (isTaken) {
-        isWalkWaiting_ = true;
-        isRead_.wait(lock, [&] { return job->state == Job::Done; });
-        isWalkWaiting_ = false;
+        // Rather than wait for the thread, the walk does what the thread would do next.
+        while (job->state != Job::Done) {
+            if (Job* const next = nextJob())
+                prepare(*next, walkBuffer_, lock);
+            else
+                waitForThread(lock);
+        }
         std::swap(into, job->result);
-        preparedEntries_ -= into.entries.size();
-        if (isReaderIdle_)
-            hasWork_.notify_one();
+        if (job->result.entries.capacity() > usualEntries)
+            job->result = {};
+        entries_ -= into.entries.size();
+        entriesNext_ -= std::min(entriesNext_, into.entries.size());
     } else {
-        queue_.erase(std::find(queue_.rbegin(), queue_.rend(), job).base() - 1);
+        std::erase(queue_, job);
     }
-    job->state = Job::Queued;
+    job->state = Job::Offered;
     job->parent.reset();
     unused_.push_back(job);
     return isTaken;
 }
 
+void System_ReadAhead::waitForThread(std::unique_lock<std::mutex>& lock) {
+    isWalkWaiting_ = true;
+    isRead_.wait(lock);
+    isWalkWaiting_ = false;
+}
+
+/// What is to be prepared next; null if there is nothing or enough is.
+System_ReadAhead::Job* System_ReadAhead::nextJob() {
+    if (!mayPrepare())
+        return nullptr;
+    Job* const job = queue_.back();
+    queue_.pop_back();
+    return job;
+}
+
+void System_ReadAhead::prepare(Job& job, System_FolderBuffer& buffer, std::unique_lock<std::mutex>& lock) {
+    job.state = Job::Running;
+    lock.unlock();
+    try {
+        read(job, buffer);
+    } catch (...) { // memory is short: the walk reads the directory itself
+        if (job.result.folder)
+            job.result.folder.restoreTime();
+        job.result = {};
+    }
+    lock.lock();
+    entries_ += job.result.entries.size();
+    entriesNext_ += job.result.entries.size();
+    job.state = Job::Done;
+}
+
 void System_ReadAhead::run() {
-    const auto buffer = std::make_unique<System_FolderBuffer>();
     std::unique_lock lock(mutex_);
-    for (;;) {
-        isReaderIdle_ = true;
-        hasWork_.wait(
-            lock, [&] { return isEnding_ || (!queue_.empty() && preparedEntries_ < mostPreparedEntries); });
-        isReaderIdle_ = false;
-        if (isEnding_)
-            return;
-        Job& job = *queue_.back();
-        queue_.pop_back();
-        job.state = Job::Running;
-        lock.unlock();
-        read(job, *buffer);
-        lock.lock();
-        preparedEntries_ += job.result.entries.size();
-        job.state = Job::Done;
-        if (isWalkWaiting_)
-            isRead_.notify_one();
+    while (!isEnding_) {
+        if (Job* const job = nextJob()) {
+            prepare(*job, threadBuffer_, lock);
+            if (isWalkWaiting_)
+                isRead_.notify_one();
+        } else {
+            isThreadIdle_ = true;
+            hasWork_.wait(lock);
+            isThreadIdle_ = false;
+        }
     }
 }
 

@@ -4,9 +4,9 @@
 #include "files/System_OpenFolder.h"
 
 #include <condition_variable>
-#include <deque>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -57,25 +57,34 @@ public:
     System_ReadAhead& operator=(const System_ReadAhead&) = delete;
     ~System_ReadAhead();
 
-    /// A directory that the walk will come to, by its name in an open one; `isNext` if it comes before those
-    /// that were offered until now. Null if there are enough. Valid until taken.
-    Job* offer(Parent parent, const std::string& name, bool isNext);
+    /// A directory that the walk will come to, by its name in an open one. Null if there are enough. Valid
+    /// until taken.
+    Job* offer(Parent parent, const std::string& name);
+    /// Tells which come next, in this order. Others are not begun with.
+    void setNext(std::span<Job* const> jobs);
     /// Whether the directory has been read; then `into` gets it. Otherwise it will not be.
     bool take(Job* job, System_PreparedFolder& into);
 
 private:
     void run();
+    bool mayPrepare() const;
+    Job* nextJob();
+    void prepare(Job& job, System_FolderBuffer& buffer, std::unique_lock<std::mutex>& lock);
+    void waitForThread(std::unique_lock<std::mutex>& lock);
     static void read(Job& job, System_FolderBuffer& buffer);
 
     AtWork atWork_;
+    System_FolderBuffer walkBuffer_{};
+    System_FolderBuffer threadBuffer_{};
     std::vector<std::unique_ptr<Job>> jobs_; ///< all, used or not
     std::vector<Job*> unused_;
     std::mutex mutex_; ///< guards what follows, and the state of a job
     std::condition_variable hasWork_;
     std::condition_variable isRead_;
-    std::deque<Job*> queue_; ///< the next one is at the back
-    std::size_t preparedEntries_ = 0;
-    bool isReaderIdle_ = false;
+    std::vector<Job*> queue_; ///< the next one is at the back
+    std::size_t entries_ = 0; ///< prepared and not taken, in all and of those that come next
+    std::size_t entriesNext_ = 0;
+    bool isThreadIdle_ = false;
     bool isWalkWaiting_ = false;
     bool isEnding_ = false;
     std::thread thread_;
