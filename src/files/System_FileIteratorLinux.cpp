@@ -151,6 +151,7 @@ private:
     std::unordered_multimap<std::uint64_t, std::uint32_t> inodeSet_;
     /// Those in the directory that is read.
     std::vector<System_MountPointMapLinux::Map::const_iterator> mountsHere_;
+    std::size_t longestMountPoint_ = 0; ///< among those below the root
 
     std::size_t openFrames_ = 0;
     std::size_t firstOpen_ = 0; ///< no frame before it is open
@@ -284,6 +285,9 @@ System_OpenFolder System_FileIteratorLinux::Walk::openRoot(Frame& frame) {
     frame.pathLength = path.size();
     place_ = path;
     enter(frame);
+    for (auto point = mounts_.lower_bound(place_); point != mounts_.end() && point->first.starts_with(place_);
+         ++point)
+        longestMountPoint_ = std::max(longestMountPoint_, point->first.size());
     struct stat status {};
     if (lstat(path.c_str(), &status) == 0) {
         const auto device = static_cast<std::uint32_t>(status.st_dev);
@@ -528,6 +532,8 @@ bool System_FileIteratorLinux::Walk::isSkipped(std::string_view name) const {
 /// Then the directory is not read ahead: that looks at every entry, and a mount point whose server is gone
 /// may not answer.
 bool System_FileIteratorLinux::Walk::hasMountPointBelow(const Frame& parent, const std::string& name) const {
+    if (parent.pathLength >= longestMountPoint_)
+        return false;
     std::string path = pathOf(parent);
     if (!path.ends_with('/'))
         path += '/';
