@@ -1,5 +1,8 @@
 #include "storage/Storage_StorageVolume.h"
 
+#include "files/System_FileSystemObject.h"
+#include "files/System_TimeWindow.h"
+
 XMLSerializable_Table<Storage_StorageVolume> Storage_StorageVolume::attributes() {
     static constexpr XMLSerializable_Attribute<Storage_StorageVolume> table[] = {
         XMLSerializable_Text<&Storage_StorageVolume::fileSystem_>("fileSystem"),
@@ -22,4 +25,28 @@ XMLSerializable_Table<Storage_StorageVolume> Storage_StorageVolume::attributes()
         XMLSerializable_Number<&Storage_StorageVolume::numDirsNotArchived_>("numDirsNotArchived"),
     };
     return table;
+}
+
+bool Storage_StorageVolume::evaluateFile(System_FileSystemObject* fso, System_Date* startDay,
+                                         System_Date* endDay) {
+    if (fso == nullptr || startDay == nullptr || endDay == nullptr)
+        return false;
+    System_TimeWindow window;
+    window.set(*startDay, *endDay);
+    const bool isDirectory = fso->getIsDirectory();
+    ++(isDirectory ? numDirs_ : numFiles_);
+    if ((fso->getAttributeFlag() & System_FileSystemObject::Archived) != 0)
+        ++(isDirectory ? numDirsArchived_ : numFilesArchived_);
+    const std::optional<bool> isModified = fso->isModifiedWithin(window);
+    if (!isModified)
+        return false;
+    (isDirectory ? numDirsModified_ : numFilesModified_) += *isModified ? 1 : 0;
+    // Looking at a link changes its access time.
+    if (!isDirectory && fso->getIsSoftLink())
+        return true;
+    const std::optional<bool> isAccessed = fso->isAccessedWithin(window);
+    if (!isAccessed)
+        return false;
+    (isDirectory ? numDirsAccessed_ : numFilesAccessed_) += *isAccessed ? 1 : 0;
+    return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/System_FileEvaluator.h"
 #include "model/Storage_MapCollection.h"
 #include "model/System_XMLObject.h"
 #include "storage/Storage_Factory.h"
@@ -9,7 +10,8 @@
 
 /// A mounted file system, how full it is, and what was counted in it. Its name is its mount point. Setters of
 /// texts take null as the empty text.
-class Storage_StorageVolume : public System_XMLObject<Storage_StorageVolume, System_Object::StorageVolume> {
+class Storage_StorageVolume : public System_XMLObject<Storage_StorageVolume, System_Object::StorageVolume>,
+                              public System_FileEvaluator {
 public:
     static XMLSerializable_Table<Storage_StorageVolume> attributes();
 
@@ -17,6 +19,8 @@ public:
     Storage_StorageVolume() { setPhysicality(Physicality_Logical); }
     using System_Object::operator=;
     virtual Storage_StorageVolume& operator=(const Storage_StorageVolume& other) = default;
+    /// Counts an object of the file system. False if it, or a date that is needed, is null.
+    bool evaluateFile(System_FileSystemObject* fso, System_Date* startDay, System_Date* endDay) override;
 
     const std::string& getFileSystem() const { return fileSystem_; }
     void setFileSystem(const char* fileSystem) { fileSystem_ = textOf(fileSystem); }

@@ -1,3 +1,4 @@
+#include "files/System_FileSystemObject.h"
 #include "model/Audit_XML.h"
 #include "storage/Storage_DriveExtentLinux.h"
 #include "storage/Storage_ExtentPool.h"
@@ -73,6 +74,36 @@ TEST(Levels, HavePlaceholdersThatStartAsWhatTheyStandFor) {
     drive->setManufacturer("  Maker of disks ");
     EXPECT_EQ(drive->getManufacturer(), "Maker of disks");
     EXPECT_EQ(Storage_FactoryAllocateStorageVolume()->getPhysicality(), Physicality_Logical);
+}
+
+TEST(Levels, CountWhatAVolumeHolds) {
+    const auto volume = Storage_FactoryAllocateStorageVolume();
+    const auto object = System_FactoryAllocateFileSystemObject();
+    const std::string texts[] = {"2026-01-01 00:00:00", "2026-01-02 00:00:00", "2026-01-02 00:00:01"};
+    std::unique_ptr<System_Date> dates[3];
+    for (int at = 0; at < 3; ++at) {
+        dates[at] = System_FactoryAllocateDate();
+        dates[at]->parse(&texts[at]);
+    }
+    object->setModifyDT(dates[1].get());
+    object->setAccessDT(dates[0].get());
+    for (const bool isDirectory : {true, false, false}) {
+        object->setIsDirectory(isDirectory);
+        EXPECT_TRUE(volume->evaluateFile(object.get(), dates[0].get(), dates[1].get()));
+        object->setIsSoftLink(!isDirectory);
+    }
+    object->setModifyDT(dates[2].get());
+    object->setAttributeFlag(System_FileSystemObject::Archived);
+    EXPECT_TRUE(volume->evaluateFile(object.get(), dates[0].get(), dates[1].get()));
+    EXPECT_EQ(volume->getNumDirs() * 1000 + volume->getNumDirsModified() * 100 +
+                  volume->getNumDirsAccessed() * 10 + volume->getNumDirsArchivedSet(),
+              1110U);
+    EXPECT_EQ(volume->getNumFiles() * 1000 + volume->getNumFilesModified() * 100 +
+                  volume->getNumFilesAccessed() * 10 + volume->getNumFilesArchivedSet(),
+              3211U);
+    object->setAllocatedModifyDT(nullptr);
+    EXPECT_FALSE(volume->evaluateFile(object.get(), dates[0].get(), dates[1].get()));
+    EXPECT_FALSE(volume->evaluateFile(nullptr, dates[0].get(), dates[1].get()));
 }
 
 } // namespace
