@@ -3,9 +3,13 @@
 #include "xml/XMLSerializable_Attributes.h"
 #include "xml/XMLSerializable_Element.h"
 
+#include <string_view>
+
 namespace {
 
 constexpr std::size_t maximumFailures = 20001;
+/// Of all names: a path may have megabytes, and any user can make many of them.
+constexpr std::size_t maximumLength = std::size_t{16} * 1024 * 1024;
 
 constexpr XMLSerializable_Attribute<System_ObjectTypePair> attributes[] = {
     XMLSerializable_Text<&System_ObjectTypePair::getName, nullptr>("name").always(),
@@ -17,12 +21,14 @@ constexpr XMLSerializable_Attribute<System_ObjectTypePair> attributes[] = {
 bool System_AuditFailures::record(const char* name, int type) {
     if (name == nullptr)
         return false;
-    if (failures_.size() >= maximumFailures) {
+    const std::string_view text = name;
+    if (failures_.size() >= maximumFailures || text.size() > maximumLength - length_) {
         ++unrecorded_;
         return false;
     }
     return XMLSerializable_Attempt([&] {
-        failures_.try_emplace(name, name, type);
+        if (failures_.try_emplace(std::string(text), name, type).second)
+            length_ += text.size();
         return true;
     });
 }

@@ -23,11 +23,15 @@ public:
     /// nothing if there are none.
     virtual bool serialize(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
                            xercesc::DOMElement* element);
-    void deallocateFailures() { failures_.clear(); }
+    void deallocateFailures() {
+        failures_.clear();
+        length_ = 0;
+    }
     /// How many were refused since the list was full.
     std::uint64_t getUnrecorded() const { return unrecorded_; }
 
 private:
     std::map<std::string, System_ObjectTypePair, std::less<>> failures_;
+    std::size_t length_ = 0; ///< of their names
     std::uint64_t unrecorded_ = 0;
 };

@@ -24,6 +24,8 @@ constexpr unsigned minutesInMemory = 30;
 constexpr std::uint64_t usualPage = 100;
 /// Records of a page that are read into a document together.
 constexpr std::uint64_t recordsAtOnce = 250;
+/// Of the records of a page, in bytes: the reply takes about ten times as much memory while it is made.
+constexpr std::size_t largestPage = std::size_t{64} * 1024 * 1024;
 constexpr const char* hitElement = "FSO";
 
 /// Of a clock that nobody sets and that costs little to look at.
@@ -478,6 +480,7 @@ bool FileSearch_Search::writePage(xercesc::DOMElement& results) {
         return false;
     FileSearch_Record record;
     std::string text;
+    std::size_t length = 0;
     for (std::size_t first = 0; first < offsets.size(); first += recordsAtOnce) {
         if (isToldToTerminate())
             return false;
@@ -485,6 +488,9 @@ bool FileSearch_Search::writePage(xercesc::DOMElement& results) {
         text.clear();
         for (std::size_t at = first; at < last; ++at) {
             if (!recordFile.readRecordRandom(record, offsets[at]))
+                return false;
+            length += record.data().size();
+            if (length > largestPage)
                 return false;
             text += record.data();
         }

@@ -87,7 +87,7 @@ public:
     bool terminateIteration(bool& terminate) override;
 
     /// Writes the page of the last `parseResultsCriteria`. False if the volume has no results, one of them is
-    /// damaged, or a stop is asked for; then nothing hangs on `parent`.
+    /// damaged, they are too much for one reply, or a stop is asked for; then nothing hangs on `parent`.
     bool serializeResults(xercesc::DOMDocument* document, xercesc::DOMElement* parent);
     /// Writes token, volumes and failures. False while the search is under way.
     bool serializeSummary(xercesc::DOMDocument* document, xercesc::DOMElement* parent);
