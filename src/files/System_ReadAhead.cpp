@@ -85,11 +85,12 @@ void System_ReadAhead::setNext(std::span<Job* const> jobs) {
     const std::lock_guard lock(mutex_);
     queue_.clear();
     entriesNext_ = 0;
-    for (auto job = jobs.rbegin(); job != jobs.rend(); ++job)
-        if ((*job)->state == Job::Offered)
-            queue_.push_back(*job);
-        else if ((*job)->state == Job::Done)
-            entriesNext_ += (*job)->result.entries.size();
+    for (Job* job : jobs)
+        if (job->state == Job::Offered)
+            queue_.push_back(job);
+        else if (job->state == Job::Done)
+            entriesNext_ += job->result.entries.size();
+    std::reverse(queue_.begin(), queue_.end());
     if (isThreadIdle_ && mayPrepare())
         hasWork_.notify_one();
 }

@@ -33,8 +33,8 @@ constexpr unsigned growth = 5;
 constexpr unsigned millisecondsBetweenPasses = 4 * 60 * 60 * 1000;
 constexpr unsigned minutesBetweenDiskChecks = 240;
 constexpr unsigned minutesOnDisk = 5760;
-constexpr std::string_view dataEnding = ".dat";
-constexpr std::string_view expireEnding = "._expire_.dat";
+constexpr std::string_view dataMark = ".dat";
+constexpr std::string_view expireMark = "._expire_.dat";
 /// The token of a search that must not wait for others begins with it.
 constexpr char urgentMark = '0';
 
@@ -261,7 +261,7 @@ void FileSearch_ManagerImpl::expireOnDisk() {
         return;
     std::set<std::string_view> expired;
     for (const std::string& name : *files)
-        if (has(name, expireEnding) && isExpired(path_ + '/' + name, *limit))
+        if (has(name, expireMark) && isExpired(path_ + '/' + name, *limit))
             expired.insert(tokenOf(name));
     // A search may take longer than its files are kept.
     for (const auto& [token, search] : searches_)
@@ -297,9 +297,9 @@ std::optional<std::vector<std::string>> FileSearch_ManagerImpl::dataFiles() cons
         return errno == ENOENT ? std::optional(names) : std::nullopt;
     const auto buffer = std::make_unique<System_FolderBuffer>();
     while (const std::optional<std::string_view> name = folder.next(*buffer))
-        if (has(*name, dataEnding))
+        if (has(*name, dataMark))
             names.emplace_back(*name);
-    std::partition(names.begin(), names.end(), [](const auto& name) { return !has(name, expireEnding); });
+    std::partition(names.begin(), names.end(), [](const auto& name) { return !has(name, expireMark); });
     return folder.error() == 0 ? std::optional(std::move(names)) : std::nullopt;
 }
 
