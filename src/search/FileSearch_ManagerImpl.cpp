@@ -263,10 +263,9 @@ void FileSearch_ManagerImpl::expireOnDisk() {
     for (const std::string& name : *files)
         if (has(name, expireMark) && isExpired(path_ + '/' + name, *limit))
             expired.insert(tokenOf(name));
-    // A search may take longer than its files are kept.
+    // A search may take longer than its files are kept, and its results have not been read then.
     for (const auto& [token, search] : searches_)
-        if (search->getAction() != FileSearch_Search::Idle)
-            expired.erase(tokenOf(token));
+        expired.erase(tokenOf(token));
     for (const std::string& name : *files)
         if (expired.contains(tokenOf(name)))
             deleteFile("FileSearch_ManagerImpl::expireSearches", name);
