@@ -287,11 +287,12 @@ bool System_FileSystemObject::calcRecursiveDirMembers(System_FileEvaluator* eval
                                                       System_Date* sDay, System_Date* eDay) {
     struct Level {
         System_FileSystemObject* object;
-        std::size_t next; ///< of its members
+        std::size_t next;       ///< of its members
+        std::size_t pathLength; ///< which may end in slashes at the top
     };
     if (evaluator == nullptr)
         return false;
-    std::vector<Level> levels = {{this, 0}};
+    std::vector<Level> levels = {{this, 0, path_.size()}};
     std::string path = path_;
     for (;;) {
         Level& level = levels.back();
@@ -305,7 +306,7 @@ bool System_FileSystemObject::calcRecursiveDirMembers(System_FileEvaluator* eval
             if (!path.ends_with('/'))
                 path += '/';
             path += member->name_;
-            levels.push_back({member, 0});
+            levels.push_back({member, 0, path.size()});
             continue;
         }
         System_FileSystemObject& finished = *level.object;
@@ -316,9 +317,8 @@ bool System_FileSystemObject::calcRecursiveDirMembers(System_FileEvaluator* eval
         // Members of a walk are given their paths no sooner than they are needed, and give back the memory:
         // those of a deep tree would take its depth times its depth.
         const bool isNameless = finished.path_.empty();
-        const std::size_t parentLength = std::max<std::size_t>(path.size() - finished.name_.size(), 2) - 1;
         if (isNameless) {
-            finished.parentDirPath_.assign(path, 0, parentLength);
+            finished.parentDirPath_.assign(path, 0, parent.pathLength);
             finished.path_.swap(path);
         }
         if (evaluator->evaluateFile(&finished, sDay, eDay))
@@ -327,7 +327,7 @@ bool System_FileSystemObject::calcRecursiveDirMembers(System_FileEvaluator* eval
             finished.path_.swap(path);
             std::string().swap(finished.parentDirPath_);
         }
-        path.resize(parentLength);
+        path.resize(parent.pathLength);
         ++parent.next;
         bool succeeds = false;
         if (terminator != nullptr && terminator->terminateIteration(succeeds)) {
