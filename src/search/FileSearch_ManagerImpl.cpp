@@ -43,6 +43,14 @@ std::string_view tokenOf(std::string_view name) {
     return name.substr(0, name.find('.'));
 }
 
+/// A token may hold dots, as the names of hosts do: the whole of it stands before the last part of the name.
+std::string_view wholeTokenOf(std::string_view name) {
+    for (const std::string_view ending : {".new", ".dat", ".offset"})
+        if (name.ends_with(ending))
+            name.remove_suffix(ending.size());
+    return name.substr(0, name.rfind('.'));
+}
+
 bool has(std::string_view name, std::string_view part) {
     return name.find(part) != std::string_view::npos;
 }
@@ -329,7 +337,7 @@ bool FileSearch_ManagerImpl::deleteSearches(std::vector<std::string> tokens) {
     if (!files)
         return false;
     for (const std::string& name : *files)
-        if (isMeant(tokenOf(name)))
+        if (isMeant(tokenOf(name)) || isMeant(wholeTokenOf(name)))
             deleteFile("FileSearch:: deleteSearches", name);
     return true;
 }
