@@ -1,12 +1,20 @@
 """Rest and load: an idle agent sleeps, a busy one leaks nothing and stops in order."""
 
+import itertools
+import os
 import threading
 import time
 from contextlib import ExitStack
 
 import pytest
 
-from harness import FORM, GET11, PATIENCE, SUCCESS, Connection, envelope, form, parse_answer, post_request, wait_until
+from harness import FORM, GET11, PATIENCE, SUCCESS, Connection, anonymous_tls, envelope, form, parse_answer, post_request
+from harness import wait_until
+
+AUDITS = (
+    "GetHostSummary", "GetStorageSystem", "GetPhysicalDrives", "GetDriveExtents", "GetExtentPools", "GetPlexes",
+    "GetStorageVolumes", "GetStorageAssociations",
+)  # fmt: skip
 
 
 def test_idle_agent_does_not_wake_up(start):
@@ -27,26 +35,50 @@ def test_idle_agent_does_not_wake_up(start):
         wait_until(rests, "the agent to rest with connections")
 
 
-def test_memory_and_threads_stay_level(start):
+def mixed_requests(number, folder):
+    """Requests of every method as body and content type; what runs the host's tools comes seldom."""
+    token = f"<Token>T{number}</Token>"
+    named = f'<Condition><Predicate valueName="name" operator="isAnything"/></Condition>{token}<AccountID>1</AccountID>'
+    params = dict.fromkeys(AUDITS if number % 100 == 0 else (), "")
+    params |= {
+        "GetFSOs": f"<Path>{folder}</Path>", "GetFSOBatchStats": f'<FSO path="{folder}"/>',
+        "SearchFSOs": f'{named}<Volumes><Volume name="{folder}"/></Volumes>',
+    } if number % 10 == 0 else {}  # fmt: skip
+    params |= dict.fromkeys(("Ping", "Pong", "PingServer", "SubmitAction", "SaveAction", "GetActionScriptList"), "")
+    params |= {
+        "SetCallServerWithSSL": "", "SetVerboseLog": "<VerboseMode>off</VerboseMode>",
+        "GetFSOSearchResults": f"{token}<Volume>{folder}</Volume>", "DeleteSearches": token,
+    }  # fmt: skip
+    requests = [envelope(*each, request={"uuid": "id"}) for each in params.items()]
+    return [(b"<x", "text/xml"), (form(envelope()), FORM), *((each, "text/xml") for each in requests)]
+
+
+def test_memory_and_threads_stay_level(start, tmp_path):
     agent = start(verbose=False)
-    kinds = ((envelope(), "text/xml"), (envelope("Pong"), "text/xml"), (b"<x", "text/xml"), (form(envelope()), FORM))
+    (tmp_path / "file").touch()
+    rounds = itertools.count()
 
     def work(times):
         """With every worker that there can be, so that each has what it will ever need."""
+        done = 0
         with ExitStack() as held:
-            connections = [held.enter_context(agent.connect()) for _ in range(15)]
-            for number in range(times):
-                body, kind = kinds[number % 4]
-                request = post_request(body, version="HTTP/1.1", content_type=kind)
-                assert connections[number % 15].ask(request).status in (200, 500)
+            connections = [held.enter_context(agent.connect(tls=n == 0 and anonymous_tls())) for n in range(15)]
+            while done < times:
+                for body, kind in mixed_requests(next(rounds), tmp_path):
+                    request = post_request(body, version="HTTP/1.1", content_type=kind)
+                    reply = connections[done % 15].ask(request)
+                    assert reply.status in (200, 500)
+                    done += 1
+                # The last one deletes the search, once it has ended.
+                wait_until(lambda: b'"success"' in reply.body or b'"success"' in connections[1].ask(request).body, "the search to end")
         for _ in range(times // 20):
             for rubbish in (b"GET /\r\n", b"rubbish that is none"):
                 agent.raw(rubbish, half_close=True)
 
-    times = agent.tree.scaled(1500)
-    work(times)
+    times = agent.tree.scaled(int(os.environ.get("QDV_LOAD_REQUESTS", "4500")))
+    work(times // 3)
     memory, threads = agent.rss(), agent.threads()
-    work(3 * times)
+    work(times)
     assert agent.threads() == threads
     if not agent.tree.is_sanitized():
         assert agent.rss() < memory + (1 << 20)

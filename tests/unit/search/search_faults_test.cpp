@@ -1,29 +1,29 @@
 #include "base/Temporary_Directory.h"
+#include "model/Auditable_Auditable.h"
 #include "search/FileSearch_Manager.h"
-#include "search/FileSearch_Search.h"
+#include "search/FileSearch_RecordFile.h"
 #include "search/FileSearch_SortCaller.h"
-#include "threads/MutexLock.h"
+#include "search/FileSearch_VolumeStat.h"
 #include "xml/Xerces_Document.h"
 
 #include <gtest/gtest.h>
 #include <xercesc/dom/DOMElement.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <ctime>
 #include <functional>
-#include <map>
 #include <random>
-#include <set>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
 namespace {
 
-/// A write of this thread that fails: so many from now, after half of its bytes.
-thread_local int failingWrite = 0;
-thread_local int attemptsThatFail = 0;
+/// A write that fails, so many from now, after half of its bytes.
+std::atomic<int> failingWrite = 0;
+std::atomic<int> attemptsThatFail = 0;
 /// What the clock is ahead of the machine's, and how often it was looked at.
 std::atomic<std::time_t> secondsAhead = 0;
 std::atomic<unsigned> looksAtClock = 0;
@@ -56,132 +56,7 @@ std::time_t time(std::time_t* seconds) noexcept {
 
 namespace {
 
-constexpr std::time_t minute = 60;
-constexpr std::time_t day = 24 * 60 * minute;
-
-Xerces_DocumentPtr requestOfSearch(const std::string& token, const std::vector<std::string>& volumes) {
-    std::string names;
-    for (const std::string& name : volumes)
-        names += "<Volume name='" + name + "'/>";
-    return Xerces_Parse("<Method><Condition><Predicate valueName='name' operator='isAnything'/></Condition>"
-                        "<Token>" +
-                            token + "</Token><AccountID>1</AccountID><Volumes>" + names +
-                            "</Volumes></Method>",
-                        "test");
-}
-
-Xerces_DocumentPtr requestOfPage(const std::string& token, const std::string& volume) {
-    return Xerces_Parse("<Method><Token>" + token + "</Token><Volume>" + volume +
-                            "</Volume><NumResults>99999</NumResults></Method>",
-                        "test");
-}
-
-/// How many hits a page has; nothing if it is refused.
-using Hits = std::optional<std::size_t>;
-
-Hits hitsOf(const Xerces_DocumentPtr& reply, bool isWritten) {
-    return isWritten ? Hits(Xerces_Descendants(*Xerces_Root(*reply), "FSO").size()) : std::nullopt;
-}
-
-class Statuses : public FileSearch_ProgressHandler {
-public:
-    bool handleSearchProgress(const char* /*token*/, unsigned long long /*id*/, unsigned long long /*files*/,
-                              unsigned long long /*dirs*/, bool& /*delivered*/,
-                              FileSearchProgressStatus status, const char* /*hostTarget*/) override {
-        seen.push_back(status);
-        return true;
-    }
-    std::vector<FileSearchProgressStatus> seen;
-};
-
-/// Two volumes, of which the first takes several writes.
-class WriteFaults : public testing::Test {
-protected:
-    static constexpr std::size_t sizeOfFile = 3;
-
-    void SetUp() override {
-        std::filesystem::create_directories(volumes_[0] + "/inner");
-        std::filesystem::create_directories(volumes_[1]);
-        for (unsigned number = 0; number < files_[0]; ++number)
-            putContents(volumes_[0] + "/inner/" + std::string(200, 'x') + std::to_string(number), "abc");
-        for (unsigned number = 0; number < files_[1]; ++number)
-            putContents(volumes_[1] + '/' + std::to_string(number), "abc");
-    }
-    Hits page(const std::string& token, const std::string& volume) const {
-        FileSearch_Search search;
-        search.setPath(folder_.path().c_str());
-        const Xerces_DocumentPtr reply = Xerces_CreateDocument("Reply");
-        return hitsOf(reply, search.parseResultsCriteria(Xerces_Root(*requestOfPage(token, volume))) &&
-                                 search.serializeResults(reply.get(), Xerces_Root(*reply)));
-    }
-    std::size_t stored(const std::string& token, const std::string& volume) const {
-        FileSearch_RecordFile file;
-        FileSearch_Record record;
-        std::uint32_t offset = 0;
-        EXPECT_TRUE(file.setPath(token.c_str(), volume.c_str(), folder_.path().c_str()) && file.openFile() &&
-                    file.beginReadingSerialAccess() && file.seekToStartOfRecords(offset));
-        std::size_t count = 0;
-        for (; !file.isEndOfFile() && file.readRecordSerial(record, offset); ++count)
-            EXPECT_EQ(record.data().substr(0, 4) + record.data().substr(record.data().size() - 2), "<FSO/>");
-        return count;
-    }
-
-    const Temporary_Directory folder_;
-    const std::string volumes_[2] = {folder_ / "a", folder_ / "b"};
-    const std::size_t files_[2] = {900, 5};
-    const std::size_t folders_[2] = {1, 0};
-};
-
-TEST_F(WriteFaults, CostWhatWasNotWrittenAndAreTold) {
-    bool hasFailed = true;
-    int number = 1;
-    for (; hasFailed; ++number) {
-        const std::string token = "T" + std::to_string(number);
-        Statuses statuses;
-        FileSearch_Search search;
-        search.setPath(folder_.path().c_str());
-        search.registerProgressHandler(&statuses);
-        ASSERT_TRUE(
-            search.parseSearchCriteria(Xerces_Root(*requestOfSearch(token, {volumes_[0], volumes_[1]}))));
-        failingWrite = number;
-        ASSERT_TRUE(search.prepareForAudit() && search.audit() && search.cleanupAfterAudit());
-        hasFailed = failingWrite == 0;
-        failingWrite = attemptsThatFail = 0;
-        ASSERT_TRUE(search.createNewFileSearch());
-        const Xerces_DocumentPtr summary = Xerces_CreateDocument("Summary");
-        ASSERT_TRUE(search.serializeSummary(summary.get(), Xerces_Root(*summary)));
-        const auto told = Xerces_Descendants(*Xerces_Root(*summary), "Volume");
-        ASSERT_EQ(told.size() + statuses.seen.size(), 4U);
-        for (const unsigned at : {0U, 1U}) {
-            const auto count = [&](const char* name) {
-                const std::string text = Xerces_GetAttribute(*told[at], name);
-                return text.empty() ? 0 : std::stoul(text);
-            };
-            const std::size_t hits = count("numFilesHit") + count("numDirsHit");
-            const Hits read = page(token, volumes_[at]);
-            EXPECT_EQ(stored(token, volumes_[at]), hits) << number;
-            EXPECT_EQ(count("sizeHit"), count("numFilesHit") * sizeOfFile) << number;
-            if (statuses.seen[at] == FileSearchProgressStatus::OK) {
-                EXPECT_EQ(read, Hits(files_[at] + folders_[at])) << number;
-            }
-            EXPECT_TRUE(!read || read == Hits(hits)) << number;
-        }
-        const auto failures =
-            std::count(statuses.seen.begin(), statuses.seen.end(), FileSearchProgressStatus::ErrorWrite);
-        EXPECT_EQ(failures, hasFailed ? 1 : 0) << number;
-    }
-    EXPECT_GT(number, 8);
-
-    const std::string token = "T" + std::to_string(number - 1);
-    failingWrite = 1;
-    EXPECT_EQ(page(token, volumes_[1]), std::nullopt) << "the files are not known to stay";
-    EXPECT_EQ(page(token, volumes_[1]), Hits(files_[1]));
-    FileSearch_Search search;
-    search.setPath(folder_.path().c_str());
-    ASSERT_TRUE(search.parseSearchCriteria(Xerces_Root(*requestOfSearch("U", {}))));
-    failingWrite = 1;
-    EXPECT_FALSE(search.createNewFileSearch());
-}
+constexpr std::time_t minutesOfDay = 24 * 60;
 
 TEST(VolumeStat, CountsNoByteOfTheHitsTwice) {
     std::mt19937 random(11); // NOLINT(cert-msc32-c,cert-msc51-cpp)
@@ -228,26 +103,27 @@ TEST(VolumeStat, CountsNoByteOfTheHitsTwice) {
     }
 }
 
-/// Runs searches, of which one can be held back while it is at work, on a clock that can be put forward.
+/// How many hits a page has; nothing if it is refused.
+using Hits = std::optional<std::size_t>;
+
+/// Runs searches of two volumes, of which one search can be held back while it is at work.
 class SearchManager : public testing::Test, public FileSearch_HandlerFactory {
 protected:
     struct Progress : FileSearch_ProgressHandler {
         explicit Progress(SearchManager& told) : owner(told) {}
-        bool handleSearchProgress(const char* token, unsigned long long /*id*/, unsigned long long /*files*/,
-                                  unsigned long long /*dirs*/, bool& /*delivered*/,
-                                  FileSearchProgressStatus /*status*/, const char* /*hostTarget*/) override {
-            if (owner.held_ == token) {
-                owner.isHolding_ = true;
+        bool handleSearchProgress(const char* token, unsigned long long, unsigned long long,
+                                  unsigned long long, bool&, FileSearchProgressStatus status,
+                                  const char*) override {
+            owner.statuses_.push_back(status);
+            if (owner.held_ == token && !owner.isHolding_.exchange(true))
                 owner.mayGoOn_.grab(Thread_Semaphore::Forever);
-            }
             return true;
         }
         SearchManager& owner;
     };
     struct Complete : FileSearch_CompleteHandler {
         explicit Complete(SearchManager& told) : owner(told) {}
-        bool handleSearchComplete(const char* /*token*/, bool& /*delivered*/,
-                                  const char* /*hostTarget*/) override {
+        bool handleSearchComplete(const char*, bool&, const char*) override {
             owner.ended_.release();
             return true;
         }
@@ -264,9 +140,9 @@ protected:
         return std::make_unique<Complete>(*this);
     }
     void SetUp() override {
-        secondsAhead = 0;
-        std::filesystem::create_directories(volume_);
-        putContents(volume_ + "/file", "x");
+        std::filesystem::create_directories(volumes_[0]);
+        std::filesystem::create_directories(volumes_[1]);
+        putContents(volumes_[1] + "/file", "abc");
         const unsigned before = looksAtClock;
         ASSERT_TRUE(manager_->init(results_.c_str(), this) && manager_->start());
         waitForPass(before);
@@ -281,78 +157,139 @@ protected:
     void waitForPass(unsigned before) {
         while (looksAtClock == before)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        knows("none");
+        summary("none");
     }
-    void pass() {
+    void pass(std::time_t minutesLater) {
+        secondsAhead += minutesLater * 60;
         const unsigned before = looksAtClock;
         manager_->signalSemaphore();
         waitForPass(before);
     }
     bool begin(const std::string& token) {
+        const Xerces_DocumentPtr request = Xerces_Parse(
+            "<Method><Condition><Predicate valueName='name' operator='isAnything'/></Condition><Token>" +
+                token + "</Token><AccountID>1</AccountID><Volumes><Volume name='" + volumes_[0] +
+                "'/><Volume name='" + volumes_[1] + "'/></Volumes></Method>",
+            "test");
         Parameters parameters;
-        return manager_->performNewSearch(Xerces_Root(*requestOfSearch(token, {volume_})), &parameters);
+        return manager_->performNewSearch(Xerces_Root(*request), &parameters);
     }
     void search(const std::string& token) {
         ASSERT_TRUE(begin(token));
         ended_.grab(Thread_Semaphore::Forever);
     }
-    /// Whether there is a summary.
-    bool knows(const char* token) {
-        const Xerces_DocumentPtr document = Xerces_CreateDocument("Summary");
-        return manager_->serializeSummary(token, document.get(), Xerces_Root(*document));
+    /// Null if there is none.
+    Xerces_DocumentPtr summary(const std::string& token) {
+        Xerces_DocumentPtr document = Xerces_CreateDocument("Summary");
+        const bool isKnown =
+            manager_->serializeSummary(token.c_str(), document.get(), Xerces_Root(*document));
+        return isKnown ? std::move(document) : nullptr;
     }
-    Hits page(const std::string& token) {
+    Hits page(const std::string& token, unsigned volume = 1) {
         FileSearch_SortCaller caller;
-        const Xerces_DocumentPtr request = requestOfPage(token, volume_);
+        const Xerces_DocumentPtr request =
+            Xerces_Parse("<Method><Token>" + token + "</Token><Volume>" + volumes_[volume] +
+                             "</Volume><NumResults>99999</NumResults></Method>",
+                         "test");
         const Xerces_DocumentPtr reply = Xerces_CreateDocument("Reply");
         if (!manager_->lookupResults(&caller, Xerces_Root(*request), reply.get(), Xerces_Root(*reply),
                                      nullptr))
             return std::nullopt;
         caller.waitUntilSortCompleted();
-        return hitsOf(reply, caller.getResult());
+        return caller.getResult() ? Hits(Xerces_Descendants(*Xerces_Root(*reply), "FSO").size())
+                                  : std::nullopt;
+    }
+    std::size_t stored(const std::string& token, unsigned volume) const {
+        FileSearch_RecordFile file;
+        FileSearch_Record record;
+        std::uint32_t offset = 0;
+        EXPECT_TRUE(file.setPath(token.c_str(), volumes_[volume].c_str(), results_.c_str()) &&
+                    file.openFile() && file.beginReadingSerialAccess() && file.seekToStartOfRecords(offset));
+        std::size_t count = 0;
+        while (!file.isEndOfFile() && file.readRecordSerial(record, offset))
+            ++count;
+        return count;
     }
     bool hasFiles(const std::string& token) const {
         return std::filesystem::exists(results_ + '/' + token + "._expire_.dat");
     }
 
     const Temporary_Directory folder_;
-    const std::string volume_ = folder_ / "volume";
+    const std::string volumes_[2] = {folder_ / "a", folder_ / "b"};
     const std::string results_ = folder_ / "results";
     std::string held_;
     std::atomic<bool> isHolding_ = false;
     Thread_Semaphore mayGoOn_;
     Thread_Semaphore ended_;
+    std::vector<FileSearchProgressStatus> statuses_;
     const std::unique_ptr<FileSearch_Manager> manager_ = FileSearch_FactoryAllocateManager();
 };
 
+TEST_F(SearchManager, LosesByAFailedWriteWhatItHeldAndTellsSo) {
+    constexpr std::size_t expected[] = {900, 1};
+    for (std::size_t number = 0; number < expected[0]; ++number)
+        putContents(volumes_[0] + '/' + std::string(200, 'x') + std::to_string(number), "abc");
+    failingWrite = 1;
+    EXPECT_FALSE(begin("T0")) << "the file that stands for the search";
+    std::string token;
+    int number = 2;
+    for (bool hasFailed = true; hasFailed; ++number) {
+        token = "T" + std::to_string(number);
+        statuses_.clear();
+        attemptsThatFail = 0;
+        failingWrite = number;
+        search(token);
+        hasFailed = failingWrite == 0;
+        failingWrite = attemptsThatFail = 0;
+        const Xerces_DocumentPtr told = summary(token);
+        ASSERT_TRUE(told != nullptr && statuses_.size() == 2);
+        for (const unsigned at : {0U, 1U}) {
+            const auto count = [&](const char* name) {
+                const std::string text =
+                    Xerces_GetAttribute(*Xerces_Descendants(*Xerces_Root(*told), "Volume").at(at), name);
+                return text.empty() ? 0 : std::stoul(text);
+            };
+            const std::size_t hits = count("numFilesHit");
+            EXPECT_EQ(stored(token, at), hits) << number;
+            EXPECT_EQ(count("sizeHit"), hits * 3) << number;
+            const Hits read = page(token, at);
+            if (statuses_[at] == FileSearchProgressStatus::OK)
+                EXPECT_EQ(read, Hits(expected[at])) << number;
+            else
+                EXPECT_TRUE(!read || read == Hits(hits)) << number;
+        }
+        const auto failures =
+            std::count(statuses_.begin(), statuses_.end(), FileSearchProgressStatus::ErrorWrite);
+        EXPECT_EQ(failures, hasFailed ? 1 : 0) << number;
+    }
+    EXPECT_GT(number, 9) << "the first volume takes several writes";
+    failingWrite = 1;
+    EXPECT_EQ(page(token), std::nullopt) << "the files are not known to stay";
+    failingWrite = attemptsThatFail = 0;
+    EXPECT_EQ(page(token), Hits(1));
+}
+
 TEST_F(SearchManager, ForgetsAfterHalfAnHourAndDeletesAfterFourDays) {
     search("T");
-    secondsAhead += 29 * minute;
-    pass();
-    EXPECT_TRUE(knows("T")) << "which is a reference";
-    secondsAhead += 31 * minute;
-    pass();
-    EXPECT_FALSE(knows("T"));
+    pass(29);
+    EXPECT_TRUE(summary("T")) << "which is a reference";
+    pass(31);
+    EXPECT_FALSE(summary("T"));
     EXPECT_EQ(page("T"), Hits(1));
-    secondsAhead += 31 * minute;
-    pass();
-    EXPECT_FALSE(knows("T")) << "by its page";
+    pass(31);
+    EXPECT_FALSE(summary("T")) << "by its page";
     EXPECT_EQ(page("T"), Hits(1));
 
     // The disk was looked at when the service started, and is again four hours later.
     const std::string old = std::string(1024, '\0') + "2001-01-01 00:00:00";
     putContents(results_ + "/old._expire_.dat", old);
-    secondsAhead += 120 * minute;
-    pass();
+    pass(120);
     EXPECT_TRUE(hasFiles("old"));
-    secondsAhead += 60 * minute;
-    pass();
+    pass(60);
     EXPECT_TRUE(hasFiles("T") && !hasFiles("old"));
-    secondsAhead += 4 * day - 181 * minute;
-    pass();
+    pass(4 * minutesOfDay - 181);
     EXPECT_TRUE(hasFiles("T"));
-    secondsAhead += 250 * minute;
-    pass();
+    pass(250);
     EXPECT_FALSE(hasFiles("T"));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(results_), {}), 0);
 }
@@ -365,13 +302,12 @@ TEST_F(SearchManager, LeavesASearchAloneThatIsAtWork) {
     search("Idle");
     EXPECT_FALSE(manager_->deleteSearches({"Idle", "Used"}));
     EXPECT_EQ(page("Idle"), Hits(1));
-    EXPECT_FALSE(knows("Used") || page("Used"));
-    secondsAhead += 5 * day;
-    pass();
+    EXPECT_FALSE(summary("Used") || page("Used"));
+    pass(5 * minutesOfDay);
     EXPECT_TRUE(hasFiles("Used") && !hasFiles("Idle"));
     mayGoOn_.release();
     ended_.grab(Thread_Semaphore::Forever);
-    EXPECT_TRUE(knows("Used"));
+    EXPECT_TRUE(summary("Used"));
     EXPECT_EQ(page("Used"), Hits(1));
     EXPECT_TRUE(manager_->deleteSearches({"Idle", "Used"}) && !hasFiles("Used"));
 }
