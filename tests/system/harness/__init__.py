@@ -11,6 +11,8 @@ A World is a machine made up around an agent, for what depends on disks and tool
     QDV_STAGE   the staged tree to test; stage/ in the checkout if not set. That of a sanitizer build runs the same
                 tests under ASan, UBSan or TSan: a report on standard error fails the test in which it appears.
     QDV_SLOW    factor by which every time limit is stretched (1 if not set). Limits only end what hangs.
+    QDV_LOAD_SECONDS, QDV_LOAD_REQUESTS     how long searches run under load, and how many mixed requests memory is
+                measured over, where that is to be more than every day
 """
 
 from .agent import Agent, post_request
