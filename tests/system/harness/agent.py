@@ -107,6 +107,8 @@ class Agent:
         """Ends the process at once, as a crash would. Not counted as a fault."""
         self.process.kill()
         self.process.wait()
+        # A child that was about to run a program has the ports until it does.
+        wait_until(lambda: not any(port.is_listened_to() for port in self.ports), "the ports to be free")
         self._killed = self._end_is_expected = True
 
     def is_running(self):

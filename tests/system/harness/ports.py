@@ -15,6 +15,10 @@ class Port:
         self.holder.bind(("127.0.0.1", 0))
         self.number = self.holder.getsockname()[1]
 
+    def is_listened_to(self):
+        with socket.socket() as caller:
+            return caller.connect_ex(("127.0.0.1", self.number)) == 0
+
     def listen(self):
         """Takes the port for the test itself: who connects is left waiting, who binds is refused."""
         self.holder.listen(5)
