@@ -35,7 +35,7 @@ def test_hits_as_table_json_and_bare_paths(ctl, reporting, tmp_path):
     sought = ["search", "--volume", tmp_path, *at, *listen]
 
     table = ctl(*sought, "--volume", tmp_path / "two", "--volume", tmp_path / "none", "size", ">", "1M", "or", "name", "=", "onemore")
-    assert table.status == 1 and table.stderr == f"qdvctl: {tmp_path}/none: could not be searched (Error_Access)\n"
+    assert table.status == 1 and table.stderr == f"qdvctl: {tmp_path}/none: its search ended with Error_Access\n"
     rows = {line.split()[-1]: line.split()[:-1] for line in table.stdout.splitlines() if "  " in line}
     bytes_found = str(9 << 20)
     assert rows[str(tmp_path)] == ["5", "1", "4", bytes_found, "0"]

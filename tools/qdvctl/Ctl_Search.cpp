@@ -203,12 +203,11 @@ private:
                            [&](const std::string& volume) { return hits_.isReadable(volume); });
     }
     void showSummary(const SearchSummary& summary);
-    void tellFailures(const std::vector<Ctl_Node>& summary);
+    void tellFailures(std::vector<std::string> failed);
     bool hasFailed(std::size_t volume) const {
         const std::string status = reports_.status(volume);
         return !status.empty() && status != "OK";
     }
-    std::vector<std::string> searchedVolumes() const;
     void showHits();
 
     const Ctl_AgentOptions& agent_;
@@ -252,7 +251,8 @@ SearchSummary RunningSearch::waitForEnd() {
 
 void RunningSearch::showSummary(const SearchSummary& summary) {
     if (!summary && isListening_)
-        say("no summary came: the agent reports to another server");
+        say(reports_.progress().isReported ? "no summary came"
+                                           : "no summary came: the agent reports to another server");
     if (form_ == Ctl_HitForm::Json) {
         std::printf("%s\n",
                     Ctl_RenderJson({{"token", token_}}, summary.value_or(std::vector<Ctl_Node>())).c_str());
@@ -262,17 +262,15 @@ void RunningSearch::showSummary(const SearchSummary& summary) {
         if (summary)
             std::fprintf(stream, "%s\n", Ctl_ListVolumes(*summary).c_str());
     }
-    if (summary)
-        tellFailures(*summary);
+    tellFailures(summary ? Ctl_FailedItems(*summary) : std::vector<std::string>());
 }
 
-void RunningSearch::tellFailures(const std::vector<Ctl_Node>& summary) {
-    std::vector<std::string> failed = Ctl_FailedItems(summary);
+void RunningSearch::tellFailures(std::vector<std::string> failed) {
     isWhole_ = isWhole_ && failed.empty();
     for (std::size_t at = 0; at < volumes_.size(); ++at)
         if (hasFailed(at)) {
             isWhole_ = false;
-            say(volumes_[at] + ": could not be searched (" + reports_.status(at) + ")");
+            say(volumes_[at] + ": its search ended with " + reports_.status(at));
             std::erase(failed, volumes_[at]);
         }
     for (std::size_t at = 0; at < std::min(failed.size(), failuresTold); ++at)
@@ -295,28 +293,21 @@ void closeTable(const Ctl_SearchHits& hits, bool hasRefused, const std::string& 
         std::printf("There are more; all of them: %s --all\n", commandForAll.c_str());
 }
 
-std::vector<std::string> RunningSearch::searchedVolumes() const {
-    std::vector<std::string> searched;
-    for (std::size_t at = 0; at < volumes_.size(); ++at)
-        if (!hasFailed(at))
-            searched.push_back(volumes_[at]);
-    return searched;
-}
-
 void RunningSearch::showHits() {
-    bool hasRefused = false;
+    std::vector<std::string> readable = volumes_;
     for (std::size_t at = 0; at < volumes_.size() && !hits_.hasMore(); ++at) {
         const std::optional<Ctl_Reply> refusal = hits_.show(volumes_[at], 0);
         if (!refusal)
             continue;
-        hasRefused = true;
+        std::erase(readable, volumes_[at]);
         // Why has been told.
         if (!hasFailed(at))
             tellNoHits(volumes_[at], *refusal);
     }
+    const bool hasRefused = readable.size() < volumes_.size();
     isWhole_ = isWhole_ && !hasRefused;
     if (form_ == Ctl_HitForm::Table)
-        closeTable(hits_, hasRefused, commandForResults(agent_, token_, searchedVolumes()));
+        closeTable(hits_, hasRefused, commandForResults(agent_, token_, readable));
 }
 
 /// None if its ports cannot be had: then the search goes without reports.
