@@ -21,9 +21,8 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wformat=2 -Wnon-virtual-d
 add_compile_definitions(_FILE_OFFSET_BITS=64)
 
 if(CMAKE_UNITY_BUILD)
-    # Files compiled together: a constant of one seems shadowed by a local name of the next, and what is in an
-    # unnamed namespace seems to be in a header.
-    add_compile_options(-Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    # Files compiled together: a constant of one seems shadowed by a local name of the next.
+    add_compile_options(-Wno-shadow)
 endif()
 if(QDV_SANITIZE)
     add_compile_options(-fsanitize=${QDV_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g1)
