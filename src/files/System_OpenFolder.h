@@ -10,8 +10,8 @@
 #include <vector>
 
 /// Room for the entries of a directory that are read at once. Shared by the directories of one walk, which
-/// are read one after another.
-using System_FolderBuffer = std::array<char, std::size_t{64} * 1024>;
+/// are read one after another. Aligned for what the kernel writes there.
+struct alignas(8) System_FolderBuffer : std::array<char, std::size_t{64} * 1024> {};
 
 /// A directory that is open to be read, whose times are the same afterwards: its modification time is never
 /// written, and its access time, where reading changes it, is put back to the nanosecond. For one thread at a
