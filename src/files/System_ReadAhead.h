@@ -33,7 +33,7 @@ struct System_PreparedFolder {
 ///
 /// The walk offers the directories that it will come to and takes each when it has come there; one that the
 /// thread has not begun with by then the walk reads itself. Times are as if nobody had read: those of what
-/// was not taken are put back. What is prepared and not taken is some thousands of entries at most. The
+/// was not taken are put back. What is prepared and not taken is some ten thousand entries at most. The
 /// object belongs to the thread of the walk, and waits for the other one when it goes.
 class System_ReadAhead {
 public:

@@ -22,7 +22,8 @@ public:
     /// `path` is the directory of the results, which is made with the first search. `factory` is borrowed.
     /// False while the service runs, and without a factory.
     virtual bool init(const char* path, FileSearch_HandlerFactory* factory) = 0;
-    /// Deletes the searches and their files. False if one of them is at work; then nothing is deleted.
+    /// Deletes the searches and their files. False if one of them is at work; then those that are not are
+    /// forgotten, but every file stays.
     virtual bool deleteSearches(std::vector<std::string> tokens) = 0;
     /// Starts the search that the request's Method element tells of, with the audit parameters of
     /// `auditable`. False if it cannot be read, or its token is known or has files. Throws

@@ -54,7 +54,7 @@ private:
     Thread_Mutex mutex_; ///< guards the caller
 };
 
-/// Work that is a function.
+/// The look for what has expired, which the manager does for as long as it runs.
 class FileSearch_RunnableExpire : public Thread_Runnable {
 public:
     explicit FileSearch_RunnableExpire(std::function<void()> work) : work_(std::move(work)) {}
