@@ -3,6 +3,7 @@
 #include "config/Config_Document.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -65,12 +66,15 @@ std::string AgentConfig_Guid::getGuid(const std::string& targetHost) const {
 }
 
 void AgentConfig_Guid::setGuid(const std::string& guid, const std::string& targetHost) {
-    Pair* pair = find(targetHost);
-    if (pair == nullptr) {
-        pair = &append();
-        pair->setTargetHost(targetHost.c_str());
+    if (Pair* pair = find(targetHost)) {
+        pair->setGuid(guid.c_str());
+        return;
     }
-    pair->setGuid(guid.c_str());
+    // Whole before it is in the list: one without its host would pass for the agent's own.
+    auto made = AgentConfig_FactoryAllocateGuidTargetHostPair();
+    made->setTargetHost(targetHost.c_str());
+    made->setGuid(guid.c_str());
+    pairs_.push_back(std::move(made));
 }
 
 std::size_t AgentConfig_Guid::getTextLength() const {

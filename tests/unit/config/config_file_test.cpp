@@ -1,3 +1,4 @@
+#include "base/Failing_Memory.h"
 #include "base/Temporary_Directory.h"
 #include "config/AgentConfig_Configuration.h"
 #include "config/AgentConfig_Guid.h"
@@ -107,4 +108,35 @@ TEST_F(ConfigFileTest, PasswordIsNotShownToMoreThanBefore) {
     ASSERT_TRUE(agent_.writeFile());
     ASSERT_EQ(stat((directory_ / "agent.conf").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0600U);
+}
+
+TEST_F(ConfigFileTest, AFailedAllocationCostsNoFile) {
+    agent_.getConfig()->setServerHostname("before");
+    agent_.getConfig()->setPassword("secret");
+    agent_.getConfig()->addBindPair("127.0.0.1", 4000);
+    ASSERT_TRUE(agent_.writeFile());
+    const std::string before = contentsOf(directory_ / "agent.conf");
+    bool isDone = false;
+    const auto change = [&] {
+        isDone = false;
+        Config_File<AgentConfig_Configuration> file;
+        file.setPathname(directory_.path());
+        file.setFilename("agent.conf");
+        const bool isRead = file.readFile();
+        file.getConfig()->setServerHostname("after");
+        isDone = isRead && file.writeFile();
+    };
+    change();
+    ASSERT_TRUE(isDone);
+    const std::string after = contentsOf(directory_ / "agent.conf");
+    Failing_Memory::failEach(change, [&](unsigned long number, bool hasFailed) {
+        const std::string contents = contentsOf(directory_ / "agent.conf");
+        EXPECT_TRUE(contents == after || (hasFailed && contents == before)) << number << contents;
+        EXPECT_TRUE(contents == after || !isDone) << number;
+        EXPECT_EQ(directory_.entries(), 1U) << number;
+        putContents(directory_ / "agent.conf", before);
+        change();
+        EXPECT_EQ(contentsOf(directory_ / "agent.conf"), after) << number;
+        putContents(directory_ / "agent.conf", before);
+    });
 }

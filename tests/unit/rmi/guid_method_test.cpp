@@ -1,3 +1,4 @@
+#include "base/Failing_Memory.h"
 #include "rmi/AgentRMI_GuidMethod.h"
 #include "rmi/AgentRMI_Identities.h"
 #include "xml/Xerces_Document.h"
@@ -40,6 +41,35 @@ TEST_F(GuidMethod, LeavesRoomForItsOwnIdentityHoweverLongTheOthersAre) {
     EXPECT_EQ(judged(strict, longest.c_str()), longest);
     EXPECT_EQ(stored(), longest);
     EXPECT_EQ(stored("30"), longest);
+}
+
+TEST_F(GuidMethod, AFailedAllocationCostsNoIdentity) {
+    AgentConfig_Guid& identities = *gGuidConfig->getConfig();
+    const auto startAgain = [&] {
+        identities.deallocateGuidTargetHostPairs();
+        identities.setGuid("own");
+        return gGuidConfig->writeFile();
+    };
+    ASSERT_TRUE(startAgain());
+    const std::string first(100, 'g');
+    const std::string host(100, 'h');
+    std::string told;
+    const auto take = [&] {
+        told = "refused";
+        told = judged(lax, first.c_str(), host.c_str());
+    };
+    Failing_Memory::failEach(take, [&](unsigned long number, bool hasFailed) {
+        EXPECT_EQ(stored(), "own") << number;
+        EXPECT_TRUE(told == "refused" ? hasFailed : told == first) << number << told;
+        EXPECT_TRUE(told == "refused" || stored(host) == first) << number;
+        take();
+        EXPECT_EQ(told, first) << number;
+        EXPECT_TRUE(identities.getGuid() == "own" && identities.getGuid(host) == first) << number;
+        EXPECT_EQ(identities.getNumberOfPairs(), 2U) << number;
+        EXPECT_EQ(judged(lax, "more", "more"), "more") << number;
+        EXPECT_TRUE(stored() == "own" && stored(host) == first) << number;
+        EXPECT_TRUE(startAgain());
+    });
 }
 
 } // namespace

@@ -1,6 +1,8 @@
+#include "base/Failing_Memory.h"
 #include "host/Host_RecordedHost.h"
 #include "model/Audit_Log.h"
 #include "model/Audit_XML.h"
+#include "model/Auditable_TryAudit.h"
 #include "model/System_AuditFailures.h"
 #include "storage/Storage_Container.h"
 
@@ -178,6 +180,44 @@ TEST(FailingHost, CostsOnlyWhatDependsOnTheAnswer) {
         EXPECT_EQ(audited(machineWithout(line, answer)), names) << line << answer;
         EXPECT_NE(log.messages().find(message), std::string::npos) << log.messages();
     }
+}
+
+TEST(FailingHost, AFailedAllocationCostsOneAuditAtMost) {
+    Host_RecordedHost host(Host_ParseRecord(machine()));
+    gStorageContainer = std::make_unique<Storage_Container>();
+    std::string form;
+    const auto audit = [&] { // all levels, as one request
+        form.clear();
+        System_AuditFailures failures;
+        gStorageContainer->clear();
+        for (const Storage_Level& level : Storage_Levels) {
+            Storage_Collection* collection = gStorageContainer->allocate(level.type);
+            if (collection == nullptr)
+                return;
+            collection->setHost(host);
+            collection->registerAuditFailureHandler(&failures);
+        }
+        const Xerces_DocumentPtr document = Xerces_CreateDocument("Root");
+        for (const Storage_Level& level : Storage_Levels)
+            if (Storage_Collection& collection = *gStorageContainer->get(level.type);
+                !collection.hasAudited())
+                Auditable_TryAudit(collection);
+        for (const Storage_Level& level : Storage_Levels)
+            gStorageContainer->get(level.type)->serialize(document.get(), Xerces_Root(*document), nullptr);
+        failures.serialize(document.get(), Xerces_Root(*document), nullptr);
+        form = Xerces_Serialize(*document);
+        for (const Storage_Level& level : Storage_Levels)
+            gStorageContainer->get(level.type)->cleanupAfterAudit();
+    };
+    audit();
+    const std::string whole = form;
+    EXPECT_NE(whole.find("/dev/md0"), std::string::npos);
+    const unsigned long last = Failing_Memory::failEach(audit, [&](unsigned long number, bool) {
+        audit();
+        EXPECT_EQ(form, whole) << number;
+    });
+    EXPECT_GT(last, 300U);
+    gStorageContainer.reset();
 }
 
 } // namespace

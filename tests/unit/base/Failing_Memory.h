@@ -1,0 +1,78 @@
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+/// While it lives, one allocation fails, on whatever thread: the `number`-th from now, counted from 1.
+///
+/// One source file of a program includes this, and the program is linked with --wrap=malloc: what is linked
+/// into it then comes here for malloc, and everything, shared libraries too, for operator new.
+class Failing_Memory {
+public:
+    explicit Failing_Memory(unsigned long number) { left_ = number; }
+    Failing_Memory(const Failing_Memory&) = delete;
+    Failing_Memory& operator=(const Failing_Memory&) = delete;
+    ~Failing_Memory() { left_ = 0; }
+
+    /// Does `work` with its first, second and so on allocation failed, and each time `check` behind it, until
+    /// nothing failed any more. Larger numbers are samples. `work` may throw. Gives the last number.
+    template <typename Work, typename Check>
+    static unsigned long failEach(Work work, Check check) {
+        for (unsigned long number = 1;; number += 1 + number / samplesFrom) {
+            bool failed = false;
+            {
+                const Failing_Memory failing(number);
+                try {
+                    work();
+                } catch (...) { // NOLINT(bugprone-empty-catch): one way to fail
+                }
+                failed = hasFailed();
+            }
+            check(number, failed);
+            if (!failed)
+                return number;
+        }
+    }
+
+    static bool hasFailed() { return left_ == 0; }
+
+    /// Null for the allocation that is to fail.
+    static void* allocate(std::size_t size);
+
+private:
+    static constexpr unsigned long samplesFrom = 300;
+    static inline std::atomic<unsigned long> left_ = 0;
+};
+
+extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier): names that the linker makes
+void* __real_malloc(std::size_t size);
+void* __wrap_malloc(std::size_t size) {
+    return Failing_Memory::allocate(size);
+}
+// NOLINTEND(bugprone-reserved-identifier)
+}
+
+void* Failing_Memory::allocate(std::size_t size) {
+    unsigned long left = left_;
+    while (left != 0 && !left_.compare_exchange_weak(left, left - 1)) {
+    }
+    return left == 1 ? nullptr : __real_malloc(std::max<std::size_t>(size, 1));
+}
+
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    if (void* block = Failing_Memory::allocate(size))
+        return block;
+    throw std::bad_alloc();
+}
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return Failing_Memory::allocate(size);
+}
+[[gnu::noinline]] void operator delete(void* block) noexcept {
+    std::free(block);
+}
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
