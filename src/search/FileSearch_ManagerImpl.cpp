@@ -160,8 +160,7 @@ bool FileSearch_ManagerImpl::startSearch(xercesc::DOMElement& method, const Audi
     search->setPath(path_.c_str());
     bool exists = true;
     if (!search->copyAuditParameters(&auditable) || !search->parseSearchCriteria(&method) ||
-        searches_.contains(search->getToken()) || !search->checkSearchExistence(exists) || exists ||
-        !search->createNewFileSearch())
+        searches_.contains(search->getToken()) || !search->checkSearchExistence(exists) || exists)
         return false;
     auto runnable = std::make_unique<FileSearch_RunnableSearch>(
         search, handlerFactory_->createProgressHandler(), handlerFactory_->createCompleteHandler());
@@ -171,7 +170,8 @@ bool FileSearch_ManagerImpl::startSearch(xercesc::DOMElement& method, const Audi
     const auto known = searches_.emplace(search->getToken(), search).first;
     bool isTaken = false;
     try {
-        isTaken = handOver(pool, std::move(runnable));
+        // The file takes the token for days, so all memory is there before it is made.
+        isTaken = search->createNewFileSearch() && handOver(pool, std::move(runnable));
     } catch (...) {
         searches_.erase(known);
         throw;
@@ -205,9 +205,10 @@ bool FileSearch_ManagerImpl::lookupResults(FileSearch_SortCaller* caller, xerces
             const std::shared_ptr<FileSearch_Search> search = searchOfPage(*method, hostTarget);
             if (!search)
                 return false;
+            // From its construction on the runnable sees to it that the search becomes idle again.
+            auto runnable = std::make_unique<FileSearch_RunnableSort>(search, *caller, *document, *parent);
             search->setAction(FileSearch_Search::ReadingResults);
-            return handOver(sortPool_,
-                            std::make_unique<FileSearch_RunnableSort>(search, *caller, *document, *parent));
+            return handOver(sortPool_, std::move(runnable));
         });
     if (!isTaken)
         DEBUG_LOG("FileSearch_ManagerImpl::lookupResults exit with error\n");
@@ -238,7 +239,11 @@ std::shared_ptr<FileSearch_Search> FileSearch_ManagerImpl::searchOfPage(xercesc:
 
 void FileSearch_ManagerImpl::performExpire() {
     while (!isDown()) {
-        expireSearches();
+        try {
+            expireSearches();
+        } catch (...) {
+            DEBUG_LOG("FileSearch: checking for expiration failed with exception\n");
+        }
         waitForSemaphore(millisecondsBetweenPasses);
     }
 }

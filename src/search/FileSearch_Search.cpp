@@ -204,7 +204,7 @@ bool FileSearch_Search::createNewFileSearch() {
     FileSearch_ExpireFile file;
     if (!file.setPath(token_.c_str(), path_.c_str()) || !file.openFile())
         return false;
-    const bool isMade = file.createNewFile();
+    const bool isMade = XMLSerializable_Attempt([&] { return file.createNewFile(); });
     // A disk that is full for a moment is not to take the token for days.
     if (!isMade)
         File_Delete(file.getPath().c_str());
@@ -269,16 +269,19 @@ bool FileSearch_Search::audit() {
     DEBUG_LOG("FileSearch_Search::audit\n");
     refreshLastReferenced();
     nextProgressTime_ = now() + progressInterval;
-    const std::unique_ptr<System_FileIterator> iterator = System_FactoryAllocateFileIterator();
-    const bool isDone = iterator != nullptr && iterator->copyAuditParameters(this) &&
-                        XMLSerializable_Attempt([&] { return searchVolumes(*iterator); });
+    const bool isDone = XMLSerializable_Attempt([&] {
+        const std::unique_ptr<System_FileIterator> iterator = System_FactoryAllocateFileIterator();
+        return iterator != nullptr && iterator->copyAuditParameters(this) && searchVolumes(*iterator);
+    });
     curVolStat_ = nullptr;
     if (isDone) {
         DEBUG_LOG("FileSearch_Search::audit successful\n");
     } else {
         DEBUG_LOG("FileSearch_Search::audit exit with error\n");
-        results_.close();
-        deleteSearchFiles();
+        XMLSerializable_Attempt([&] {
+            results_.close();
+            return deleteSearchFiles();
+        });
     }
     setAction(Idle);
     setAuditResult(isDone);
@@ -443,18 +446,19 @@ std::optional<bool> FileSearch_Search::matches(System_FileSystemObject& fso) {
 bool FileSearch_Search::serializeResults(xercesc::DOMDocument* document, xercesc::DOMElement* parent) {
     DEBUG_LOG("FileSearch_Search::serializeResults: '%s'\n", token_.c_str());
     refreshLastReferenced();
-    const bool isWritten =
-        document != nullptr && parent != nullptr && refreshExpireFile() && XMLSerializable_Attempt([&] {
-            XMLSerializable_Element results(document, nullptr, "SearchResults");
-            Xerces_SetAttribute(*results, "token", token_);
-            Xerces_SetAttribute(*results, "volumeName", lookupVolume_);
-            Xerces_SetAttribute(*results, "startIndex", std::to_string(startIndex_));
-            Xerces_SetAttribute(*results, "numResults", std::to_string(numResults_));
-            if (!writePage(*results))
-                return false;
-            results.appendTo(parent);
-            return true;
-        });
+    const bool isWritten = document != nullptr && parent != nullptr && XMLSerializable_Attempt([&] {
+                               if (!refreshExpireFile())
+                                   return false;
+                               XMLSerializable_Element results(document, nullptr, "SearchResults");
+                               Xerces_SetAttribute(*results, "token", token_);
+                               Xerces_SetAttribute(*results, "volumeName", lookupVolume_);
+                               Xerces_SetAttribute(*results, "startIndex", std::to_string(startIndex_));
+                               Xerces_SetAttribute(*results, "numResults", std::to_string(numResults_));
+                               if (!writePage(*results))
+                                   return false;
+                               results.appendTo(parent);
+                               return true;
+                           });
     if (!isWritten)
         DEBUG_LOG("FileSearch_Search::serializeResults: exit with error\n");
     setAction(Idle);

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <new>
+#include <thread>
 
 /// While it lives, one allocation fails, on whatever thread: the `number`-th from now, counted from 1.
 ///
@@ -17,9 +20,11 @@ public:
     ~Failing_Memory() { left_ = 0; }
 
     /// Does `work` with its first, second and so on allocation failed, and each time `check` behind it, until
-    /// nothing failed any more. Larger numbers are samples. `work` may throw. Gives the last number.
+    /// nothing failed any more. Larger numbers are samples. `work` may throw. What it leaves to other threads
+    /// is waited for until `isOver`. Gives the last number.
     template <typename Work, typename Check>
-    static unsigned long failEach(Work work, Check check) {
+    static unsigned long failEach(
+        Work work, Check check, const std::function<bool()>& isOver = [] { return true; }) {
         for (unsigned long number = 1;; number += 1 + number / samplesFrom) {
             bool failed = false;
             {
@@ -28,6 +33,8 @@ public:
                     work();
                 } catch (...) { // NOLINT(bugprone-empty-catch): one way to fail
                 }
+                while (!isOver())
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
                 failed = hasFailed();
             }
             check(number, failed);

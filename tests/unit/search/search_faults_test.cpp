@@ -1,3 +1,4 @@
+#include "base/Failing_Memory.h"
 #include "base/Temporary_Directory.h"
 #include "model/Auditable_Auditable.h"
 #include "search/FileSearch_Manager.h"
@@ -122,7 +123,10 @@ protected:
         SearchManager& owner;
     };
     struct Complete : FileSearch_CompleteHandler {
-        explicit Complete(SearchManager& told) : owner(told) {}
+        explicit Complete(SearchManager& told) : owner(told) { ++owner.searches_; }
+        Complete(const Complete&) = delete;
+        Complete& operator=(const Complete&) = delete;
+        ~Complete() override { --owner.searches_; }
         bool handleSearchComplete(const char*, bool&, const char*) override {
             owner.ended_.release();
             return true;
@@ -165,12 +169,15 @@ protected:
         manager_->signalSemaphore();
         waitForPass(before);
     }
-    bool begin(const std::string& token) {
-        const Xerces_DocumentPtr request = Xerces_Parse(
+    Xerces_DocumentPtr requestOf(const std::string& token) const {
+        return Xerces_Parse(
             "<Method><Condition><Predicate valueName='name' operator='isAnything'/></Condition><Token>" +
                 token + "</Token><AccountID>1</AccountID><Volumes><Volume name='" + volumes_[0] +
                 "'/><Volume name='" + volumes_[1] + "'/></Volumes></Method>",
             "test");
+    }
+    bool begin(const std::string& token) {
+        const Xerces_DocumentPtr request = requestOf(token);
         Parameters parameters;
         return manager_->performNewSearch(Xerces_Root(*request), &parameters);
     }
@@ -186,14 +193,18 @@ protected:
         return isKnown ? std::move(document) : nullptr;
     }
     Hits page(const std::string& token, unsigned volume = 1) {
-        FileSearch_SortCaller caller;
-        const Xerces_DocumentPtr request =
-            Xerces_Parse("<Method><Token>" + token + "</Token><Volume>" + volumes_[volume] +
-                             "</Volume><NumResults>99999</NumResults></Method>",
-                         "test");
+        const Xerces_DocumentPtr request = requestOfPage(token, volume);
         const Xerces_DocumentPtr reply = Xerces_CreateDocument("Reply");
-        if (!manager_->lookupResults(&caller, Xerces_Root(*request), reply.get(), Xerces_Root(*reply),
-                                     nullptr))
+        return page(*request, reply.get());
+    }
+    Xerces_DocumentPtr requestOfPage(const std::string& token, unsigned volume) const {
+        return Xerces_Parse("<Method><Token>" + token + "</Token><Volume>" + volumes_[volume] +
+                                "</Volume><NumResults>99999</NumResults></Method>",
+                            "test");
+    }
+    Hits page(xercesc::DOMDocument& request, xercesc::DOMDocument* reply) {
+        FileSearch_SortCaller caller;
+        if (!manager_->lookupResults(&caller, Xerces_Root(request), reply, Xerces_Root(*reply), nullptr))
             return std::nullopt;
         caller.waitUntilSortCompleted();
         return caller.getResult() ? Hits(Xerces_Descendants(*Xerces_Root(*reply), "FSO").size())
@@ -221,6 +232,7 @@ protected:
     std::atomic<bool> isHolding_ = false;
     Thread_Semaphore mayGoOn_;
     Thread_Semaphore ended_;
+    std::atomic<int> searches_ = 0; ///< that have not ended, however they do
     std::vector<FileSearchProgressStatus> statuses_;
     const std::unique_ptr<FileSearch_Manager> manager_ = FileSearch_FactoryAllocateManager();
 };
@@ -310,6 +322,64 @@ TEST_F(SearchManager, LeavesASearchAloneThatIsAtWork) {
     EXPECT_TRUE(summary("Used"));
     EXPECT_EQ(page("Used"), Hits(1));
     EXPECT_TRUE(manager_->deleteSearches({"Idle", "Used"}) && !hasFiles("Used"));
+}
+
+TEST_F(SearchManager, IsAsBeforeWhenAnAllocationHasFailed) {
+    statuses_.reserve(9);
+    Xerces_DocumentPtr request = requestOf("T");
+    Xerces_DocumentPtr reply;
+    const auto nothingIsLeft = [&](unsigned long number) {
+        EXPECT_TRUE(manager_->deleteSearches({"T"})) << number;
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(results_), {}), 0) << number;
+    };
+    const auto isAsBefore = [&](unsigned long number, bool) {
+        EXPECT_EQ(page("T"), Hits(1)) << number;
+        EXPECT_TRUE(summary("T")) << number;
+        reply = Xerces_CreateDocument("Reply");
+    };
+    Failing_Memory::failEach(
+        [&] {
+            statuses_.clear();
+            Parameters parameters;
+            manager_->performNewSearch(Xerces_Root(*request), &parameters);
+        },
+        [&](unsigned long number, bool hasFailed) {
+            const bool hasEnded = ended_.grab(0) == Thread_Semaphore::Granted;
+            EXPECT_TRUE(summary("T") || !hasEnded) << number;
+            if (!hasFailed)
+                isAsBefore(number, hasFailed);
+            nothingIsLeft(number);
+        },
+        [&] { return searches_ == 0; });
+    search("T");
+    isAsBefore(0, false);
+    request = requestOfPage("T", 1);
+    Failing_Memory::failEach([&] { page(*request, reply.get()); }, isAsBefore);
+    Failing_Memory::failEach([&] { manager_->serializeSummary("T", reply.get(), Xerces_Root(*reply)); },
+                             isAsBefore);
+    Failing_Memory::failEach([&] { manager_->deleteSearches({"T"}); },
+                             [&](unsigned long number, bool) {
+                                 nothingIsLeft(number);
+                                 search("T");
+                             });
+    unsigned before = 0;
+    Failing_Memory::failEach(
+        [&] {
+            secondsAhead += 5 * minutesOfDay * 60;
+            before = looksAtClock;
+            manager_->signalSemaphore();
+        },
+        [&](unsigned long number, bool) {
+            pass(5 * minutesOfDay);
+            nothingIsLeft(number);
+            search("T");
+        },
+        [&] {
+            if (looksAtClock == before && !Failing_Memory::hasFailed())
+                return false;
+            manager_->serializeSummary("none", nullptr, nullptr); // waits for the pass
+            return true;
+        });
 }
 
 } // namespace
