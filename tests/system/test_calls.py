@@ -166,11 +166,12 @@ def test_credentials_are_sent_when_they_are_asked_for(start, server):
         assert second.headers[answered_by] == "Basic " + b64encode(b"agent:pass:word").decode()
         for challenge in (basic, basic + asked_by + "Authenticate: Digest\r\n", basic.replace('"', "")):
             assert len(ping(FAILED, code, challenge, challenge)) <= 2
-        for realm, more in (("x", ""), ("a b", ', qop="auth", opaque="o"')):
-            challenge = f'{asked_by}Authenticate: Digest realm="{realm}", nonce="n0nce"{more}\r\n'
+        for realm, more in (("x", ""), ("a, b", ', qop="auth-int, auth", opaque="o"'), ("c", ", qop=auth, algorithm=MD5-sess")):
+            challenge = f'{basic}{asked_by}Authenticate: Digest realm="{realm}", nonce="n0nce"{more}\r\n'
             first, second = ping(SUCCESS, code, challenge)
             assert first.headers[answered_by] is None
             assert_digest(second.headers[answered_by], "agent", "pass:word", realm, "n0nce")
+            assert ('opaque="o"' in second.headers[answered_by]) == ("opaque" in more)
         assert ping(SUCCESS, code)[-1].headers[answered_by] is None
 
 
@@ -180,12 +181,16 @@ def assert_digest(header, user, password, realm, nonce):
     quoted = {name: quotes or bare for name, quotes, bare in re.findall(r'(\w+)=(?:"([^"]*)"|([^",\s]+))', rest)}
     assert scheme == "Digest" and password not in header
     assert (quoted["username"], quoted["realm"], quoted["nonce"]) == (user, realm, nonce)
+    assert quoted.get("nc", "00000001") == "00000001"
 
     def md5(*parts):
         return hashlib.md5(":".join(parts).encode()).hexdigest()
 
     middle = [quoted["nc"], quoted["cnonce"], quoted["qop"]] if "qop" in quoted else []
-    expected = md5(md5(user, realm, password), nonce, *middle, md5("POST", quoted["uri"]))
+    key = md5(user, realm, password)
+    if quoted.get("algorithm") == "MD5-sess":
+        key = md5(key, nonce, quoted["cnonce"])
+    expected = md5(key, nonce, *middle, md5("POST", quoted["uri"]))
     assert quoted["response"] == expected, header
 
 

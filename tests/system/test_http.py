@@ -293,10 +293,15 @@ def test_who_wants_certificates_is_refused(agent):
 
 
 @pytest.mark.parametrize("suites", ["AECDH:@SECLEVEL=0", "ADH:@SECLEVEL=0", "ADH:AECDH:@SECLEVEL=0"])
-def test_sessions_can_be_resumed(agent, suites):
+@pytest.mark.parametrize("options", [0, ssl.OP_NO_TICKET], ids=["tickets", "none"])
+def test_sessions_can_be_resumed(agent, suites, options):
+    """Of both kinds of suites the server takes the cheaper one, and it says goodbye before it closes."""
     context, session = anonymous_tls(suites), None
+    context.options |= options
     for resumed in (False, True):
         with Connection(agent.port, tls=context, session=session) as connection:
-            assert connection.ask(GET11).status == 200
+            assert connection.ask(GET).status == 200
             assert (connection.socket.version(), connection.socket.session_reused) == ("TLSv1.2", resumed)
+            assert connection.socket.cipher()[0].startswith("AECDH-") == ("AECDH" in suites)
             session = connection.socket.session
+            connection.socket.unwrap()

@@ -18,7 +18,7 @@ POST = "POST /nxCommand HTTP/1.1\r\nContent-Type: text/xml\r\n"
 
 
 def time_limits(agent, own_port):
-    """SO_RCVTIMEO and SO_SNDTIMEO of the agent's connections with that port of ours."""
+    """Of the agent's connections with that port of ours: of reading, of writing, and until a vanished peer is noticed."""
     libc = ctypes.CDLL(None, use_errno=True)
     process, found = libc.syscall(PIDFD_OPEN, agent.pid, 0), []
     for descriptor in agent.descriptors():
@@ -30,6 +30,11 @@ def time_limits(agent, own_port):
                         struct.unpack("ll", borrowed.getsockopt(socket.SOL_SOCKET, option, 16))[0]
                         for option in (socket.SO_RCVTIMEO, socket.SO_SNDTIMEO)
                     ]
+                    idle, interval, probes = (
+                        borrowed.getsockopt(socket.IPPROTO_TCP, option)
+                        for option in (socket.TCP_KEEPIDLE, socket.TCP_KEEPINTVL, socket.TCP_KEEPCNT)
+                    )
+                    found.append(borrowed.getsockopt(socket.SOL_SOCKET, socket.SO_KEEPALIVE) * (idle + interval * probes))
         except OSError:
             if copy != -1:
                 continue  # no socket, or one without a peer
@@ -50,12 +55,12 @@ def test_no_wait_is_without_limit(start, server):
             if begun == GET11:
                 connection.read_reply()
             own_port = connection.socket.getsockname()[1]
-            wait_until(lambda: time_limits(agent, own_port) == [LIMIT, LIMIT], "the limits")
+            wait_until(lambda: time_limits(agent, own_port) == [LIMIT] * 3, "the limits")
     assert agent.outcome("SetCallServerWithSSL", "<x>true</x>", uuid="id", tls=tls) == SUCCESS
     with server.holding(), agent.connect() as connection:
         connection.send(post_request(envelope("PingServer")))
         server.wait_calls("Ping")
-        assert time_limits(agent, server.tls_port) == [LIMIT, LIMIT]
+        assert time_limits(agent, server.tls_port) == [LIMIT] * 3
 
 
 def test_connections_leave_descriptors_for_work(start):

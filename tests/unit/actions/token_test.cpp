@@ -31,7 +31,7 @@ bool stops(System_SecurityToken_Manager& store) {
 TEST(SecurityTokens, AreRedeemedOnce) {
     System_SecurityToken_Manager store;
     EXPECT_EQ(store.getSecuityToken("1"), nullptr);
-    EXPECT_TRUE(store.addSecurityToken("1", "user", "pass"));
+    EXPECT_TRUE(store.addSecurityToken("1", "user \x01\x7F\x80\xFF", "p\xC3\xA9"));
     EXPECT_TRUE(store.addSecurityToken("1", "other", "other"));
     EXPECT_TRUE(store.addSecurityToken("2", nullptr, nullptr));
     EXPECT_FALSE(store.addSecurityToken("3", nullptr));
@@ -43,7 +43,7 @@ TEST(SecurityTokens, AreRedeemedOnce) {
     ASSERT_NE(token, nullptr);
     token->getUser(user);
     token->getPass(password);
-    EXPECT_EQ(user + ":" + password, "user:pass");
+    EXPECT_EQ(user + ":" + password, "user \x01\x7F\x80\xFF:p\xC3\xA9");
     EXPECT_EQ(store.getSecuityToken("1"), nullptr);
 
     const auto empty = store.getSecuityToken("2");

@@ -33,32 +33,22 @@ using Answer = std::function<bool(HTTP_File&)>;
 class TestServer {
 public:
     explicit TestServer(Answer answer) : factory_(std::move(answer)) {
-        started_ = server_.init({&pair_}, &gSSLFactory, &factory_, 5) && server_.start();
-        EXPECT_TRUE(started_);
+        running_ = server_.init({&pair_}, &gSSLFactory, &factory_, 5) && server_.start();
+        EXPECT_TRUE(running_);
         port_ = server_.getPorts().at(0);
     }
     TestServer(const TestServer&) = delete;
     TestServer& operator=(const TestServer&) = delete;
     ~TestServer() {
-        if (started_) {
-            EXPECT_TRUE(stop());
+        for (unsigned attempt = 0; running_ && attempt < 6000; ++attempt) {
+            server_.shutdown(running_, attempt, false);
+            if (running_)
+                ::usleep(10000);
         }
+        EXPECT_FALSE(running_) << "a thread is left";
     }
 
     unsigned short port() const { return port_; }
-    HTTP_ServerImpl& server() { return server_; }
-
-    /// Whether no thread was left after that many attempts, 10 ms apart.
-    bool stop(unsigned attempts = 6000) {
-        started_ = false;
-        bool stillRunning = true;
-        for (unsigned attempt = 0; attempt < attempts && stillRunning; ++attempt) {
-            if (attempt != 0)
-                ::usleep(10000);
-            server_.shutdown(stillRunning, attempt, false);
-        }
-        return !stillRunning;
-    }
 
 private:
     struct Handler : HTTP_RequestHandler {
@@ -83,7 +73,7 @@ private:
     Factory factory_;
     HTTP_ServerImpl server_;
     unsigned short port_ = 0;
-    bool started_ = false;
+    bool running_ = false;
 };
 
 inline bool answerFine(HTTP_File& file) {

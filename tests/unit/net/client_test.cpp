@@ -1,5 +1,4 @@
 #include "TestServer.h"
-#include "net/HTTP_Digest.h"
 #include "net/HTTP_Exception.h"
 #include "net/HTTP_Session.h"
 #include "net/HTTP_Types.h"
@@ -12,7 +11,6 @@
 #include <vector>
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 
@@ -110,15 +108,6 @@ std::string ownAddress() {
            '.' + std::to_string(process % 256);
 }
 
-std::string parameterOf(const std::string& request, const std::string& name) {
-    const std::size_t begin = request.find(", " + name + "=");
-    EXPECT_NE(begin, std::string::npos) << name << " in " << request;
-    std::string value = request.substr(begin + name.size() + 3);
-    value = value.substr(0, value.find_first_of(",\r"));
-    std::erase(value, '"');
-    return value;
-}
-
 } // namespace
 
 TEST(HTTP_Client, SendsOneRequestAndReadsOneReply) {
@@ -170,47 +159,6 @@ TEST(HTTP_Client, ABrokenReplyIsAFailure) {
         ScriptedPeer peer({reply});
         Call call(peer.port());
         EXPECT_FALSE(call.send()) << reply;
-    }
-}
-
-TEST(HTTP_Client, ADigestChallengeIsPreferredAndAnsweredByTheStandard) {
-    const struct {
-        const char* refusal;
-        const char* prefix;
-        const char* parameters;
-        const char* qop;
-        bool session;
-    } cases[] = {{"401 X", "WWW-", ", qop=\"auth-int, auth\"", "auth", false},
-                 {"407 X", "Proxy-", "", "", false},
-                 {"407 X", "Proxy-", ", qop=auth, algorithm=MD5-sess", "auth", true}};
-    for (const auto& row : cases) {
-        const std::string challenge = std::string("\r\n") + row.prefix + "Authenticate: ";
-        ScriptedPeer peer({std::string("HTTP/1.1 ") + row.refusal + challenge + "Basic realm=\"b\"" +
-                               challenge + "Digest realm=\"r, s\", nonce=\"n0\", opaque=\"op\"" +
-                               row.parameters + "\r\nContent-Length: 0\r\n\r\n",
-                           "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"});
-        Call call(peer.port());
-        ASSERT_TRUE(call.send());
-        ASSERT_EQ(peer.requests().size(), 2U);
-        const std::string& request = peer.requests()[1];
-        EXPECT_THAT(request,
-                    HasSubstr("uthorization: Digest username=\"Mufasa\", realm=\"r, s\", nonce=\"n0\", "
-                              "uri=\"/BrindlexServer\", "));
-        const bool counted = row.qop[0] != '\0';
-        const std::string cnonce = counted ? parameterOf(request, "cnonce") : "";
-        EXPECT_EQ(cnonce.size(), counted ? 8U : 0U);
-        const HTTP_DigestInput input{.username = "Mufasa",
-                                     .realm = "r, s",
-                                     .password = "Circle Of Life",
-                                     .method = "POST",
-                                     .uri = "/BrindlexServer",
-                                     .nonce = "n0",
-                                     .qop = row.qop,
-                                     .nonceCount = counted ? "00000001" : "",
-                                     .cnonce = cnonce,
-                                     .sessionKey = row.session};
-        EXPECT_EQ(parameterOf(request, "response"), HTTP_DigestResponse(input)) << request;
-        EXPECT_EQ(parameterOf(request, "opaque"), "op");
     }
 }
 

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <netinet/tcp.h>
 #include <sys/resource.h>
 #include <thread>
 #include <vector>
@@ -81,59 +80,4 @@ TEST(HTTP_Server, AShortageOfDescriptorsPasses) {
     EXPECT_TRUE(waiting.isSilent(0)) << "the shortage did not reach the server";
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &original), 0);
     EXPECT_EQ(waiting.readToEnd(), replyWith("200 OK", "fine", false));
-}
-
-TEST(HTTP_Server, StopsWhenIdleAndNotBeforeItsConnectionsEnd) {
-    TestServer server(answerFine);
-    ASSERT_TRUE(server.stop());
-    bool stillRunning = true;
-    EXPECT_FALSE(server.server().shutdown(stillRunning, 0, true)) << "a stopped server is stopped again";
-
-    TestServer busy(answerFine);
-    auto client = std::make_unique<RawClient>(busy.port());
-    client->send("GET / HTTP/1.1\r\n\r\n");
-    ASSERT_TRUE(client->await("fine"));
-    EXPECT_FALSE(busy.stop(5));
-    client.reset();
-    EXPECT_TRUE(busy.stop());
-}
-
-TEST(HTTP_Server, AFailedInitLeavesNothingBound) {
-    TestServer taken(answerFine);
-    HTTP_AddressPortPair free("127.0.0.1", 0), same("127.0.0.1", taken.port()), noAddress("", 0),
-        noPort("127.0.0.1", 65536);
-    struct : HTTP_RequestHandlerFactory {
-        std::unique_ptr<HTTP_RequestHandler> createHandler() override { return nullptr; }
-    } factory;
-    for (HTTP_AddressPortPair* bad : {&same, &noAddress, &noPort}) {
-        HTTP_ServerImpl server;
-        EXPECT_FALSE(server.init({&free, bad}, &gSSLFactory, &factory, 5));
-        EXPECT_TRUE(server.getPorts().empty());
-    }
-    HTTP_ServerImpl server;
-    EXPECT_FALSE(server.init({&free}, nullptr, &factory, 5));
-    EXPECT_FALSE(server.init({&free}, &gSSLFactory, nullptr, 5));
-    EXPECT_FALSE(server.start());
-    HTTP_ServerImpl two;
-    ASSERT_TRUE(two.init({&free, nullptr, &free}, &gSSLFactory, &factory, 0));
-    EXPECT_EQ(two.getPorts().size(), 2U);
-}
-
-TEST(HTTP_Server, ConnectionsNoticeAVanishedPeer) {
-    const RawClient socket;
-    ASSERT_TRUE(Socket_PrepareTCP(socket.descriptor()));
-    const auto option = [&](int level, int name) {
-        int value = 0;
-        socklen_t size = sizeof value;
-        EXPECT_EQ(::getsockopt(socket.descriptor(), level, name, &value, &size), 0);
-        return value;
-    };
-    EXPECT_EQ(option(SOL_SOCKET, SO_KEEPALIVE), 1);
-    EXPECT_EQ(option(IPPROTO_TCP, TCP_KEEPIDLE) +
-                  option(IPPROTO_TCP, TCP_KEEPINTVL) * option(IPPROTO_TCP, TCP_KEEPCNT),
-              180);
-    timeval sendLimit{};
-    socklen_t size = sizeof sendLimit;
-    ASSERT_EQ(::getsockopt(socket.descriptor(), SOL_SOCKET, SO_SNDTIMEO, &sendLimit, &size), 0);
-    EXPECT_EQ(sendLimit.tv_sec, 180);
 }

@@ -62,23 +62,6 @@ const std::string answer = "\r\n\r\nfine";
 
 } // namespace
 
-TEST(TLS, SessionsAreResumedWithoutTicketsToo) {
-    TestServer server(answerFine);
-    TLSClient first(server.port());
-    SSL_set_options(first.ssl(), SSL_OP_NO_TICKET);
-    ASSERT_TRUE(first.handshake());
-    EXPECT_EQ(std::string(SSL_get_cipher(first.ssl())).find("AECDH-"), 0U) << "not the cheaper kind";
-    EXPECT_EQ(first.ask(closing), answer);
-    EXPECT_TRUE(first.endedInOrder());
-    const std::unique_ptr<SSL_SESSION, decltype(&SSL_SESSION_free)> session(SSL_get1_session(first.ssl()),
-                                                                            SSL_SESSION_free);
-    TLSClient second(server.port());
-    SSL_set_options(second.ssl(), SSL_OP_NO_TICKET);
-    SSL_set_session(second.ssl(), session.get());
-    ASSERT_TRUE(second.handshake());
-    EXPECT_EQ(SSL_session_reused(second.ssl()), 1);
-}
-
 TEST(TLS, NeitherPlainTextNorRenegotiationBehindAHandshake) {
     TestServer server(answerFine);
     TLSClient mixed(server.port());
