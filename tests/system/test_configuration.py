@@ -115,6 +115,10 @@ def test_refusals_end_the_start_and_are_explained(ctl, new_tree):
     tree.agent_conf.rmdir()
     os.mkfifo(tree.agent_conf)
     refused(())
+    tree.agent_conf.unlink()
+    tree.agent_conf.touch()
+    os.truncate(tree.agent_conf, 1 << 40)
+    refused(("File too large",))
     assert not tree.uuid_conf.exists()
 
 
@@ -171,7 +175,8 @@ def test_number_of_pairs(start, pairs):
 def test_qdvctl_shows_and_warns(ctl, new_tree):
     tree = new_tree()
     secret = {"password": "topsecret", "username": "u"}
-    tree.agent_conf.write_text(agent_conf([("0.0.0.0", 1), ("h", 2)], server=secret))
+    proxy, ports = {"proxyHostname": "p", "proxyPort": "1"}, {"returnPortMin": "9", "returnPortMax": "18"}
+    tree.agent_conf.write_text(agent_conf([("0.0.0.0", 1), ("h", 2), ("h", 3)], server=secret | proxy, agent=ports))
     tree.agent_conf.chmod(0o600)
     tree.uuid_conf.write_text(uuid_conf([("id1", ""), ("id2", "host")]))
     own = ctl("config", "check", program=tree.bin / "qdvctl")
@@ -181,18 +186,25 @@ def test_qdvctl_shows_and_warns(ctl, new_tree):
     assert [result.status for result in single] == [0, 0] and "".join(result.stdout for result in single) == own.stdout
     shown = ctl("config", "show", tree.conf)
     assert shown.status == 0 and "topsecret" not in shown.stdout
-    for text in ("password       (set)\n", "hostname       127.0.0.1\n", "id2", "returnPortMin  0\n"):
+    for text in ("password       (set)\n", "hostname       127.0.0.1\n", "id2", "returnPortMin  9\n"):
         assert text in shown.stdout
     assert re.search(r"^ +Bind\n +address +port\n +0\.0\.0\.0 +1\n +h +2\n", shown.stdout, re.M)
     found = ctl("config", "show", tree.conf, "--json").json[0]["elements"]
     assert [file["attributes"]["state"] for file in found] == ["good", "good"]
     assert found[0]["elements"][0]["element"] == "AgentConfiguration" and "topsecret" not in json.dumps(found)
-    tree.agent_conf.write_text(agent_conf(server={"port": "http"} | secret))
     tree.agent_conf.chmod(0o644)
-    warned = ctl("config", "check", tree.conf)
-    for warning in ("ServerInfo: port is 0, which is no port", "BindList is empty: the agent listens nowhere\n", "every user"):
-        assert re.search(f"^{tree.agent_conf}: warning: .*{warning}", warned.stdout, re.M), warned.stdout
-    assert warned.status == 0
+    for pairs, server, agent, warnings in (
+        ([], {"port": "http"} | secret, {}, ["ServerInfo: port is 0, which is no port", "the agent listens nowhere\n", "every user"]),
+        ([("a", 1)] * 2, {"sslPort": "65536", "proxyHostname": "p"}, ports | {"returnPortMax": "8"},
+         ["sslPort is 65536, which is no port", "the proxy is not used", "no range of ports", "a port 1 is there twice"]),
+        ([("b", -1)], {}, {"returnPortMin": "65530", "returnPortMax": "65536"}, ["port of b is 4294967295", "no range of ports"]),
+        ([("a", 1)], {}, ports | {"returnPortMax": "17"}, ["fewer than the recommended 10 ports"]),
+    ):  # fmt: skip
+        tree.agent_conf.write_text(agent_conf(pairs, server=server, agent=agent))
+        warned = ctl("config", "check", tree.conf)
+        assert (warned.status, warned.stdout.count(": warning: ")) == (0, len(warnings)), warned.stdout
+        for warning in warnings:
+            assert re.search(f"^{tree.agent_conf}: warning: .*{warning}", warned.stdout, re.M), warned.stdout
     tree.uuid_conf.write_text("<AgentUuidConfiguration/>")
     assert ctl("config", "check", tree.conf).status == 1
 
@@ -246,18 +258,23 @@ def test_dialog_makes_a_file_that_starts_the_agent(new_tree, start, ports, termi
 
 def test_dialog_writes_every_answer(new_tree):
     tree = new_tree()
-    tree.agent_conf.write_text(agent_conf([("old", 1), ("kept", 2)], server={"uri": "/other"}))
+    tree.agent_conf.write_text(agent_conf([("old", 1), ("edited", 2), ("kept", 3)], server={"uri": "/other"}))
     secret = "se<cret&\"'"
-    answers = f"\nqdv\n81\n444\ny\nproxy\n3128\ny\njoe\n{secret}\ny\n5000\n5010\n\ny\nn\n\n\ny\nkept\n2\ny\nnew\n3\n\n\n\n"
-    run = edit(tree, answers)
+    pairs = "y\nn\n\nY\nnew\n22\nx\nx\ny\nkept\n3\nmore\nadded\n4\n\n"
+    run = edit(tree, f"\nqdv\n81\n444\ny\nproxy\n3128\ny\njoe\n{secret}\ny\n5000\n5010\n\n{pairs}\n\n")
     assert run.status == 0, run.stdout
     assert attributes_of(tree) == (
         {"hostname": "qdv", "port": "81", "sslPort": "444", "uri": "/other", "proxyHostname": "proxy",
          "proxyPort": "3128", "username": "joe", "password": secret},
         {"returnAddress": THIS_HOST, "returnPortMin": "5000", "returnPortMax": "5010"},
-        [("kept", "2"), ("new", "3")],
+        [("new", "22"), ("kept", "3"), ("added", "4")],
     )  # fmt: skip
-    for line in ("The port/address pair already exists.\n", f"  HTTP proxy password: {secret}\n", "\tkept\t2\n\tnew\t3\n"):
+    for line in (
+        "The port/address pair already exists.\n", f"  HTTP proxy password: {secret}\n",
+        "Do you want the QDVAgent to continue to listen on this\nport/address pair: edited\t2 <Y|n>: ",
+        f"Enter the new address to listen on <ip|hostname>({THIS_HOST})[edited]: "
+        "Enter the new port to listen on <port>(8372)[2]: ", "\tnew\t22\n\tkept\t3\n\tadded\t4\n",
+    ):  # fmt: skip
         assert line in run.stdout
     # From what could be read of a broken file.
     tree.agent_conf.write_text(agent_conf([("gone", 1)], server={"hostname": "known", "port": ""}))
@@ -285,8 +302,12 @@ def test_dialog_that_saves_nothing(new_tree):
 
     # Empty lines give a file without a server, which the agent refuses; an existing file is left alone.
     assert edit(tree, "\n" * 10).status == 0
-    info, _, binds = attributes_of(tree)
-    assert (info["hostname"], info["uri"], binds) == ("", "/BrindlexServer", [(THIS_HOST, "8372")])
+    assert attributes_of(tree) == (
+        {"hostname": "", "port": "80", "sslPort": "443", "uri": "/BrindlexServer", "proxyHostname": "", "proxyPort": "0",
+         "username": "", "password": ""},
+        {"returnAddress": "", "returnPortMin": "0", "returnPortMax": "0"},
+        [(THIS_HOST, "8372")],
+    )  # fmt: skip
     assert CANNOT_PARSE in tree.run("-verbose").stdout
     text = agent_conf([("127.0.0.1", 1)])
     tree.agent_conf.write_text(text)

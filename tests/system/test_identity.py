@@ -145,7 +145,8 @@ def test_identity_files_of_all_kinds(start, new_tree):
         (one("<Uuid>old</Uuid>"), {"": "old"}), (one("<Uuid/>"), none), (one("<Uuid>b</Uuid><Uuid>a</Uuid>"), none, complains),
         (uuid_conf([("own", ""), ("a", "alpha")]), {"": "own", "alpha": "a", "beta": None}),
         (uuid_conf([]), none), (uuid_conf([("x", "h"), ("y", "h")]), {"h": "x"}),
-        (own.replace("<Uuids>", "<Uuids> <!-- --> <Other value='z'/>"), {"": "own"}),
+        (own.replace("<Uuids>", "<Uuids> <!-- --> <Other value='z'/><Uuid hostTarget='h'/>"), {"": "own", "h": None}),
+        (one("<x><Uuid hostTarget='h'>old</Uuid></x>"), {"": "old", "h": None}), (one("<Uuid><x>old</x></Uuid>"), none),
         *((text, none, complains) for text in (
             "<AgentUuidConfiguration version='1.1'/>", own.replace("<Uuids>", "<Uuids/><Uuids>"),
             uuid_conf([("own", "")], version="2.0"), own.replace(' version="1.1"', ""),

@@ -16,15 +16,6 @@ std::string withBinds(const std::string& binds) {
 
 } // namespace
 
-TEST(Configuration, WritesEveryAttribute) {
-    AgentConfig_Configuration configuration;
-    EXPECT_EQ(
-        serialized(configuration),
-        R"(<AgentConfiguration version="1.0"><ServerInfo hostname="" password="" port="80" proxyHostname="" )"
-        R"(proxyPort="0" sslPort="443" uri="/BrindlexServer" username=""/><AgentInfo returnAddress="" )"
-        R"(returnPortMax="0" returnPortMin="0"><BindList/></AgentInfo></AgentConfiguration>)");
-}
-
 TEST(Configuration, ReadsBackWhatItWrites) {
     AgentConfig_Configuration written;
     written.setServerHostname("server.example");
@@ -91,14 +82,4 @@ TEST(Configuration, RefusalsAreOneLine) {
     EXPECT_FALSE(parsed(configuration, "<?xm\nl\x7f\n?>"));
     EXPECT_EQ(configuration.lastError().find_first_of("\n\x7f"), std::string::npos)
         << configuration.lastError();
-}
-
-TEST(Configuration, FieldsReadBeforeARefusalStay) {
-    AgentConfig_Configuration configuration;
-    EXPECT_FALSE(parsed(configuration, document(R"(<ServerInfo hostname="srv" port="81" uri="/u"/>)")));
-    EXPECT_EQ(configuration.getServerHostname(), "srv");
-    EXPECT_EQ(configuration.getServerPort(), 81U);
-    EXPECT_EQ(configuration.getServerURI(), "/BrindlexServer");
-    EXPECT_TRUE(parsed(configuration, withBinds("")));
-    EXPECT_EQ(configuration.lastError(), "");
 }

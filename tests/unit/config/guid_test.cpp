@@ -9,13 +9,6 @@ std::string identities(const std::string& version, const std::string& content) {
 
 const std::string Empty = identities("1.1", "<Uuids/>");
 
-/// What an object that already holds a pair writes after reading `text`.
-std::string rewritten(const std::string& text) {
-    AgentConfig_Guid guid;
-    EXPECT_TRUE(parsed(guid, text)) << guid.lastError();
-    return serialized(guid);
-}
-
 } // namespace
 
 TEST(Guid, EachTargetHostHasItsOwn) {
@@ -30,20 +23,6 @@ TEST(Guid, EachTargetHostHasItsOwn) {
     EXPECT_EQ(serialized(guid), Empty);
     guid.deallocateGuidTargetHostPairs();
     EXPECT_EQ(guid.getNumberOfPairs(), 0U);
-}
-
-TEST(Guid, ReadsTheListFormAndTheOldSingleForm) {
-    EXPECT_EQ(
-        rewritten(identities("1.1",
-                             " <!-- --><Uuids>\n<Uuid value=\"a\"/><Other value=\"x\"/>"
-                             "<Uuid hostTarget=\"h&amp;\" value=\"b\"/><Uuid hostTarget=\"h\"/></Uuids>")),
-        identities("1.1",
-                   R"(<Uuids><Uuid hostTarget="" value="a"/><Uuid hostTarget="h&amp;" value="b"/></Uuids>)"));
-    EXPECT_EQ(rewritten(identities("1.0", "<x><Uuid hostTarget=\"h\">abc</Uuid></x>")),
-              identities("1.1", R"(<Uuids><Uuid hostTarget="" value="abc"/></Uuids>)"));
-    EXPECT_EQ(rewritten(identities("1.0", "<Uuid/>")), Empty);
-    EXPECT_EQ(rewritten(identities("1.0", "<Uuid><x>abc</x></Uuid>")), Empty);
-    EXPECT_EQ(rewritten(Empty), Empty);
 }
 
 TEST(Guid, AFileThatIsRefusedLeavesNothing) {
@@ -63,18 +42,4 @@ TEST(Guid, AFileThatIsRefusedLeavesNothing) {
         EXPECT_EQ(guid.lastError(), reason);
         EXPECT_EQ(serialized(guid), Empty);
     }
-}
-
-TEST(Guid, PairCopiesAndTakesNullForEmpty) {
-    const auto pair = AgentConfig_FactoryAllocateGuidTargetHostPair();
-    const auto copy = AgentConfig_FactoryAllocateGuidTargetHostPair();
-    pair->setGuid("g");
-    pair->setTargetHost("h");
-    pair->copyInto(*copy);
-    EXPECT_EQ(copy->getGuid() + '/' + copy->getTargetHost(), "g/h");
-    copy->setGuid(nullptr);
-    copy->setTargetHost(nullptr);
-    EXPECT_EQ(copy->getGuid() + copy->getTargetHost(), "");
-    EXPECT_FALSE(pair->parse(nullptr));
-    EXPECT_FALSE(pair->serialize(nullptr, nullptr));
 }

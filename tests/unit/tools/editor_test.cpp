@@ -235,26 +235,6 @@ TEST_F(Editor, ValidatesNothingButTakesAProxyWithoutAPortForNone) {
     EXPECT_THAT(answered(), testing::StartsWith("s 0 4294967295,  0  , storage7 9 5,"));
 }
 
-TEST_F(Editor, DropsEditsAndAddsPairs) {
-    listenOn({"a", "b", "c"});
-    EXPECT_TRUE(edit({"",     "",  "",   "",   "", "", //
-                      "y",                             // edit pairs
-                      "N",                             // drop a
-                      "",     "Y", "bb", "22",         // edit b
-                      "x",    "x",                     // keep c
-                      "y",    "c", "3",                // add one that is there
-                      "more", "d", "4",  "n",          //
-                      "n",    "y"}));
-    EXPECT_THAT(answered(), EndsWith(", bb:22 c:3 d:4"));
-    for (const char* text :
-         {"Do you want the QDVAgent to continue to listen on this\n"
-          "port/address pair: b\t2 <Y|n>: ",
-          "Enter the new address to listen on <ip|hostname>(storage7)[b]: "
-          "Enter the new port to listen on <port>(8372)[2]: ",
-          "\nThe port/address pair already exists.\n", "  port/address pairs:\n\tbb\t22\n\tc\t3\n\td\t4\n"})
-        EXPECT_THAT(shown, HasSubstr(text));
-}
-
 TEST_F(Editor, AsksAgainForAPairWhereTheHostHasNoName) {
     EXPECT_TRUE(editText("\n\n\n\n\n"    // server, proxy, return ports
                          "\n\n\n"        // no address, and no more

@@ -1,6 +1,5 @@
 // Requests as XML.
 
-#include "qdvctl/Ctl_AgentOptions.h"
 #include "qdvctl/Ctl_Envelope.h"
 #include "qdvctl/Ctl_Layers.h"
 
@@ -41,12 +40,6 @@ TEST_F(Envelope, BuildsARequestThatReadsBackAsTheSame) {
     EXPECT_EQ(read.userName, request.userName);
     ASSERT_GE(read.parameters.size(), 4U);
     EXPECT_EQ(read.parameters[0].ownText(), "a=b <c>");
-}
-
-TEST(Address, HasAPortOfItsOwnOrTheUsualOne) {
-    EXPECT_EQ(Ctl_ParseAddress("host").port, 8372);
-    EXPECT_EQ(Ctl_ParseAddress("10.0.0.1:1").host, "10.0.0.1");
-    EXPECT_EQ(Ctl_ParseAddress("h:65535").port, 65535);
 }
 
 } // namespace
