@@ -194,10 +194,12 @@ def test_qdvctl_shows_and_warns(ctl, new_tree):
     assert found[0]["elements"][0]["element"] == "AgentConfiguration" and "topsecret" not in json.dumps(found)
     tree.agent_conf.chmod(0o644)
     for pairs, server, agent, warnings in (
-        ([], {"port": "http"} | secret, {}, ["ServerInfo: port is 0, which is no port", "the agent listens nowhere\n", "every user"]),
+        ([], {"port": "http"} | secret, {},
+         ["ServerInfo: port is 0, which is no port", "BindList is empty: the agent listens nowhere\n", "every user"]),
         ([("a", 1)] * 2, {"sslPort": "65536", "proxyHostname": "p"}, ports | {"returnPortMax": "8"},
          ["sslPort is 65536, which is no port", "the proxy is not used", "no range of ports", "a port 1 is there twice"]),
-        ([("b", -1)], {}, {"returnPortMin": "65530", "returnPortMax": "65536"}, ["port of b is 4294967295", "no range of ports"]),
+        ([("b", -1)], {}, {"returnPortMin": "65530", "returnPortMax": "65536"},
+         ["port of b is 4294967295, which is no port", "no range of ports"]),
         ([("a", 1)], {}, ports | {"returnPortMax": "17"}, ["fewer than the recommended 10 ports"]),
     ):  # fmt: skip
         tree.agent_conf.write_text(agent_conf(pairs, server=server, agent=agent))

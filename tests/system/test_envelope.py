@@ -17,7 +17,8 @@ def rmi(content, attributes='version="1.2" schema="2.1"', root="NorvalithRMI"):
 # Fail as a whole: status 500 and no body.
 REFUSED = [
     b"Ping", b" ", envelope()[:-1], envelope() + b"x", envelope() * 2, rmi("<Request>&x;</Request>"),
-    envelope().decode().encode("utf-16"), b"CommandBody=", b"CommandBody=CommandBody=" + envelope(),
+    envelope().decode().encode("utf-16"), b'<?xml version="1.0" encoding="no-such"?>' + envelope(),
+    b"CommandBody=", b"CommandBody=CommandBody=" + envelope(),
     envelope().replace(b"<Method", b'<Method x="CommandBody=1"'),  # looked for in the whole text, so it cuts that
     *(rmi(REQUEST, root=root) for root in ("RMI", "norvalithrmi", "x:NorvalithRMI")), rmi(rmi(REQUEST).decode(), root="x"),
     *(rmi(REQUEST, attributes) for attributes in (

@@ -6,7 +6,7 @@ from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 
-from harness import SLOW, SUCCESS, TOO_MANY, Port, envelope, post_request, wait_until
+from harness import SLOW, SUCCESS, TOO_MANY, Port, envelope, post_request
 
 QUICK = 3 * SLOW  # seconds of processor time; an honest request takes milliseconds
 TLS_ALERT = b"\x15\x03"
@@ -89,7 +89,7 @@ def test_depth_and_width(quiet):
         ),
         (200, 500): (
             with_attributes(scaled(100_000)), envelope("Ping", "<a/>" * scaled(2_000_000)),
-            envelope("Ping", "".join(f"<a{n}/>" for n in range(scaled(200_000)))),
+            *(envelope("Ping", "".join(form.format(n) for n in range(scaled(200_000)))) for form in ("<a{}/>", '<e n{}=""/>')),
         ),
         (500,): (
             b"<" + b"x" * scaled(8 << 20), b"x" * scaled(8 << 20), b"<a>" * scaled(1_000_000),
@@ -166,17 +166,3 @@ def test_unfinished_large_requests_cost_what_was_sent(start):
     assert agent.rss() < most
     for connection in connections:
         connection.close()
-
-
-@pytest.mark.xdist_group("memory")
-def test_memory_of_large_requests_is_given_back(start):
-    agent = start(verbose=False)
-    if agent.tree.is_sanitized():
-        pytest.skip("a sanitizer keeps freed memory")
-    body = envelope(request={"vsamName": "x" * (4 << 20)})
-    for _ in range(15):  # so that every worker has had its turn
-        assert agent.answer(body).outcome == SUCCESS
-    after_some = agent.rss()
-    for _ in range(8):
-        assert agent.answer(body).outcome == SUCCESS
-    wait_until(lambda: agent.rss() < after_some + (12 << 20), "the memory to be given back")

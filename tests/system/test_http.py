@@ -164,15 +164,6 @@ def test_form_encoding(agent):
         assert agent.post(body, content_type=FORM).status in (200, 400, 500)
 
 
-def test_slow_client_holds_up_nobody(agent):
-    request = post_request(envelope())
-    with agent.connect() as slow:
-        for byte in request[:30]:
-            slow.send(bytes([byte]))
-            assert agent.outcome() == SUCCESS
-        assert slow.ask(request[30:]).status == 200
-
-
 def test_client_that_never_reads_costs_one_worker_only(start):
     agent = start(verbose=False)
     with agent.connect() as deaf:

@@ -181,6 +181,7 @@ def test_identity_file_that_cannot_be_had(start, new_tree):
     tree = new_tree()
     tree.uuid_conf.symlink_to(tree.root / "nowhere")
     agent = start(tree)
+    assert "/uuid.conf: System error 2 No such file or directory\n" in agent.log()
     assert cannot_find in agent.log() and tree.identities() == []
     assert ping(agent, "id") == "id" and tree.identities() == [("id", "")]
     tree = new_tree()

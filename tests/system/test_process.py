@@ -84,6 +84,7 @@ def test_start_and_orderly_stop(start):
     """Every stopping signal ends a healthy agent with status 0, and the log tells the story in order."""
     began = datetime.now(timezone.utc).replace(microsecond=0)
     agents = {number: start() for number in (1, 2, 15, 24)}
+    services = (*(f"AsynchManager: {name}" for name in ("FileTrack", "Generic", "SystemAudit")), "FileSearch", "HTTP")
     for number, agent in agents.items():
         assert os.readlink(f"/proc/{agent.pid}/cwd") == str(agent.tree.bin)
         agent.send_signal(number)
@@ -92,15 +93,13 @@ def test_start_and_orderly_stop(start):
         story = [
             BUILD_LINE,
             "Agent: starting server\n",
-            "HTTP: attempting startup\n",
-            "HTTP: startup successful\n",
+            *(f"{service}: {end}\n" for service in services for end in ("attempting startup", "startup successful")),
             "Agent: Check state of enterprise SSL setting\n",
             "Agent: Check SSL state invoke call failed. QDV Server may not be available\n",
             "Agent: startup successful\n",
             f"Agent_SignalHandler() agent received signal {number}. Shutting down.\n",
             "Agent: attempting shutdown\n",
-            "HTTP: attempting shutdown\n",
-            "HTTP: shutdown successful\n",
+            *(f"{service}: {end}\n" for service in services for end in ("attempting shutdown", "shutdown successful")),
             "Agent: shutdown successful\n",
         ]
         assert re.search(".*".join(f"^{STAMP}{re.escape(line)}" for line in story), agent.log(), re.M | re.S), agent.log()

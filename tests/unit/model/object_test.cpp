@@ -119,19 +119,6 @@ TEST(Object, SerializesIntoTheElementItIsGiven) {
     EXPECT_EQ(Xerces_GetAttribute(other, "type"), "");
 }
 
-TEST(Object, ReportsWhatItCannotWriteOrRead) {
-    Disk disk;
-    const Xerces_DocumentPtr document = Xerces_CreateDocument("Root");
-    const Xerces_DocumentPtr foreign = Xerces_CreateDocument("Root");
-    EXPECT_FALSE(disk.serialize(nullptr, Xerces_Root(*document), nullptr));
-    EXPECT_FALSE(disk.serialize(document.get(), nullptr, nullptr));
-    EXPECT_FALSE(disk.System_Object::serialize(document.get(), Xerces_Root(*document), nullptr));
-    EXPECT_FALSE(disk.serialize(document.get(), Xerces_Root(*foreign), nullptr)) << "the library throws";
-    EXPECT_FALSE(disk.parse(nullptr));
-    EXPECT_FALSE(disk.parseElements(nullptr));
-    EXPECT_FALSE(Xerces_HasChild(*Xerces_Root(*document)) || Xerces_HasChild(*Xerces_Root(*foreign)));
-}
-
 TEST(Object, AssignmentCopiesWhatItIsAndNotWhatItWasAskedFor) {
     Disk drive;
     ASSERT_TRUE(parseInto(

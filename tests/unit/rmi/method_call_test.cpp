@@ -1,11 +1,7 @@
-#include "model/Audit_Log.h"
-#include "rmi/AgentRMI_AsynchManager.h"
 #include "rmi/AgentRMI_HTTPMethodCall.h"
 #include "rmi/AgentRMI_Identities.h"
 #include "rmi/RMI_Exchange.h"
 #include "rmi/RMI_MethodCallException.h"
-
-#include <gmock/gmock.h>
 
 #include <functional>
 #include <stdexcept>
@@ -54,22 +50,6 @@ public:
 
 using MethodCalls = WithIdentities;
 
-TEST_F(MethodCalls, CarryTheIdentityOfTheirHostOrNone) {
-    gGuidConfig->getConfig()->setGuid("own");
-    gGuidConfig->getConfig()->setGuid("other", "alpha");
-    const std::pair<const char*, const char*> cases[] = {
-        {nullptr, "own"}, {"", "own"}, {"alpha", "other"}, {"beta", ""}};
-    for (const auto& [host, uuid] : cases) {
-        ScriptedCall call;
-        call.setHostTarget(host);
-        EXPECT_EQ(call.make(), 0);
-        EXPECT_THAT(
-            call.sent,
-            testing::EndsWith(std::string("<Request uuid=\"") + uuid +
-                              R"("><Method name="Thing"><Parameter/></Method></Request></NorvalithRMI>)"));
-    }
-}
-
 TEST_F(MethodCalls, TheFirstResponseAtAnyDepthMustBeASuccess) {
     const std::string success = "<Response n='1' response='success'/>";
     const std::string failure = "<Response n='2' response='error'/>";
@@ -105,31 +85,6 @@ TEST_F(MethodCalls, WhateverFailsLeavesAsOneCode) {
             EXPECT_EQ(call.sent.empty(), step == &ScriptedCall::onAppend);
         }
     }
-}
-
-TEST(AsynchManager, TellsWhatBecomesOfIt) {
-    const Audit_Log log;
-    gDebugPrintf.setEnabled(true);
-    const auto manager = AgentRMI_FactoryAllocateAsynchManager();
-    manager->setName("Some");
-    bool stillRunning = true;
-    EXPECT_FALSE(manager->shutdown(stillRunning, 0, false));
-    EXPECT_FALSE(stillRunning);
-    EXPECT_TRUE(manager->init(1, 0, 0));
-    EXPECT_TRUE(manager->start());
-    EXPECT_FALSE(manager->init(2, 0, 0));
-    EXPECT_FALSE(manager->start());
-    EXPECT_TRUE(manager->shutdown(stillRunning, 0, false));
-    EXPECT_FALSE(stillRunning);
-    gDebugPrintf.setEnabled(false);
-    EXPECT_EQ(log.messages(), "AsynchManager: Some: attempting shutdown\n"
-                              "AsynchManager: Some: shutdown failed: not running\n"
-                              "AsynchManager: Some: attempting startup\n"
-                              "AsynchManager: Some: startup successful\n"
-                              "AsynchManager: Some: attempting startup\n"
-                              "AsynchManager: Some: startup failed: currently running\n"
-                              "AsynchManager: Some: attempting shutdown\n"
-                              "AsynchManager: Some: shutdown successful\n");
 }
 
 } // namespace

@@ -93,23 +93,6 @@ protected:
 
 const std::string good = call("uuid='u'", "<Method name='M'/>");
 
-TEST_F(RequestHandler, EnvelopeFailuresTellWhatIsSpokenAndAreNotDelivered) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"<NorvalithRMI", "parseerror"},
-        {"<Other version='1.2' schema='2.1'/>", "unknown rmi"},
-        {"<NorvalithRMI schema='2.0'/>", "version not supported"},
-        {"<NorvalithRMI version='1.2'/>", "schema not supported"},
-    };
-    for (const auto& [body, word] : cases) {
-        const Reply reply = processBody(body);
-        EXPECT_FALSE(reply.delivered) << body;
-        EXPECT_EQ(responseOf(reply.text),
-                  std::string("<Response response=\"") + word + "\" type=\"rmi\">" +
-                      R"(<RMI name="NorvalithRMI" schema="2.1" version="1.2"/></Response>)");
-    }
-    EXPECT_TRUE(script.seen.empty());
-}
-
 TEST_F(RequestHandler, AServedCallGoesThroughTheChecksInOrder) {
     const Audit_Log log;
     gDebugPrintf.setEnabled(true);

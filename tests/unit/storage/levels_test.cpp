@@ -1,6 +1,6 @@
 #include "files/System_FileSystemObject.h"
 #include "model/Audit_XML.h"
-#include "storage/Storage_DriveExtentLinux.h"
+#include "storage/Storage_DriveExtent.h"
 #include "storage/Storage_ExtentPool.h"
 #include "storage/Storage_PhysicalDrive.h"
 #include "storage/Storage_Plex.h"
@@ -55,25 +55,6 @@ TEST(Levels, WriteTheFormThatTheyRead) {
     checkForm(Storage_FactoryAllocateExtentPools(), "<ExtentPools><ExtentPool " + common + "</ExtentPools>");
     checkForm(Storage_FactoryAllocatePlexes(), "<Plexes><Plex " + common + "</Plexes>");
     checkForm(Storage_FactoryAllocateStorageVolumes(), volumes);
-}
-
-TEST(Levels, HavePlaceholdersThatStartAsWhatTheyStandFor) {
-    const auto drive = Storage_FactoryAllocatePhysicalDrive();
-    drive->setName("/dev/sda");
-    drive->setTotalBytes(36400000000);
-    drive->setVirtualMechanism(VirtualMechanism_LogicalVolumeManager);
-    const auto extent = Storage_DriveExtents::makePlaceholder(*drive);
-    EXPECT_NE(dynamic_cast<Storage_DriveExtentLinux*>(extent.get()), nullptr);
-    EXPECT_EQ(extent->getName(), "NULLDriveExtent_/dev/sda");
-    EXPECT_EQ(extent->getTotalBytes(), 36400000000u);
-    EXPECT_EQ(extent->getVirtualMechanism(), VirtualMechanism_LogicalVolumeManager);
-    EXPECT_EQ(extent->getExistence(), Existence_False);
-    EXPECT_EQ(extent->getPhysicality(), Physicality_Logical);
-    EXPECT_EQ(Storage_ExtentPools::placeholderName("/dev/sdb"), "NULLExtentPool_/dev/sdb");
-    EXPECT_EQ(Storage_Plexes::placeholderName("/dev/md0"), "NULLPlex_/dev/md0");
-    drive->setManufacturer("  Maker of disks ");
-    EXPECT_EQ(drive->getManufacturer(), "Maker of disks");
-    EXPECT_EQ(Storage_FactoryAllocateStorageVolume()->getPhysicality(), Physicality_Logical);
 }
 
 TEST(Levels, CountWhatAVolumeHolds) {

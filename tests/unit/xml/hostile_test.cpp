@@ -6,8 +6,6 @@
 #include <xercesc/dom/DOMElement.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 
-#include <ctime>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -23,35 +21,10 @@ std::string repeated(std::string_view text, std::size_t times) {
     return result;
 }
 
-/// The processor time of this thread, so that a busy machine does not count.
-double secondsOfWork() {
-    std::timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
 std::string refusalOf(std::string_view text) {
     std::string reason;
     EXPECT_FALSE(Xerces_Parse(text, "test", &reason)) << text.substr(0, 100);
     return reason;
-}
-
-TEST(XercesHostile, TextThatIsNoDocumentIsRefusedWithAReason) {
-    // One on each line.
-    std::istringstream texts(
-        "\n \njunk\n<\n<r\n<r>\n<r></s>\n<r/><r/>\n<r/>junk\n<r a='1' a='2'/>\n<r a=1/>\n"
-        "<r>&undeclared;</r>\n<r a='&undeclared;'/>\n<r a='\x01'/>\n<r>\xff</r>\n"
-        "<r>&#0;</r>\n<r>&#1;</r>\n<r>&#xD800;</r>\n<r>\xed\xa0\x80</r>\n"
-        "<r><![CDATA[</r>\n<r><!-- -- --></r>\n<!DOCTYPE r><r/>\n"
-        "<!DOCTYPE r [<!ENTITY a 'b'>]><r>&a;</r>\n"
-        "<!DOCTYPE r SYSTEM 'file:///etc/passwd'><r/>\n"
-        "<!DOCTYPE r PUBLIC 'x' 'http://127.0.0.1:1/x'><r/>\n"
-        "<!DOCTYPE r [<!ENTITY a SYSTEM 'file:///etc/passwd'>]><r>&a;</r>\n"
-        "<!DOCTYPE r [<!ENTITY % p SYSTEM 'file:///etc/passwd'>%p;]><r/>");
-    for (std::string text; std::getline(texts, text);)
-        EXPECT_NE(refusalOf(text), "") << text;
-    // The next document has nothing of it.
-    EXPECT_TRUE(Xerces_Parse("<r/>", "test"));
 }
 
 TEST(XercesHostile, DepthEndsAtTheLimit) {
@@ -60,30 +33,6 @@ TEST(XercesHostile, DepthEndsAtTheLimit) {
     EXPECT_EQ(refusalOf("<a>" + deepest + "</a>"), "elements are nested too deep");
     // Depth, not the number of elements, is what counts, also for elements without content.
     EXPECT_TRUE(Xerces_Parse("<r>" + repeated("<a/><b></b><a/>", Xerces_MaximumDepth) + "</r>", "test"));
-}
-
-TEST(XercesHostile, BombsCostNoTime) {
-    std::string laughs = "<!DOCTYPE r [<!ENTITY a0 'lol'>";
-    for (int i = 1; i < 30; ++i)
-        laughs +=
-            "<!ENTITY a" + std::to_string(i) + " '" + repeated("&a" + std::to_string(i - 1) + ";", 10) + "'>";
-    std::string attributes;
-    std::string elements;
-    std::string spread;
-    for (int i = 0; i < 100'000; ++i) {
-        const std::string name = "n" + std::to_string(i);
-        attributes += " " + name + "=''";
-        elements += "<" + name + "/>";
-        spread += "<e " + name + "=''/>";
-    }
-    for (const std::string& bomb :
-         {laughs + "]><r>&a29;</r>", repeated("<a>", 1'000'000), repeated("<a b='", 1'000'000),
-          "<r" + attributes + "/>", "<r>" + elements + "</r>", "<r>" + spread + "</r>"}) {
-        const double start = secondsOfWork();
-        EXPECT_NE(refusalOf(bomb), "");
-        // Generous for a sanitizer; unbounded, most of these take from half a minute to hours.
-        EXPECT_LT(secondsOfWork() - start, 8) << bomb.substr(0, 40);
-    }
 }
 
 /// Wherever in a document the memory ends, there is neither a crash nor a leak nor a torn document. What the
