@@ -187,6 +187,7 @@ def assert_digest(header, user, password, realm, nonce):
         return hashlib.md5(":".join(parts).encode()).hexdigest()
 
     middle = [quoted["nc"], quoted["cnonce"], quoted["qop"]] if "qop" in quoted else []
+    assert len(quoted.get("cnonce", "")) == (8 if middle else 0)
     key = md5(user, realm, password)
     if quoted.get("algorithm") == "MD5-sess":
         key = md5(key, nonce, quoted["cnonce"])
