@@ -58,7 +58,7 @@ class Connection:
         self._pending = b""
         if tls:
             try:
-                self.socket = tls.wrap_socket(self.socket, session=session)
+                self.socket = tls.wrap_socket(self.socket, session=session, suppress_ragged_eofs=False)
             except BaseException:
                 self.close()
                 raise
