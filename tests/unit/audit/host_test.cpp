@@ -9,39 +9,6 @@
 
 namespace {
 
-TEST(Machine, EveryAttributeComesBack) {
-    const auto machine = System_FactoryAllocateMachine();
-    machine->setType("Linux");
-    machine->setDomain("example.com");
-    machine->setName("host.example.com");
-    machine->setManufacturer("PC compatible");
-    machine->setModel("i686");
-    machine->setSerialNumber("1234-5678");
-    machine->setGMTOffset(-210);
-    machine->setDaylight(true);
-    const std::string form = formOf(*machine);
-    const std::pair<const char*, const char*> expected[] = {{"type", "Linux"},
-                                                            {"domain", "example.com"},
-                                                            {"name", "host.example.com"},
-                                                            {"manufacturer", "PC compatible"},
-                                                            {"model", "i686"},
-                                                            {"serialNumber", "1234-5678"},
-                                                            {"gmtOffset", "-210"},
-                                                            {"daylight", "true"}};
-    for (const auto& [name, value] : expected)
-        EXPECT_EQ(attributeOf(form, name), value) << name;
-
-    const auto copy = System_FactoryAllocateMachine();
-    const Xerces_DocumentPtr document = Xerces_Parse(form, "form");
-    ASSERT_TRUE(copy->parse(Xerces_FirstDescendant(*Xerces_Root(*document), "Machine")));
-    EXPECT_EQ(formOf(*copy), form);
-    *copy = *System_FactoryAllocateMachine();
-    EXPECT_EQ(copy->getDomain(), "");
-    copy->setModel(nullptr);
-    EXPECT_EQ(copy->getModel(), "");
-    EXPECT_FALSE(copy->serializeLI(document.get(), Xerces_Root(*document)));
-}
-
 TEST(Share, IsNotAuditedButHasItsForm) {
     const auto share = Storage_FactoryAllocateShare();
     EXPECT_FALSE(share->audit());
