@@ -70,6 +70,45 @@ TEST(Primitives, ThreadsHaveLastingIdsOfTheirOwn) {
     EXPECT_EQ(ids.size(), count + 1U);
 }
 
+TEST(Terminatable, RunsOnceAndIsFreshAfterTheEnd) {
+    Tally tally;
+    Work work(tally);
+    bool flag = true;
+    EXPECT_FALSE(work.endRunning());
+    EXPECT_TRUE(work.startRunning());
+    EXPECT_FALSE(work.startRunning());
+    EXPECT_TRUE(work.setToTerminate());
+    EXPECT_TRUE(work.isRunning(flag) && flag);
+    EXPECT_TRUE(work.isTerminateSet(flag) && flag);
+    EXPECT_TRUE(work.endRunning());
+    EXPECT_TRUE(work.isRunning(flag) && !flag);
+    EXPECT_TRUE(work.isTerminateSet(flag) && !flag);
+
+    EXPECT_TRUE(work.setToTerminate());
+    EXPECT_FALSE(work.startRunning());
+    EXPECT_FALSE(work.endRunning());
+    EXPECT_TRUE(work.isTerminateSet(flag) && flag);
+}
+
+TEST(Threadable, StatesDecideWhatIsWrong) {
+    Thread_Pool service;
+    const auto expectWrong = [&](bool start, bool work, bool shutdown) {
+        EXPECT_EQ(service.checkForErrorBeforeStart(true, true), start);
+        EXPECT_EQ(service.checkForErrorAtStart(true, true), start);
+        EXPECT_EQ(service.checkForExitWhileRunning(true, true), work);
+        EXPECT_EQ(service.checkForErrorAtShutdown(true, true), shutdown);
+    };
+    expectWrong(false, true, true);
+    EXPECT_TRUE(service.setAsRunning(true, true));
+    expectWrong(true, false, false);
+    EXPECT_EQ(service.waitForSemaphore(0), Thread_Semaphore::TimedOut);
+    EXPECT_TRUE(service.setAsShuttingdown(true, true));
+    EXPECT_EQ(service.waitForSemaphore(0), Thread_Semaphore::Granted);
+    expectWrong(true, true, false);
+    EXPECT_TRUE(service.setAsShutdown(true, true));
+    expectWrong(false, true, true);
+}
+
 TEST(Threadable, ACheckThatLocksOpensACriticalSection) {
     Thread_Pool service;
     std::atomic<bool> entered = false;
