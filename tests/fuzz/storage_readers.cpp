@@ -1,3 +1,4 @@
+#include "storage/Storage_BlockDevices.h"
 #include "storage/Storage_FdiskReader.h"
 #include "storage/Storage_JsonReader.h"
 #include "storage/Storage_LVMReader.h"
@@ -53,6 +54,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const Storage_KernelPartition& partition : Storage_ReadKernelPartitions(text))
         require(!partition.name.empty());
     Storage_ReadMounts(text);
+    for (const Storage_MountDevice& mount : Storage_ReadMountInfo(text))
+        require(mount.mountPoint.size() <= size);
+    for (const auto& [name, value] : Storage_ReadUdevProperties(text))
+        require(name.size() + value.size() < size && name.find('=') == std::string::npos);
     for (const Storage_JsonRow& row : Storage_ReadJsonRows(text, "vg"))
         require(row.size() <= size);
     for (const auto& [device, volume] : Storage_ReadPhysicalVolumeReport(text))
