@@ -1,5 +1,6 @@
 /// A condition from outside: read, evaluated on one file, written and read again.
 
+#include "date/System_Date.h"
 #include "files/System_FileSystemObjectLinux.h"
 #include "predicates/SystemPredicate_DataSourceFSO.h"
 #include "xml/Xerces_Document.h"
@@ -20,6 +21,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     file.setPath("/a/report.log");
     file.setName("report.log");
     file.setSize(2048);
+    const auto date = System_FactoryAllocateDate();
+    const std::string dateText = "2026-03-14 09:26:53";
+    if (!date->parse(&dateText) || !file.setModifyDT(date.get()) || !file.setAccessDT(date.get()))
+        std::abort();
     SystemPredicate_DataSourceFSO source;
     source.registerFSO(&file);
     const Predicate_DataSourceMap sources = {{"", &source}};
@@ -36,6 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     }
     std::string text;
     condition.toString(&text);
+    condition.isValueNameReferenced("isdir", "true");
     const Xerces_DocumentPtr written = Xerces_CreateDocument("r");
     Predicate_Condition again;
     again.registerDataSourceMap(&sources);

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -27,29 +28,36 @@ void require(bool holds) {
 /// Reads all that it was told, and ends in one of the ways that a method can end.
 class Method : public RMI_Method {
 public:
-    using RMI_Method::RMI_Method;
+    /// `kind` is the first letter of its name.
+    Method(const char* guid, char kind) : RMI_Method(guid), kind_(kind) {}
 
+    bool encProtoShouldVerifyPeer() override { return kind_ == 'V'; }
     bool checkForValidGuid() override { return false; }
     bool validateGuid(xercesc::DOMElement* response) override {
         Xerces_SetAttribute(*response, "uuid", getGuid());
         return std::string_view(getHostTarget()) != "refused";
     }
     bool validateUser(xercesc::DOMElement*) override { return std::string_view(getUserName()) != "refused"; }
-    bool validateEncryptionProtocol(Socket_Socket::EncryptionProtocol) override { return true; }
+    bool validateEncryptionProtocol(Socket_Socket::EncryptionProtocol) override { return kind_ != 'P'; }
     void invoke(xercesc::DOMElement* method, xercesc::DOMDocument*, xercesc::DOMElement* response) override {
         for (const xercesc::DOMElement* element : Xerces_Descendants(*method, "*")) {
             const std::string text = Xerces_FirstText(*element).value_or("");
             Xerces_AppendText(Xerces_AppendElement(*response, "Seen"), text);
         }
+        if (kind_ == 'F')
+            throw std::runtime_error("a method's own");
         if (getSnmpPort() != 0)
             throw RMI_MethodException(static_cast<RMI_MethodException::ExceptionCode>(getSnmpPort()),
                                       getFSType());
     }
+
+private:
+    const char kind_;
 };
 
 class Factory : public RMI_MethodFactory {
     std::unique_ptr<RMI_Method> createMethod(const char* name, const char* guid) override {
-        return *name == 'U' ? nullptr : std::make_unique<Method>(guid);
+        return *name == 'U' ? nullptr : std::make_unique<Method>(guid, *name);
     }
 };
 

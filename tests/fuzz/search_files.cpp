@@ -1,7 +1,6 @@
 /// The files of a search, damaged on the disk: the first byte says how many offsets follow it, the rest are
 /// the records and the date. They are read one after another, by their offsets, and as a page.
 
-#include "base/File_Contents.h"
 #include "date/System_Date.h"
 #include "search/FileSearch_ExpireFile.h"
 #include "search/FileSearch_OffsetFile.h"
@@ -13,6 +12,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <string_view>
 
@@ -42,8 +42,9 @@ private:
 
 template <typename File, typename... Name>
 void open(File& file, std::string_view contents, Name... name) {
-    require(file.setPath(name...) && File_WriteAtomically(file.getPath().c_str(), ".new", contents, 0600) &&
-            file.openFile());
+    require(file.setPath(name...));
+    std::ofstream(file.getPath(), std::ios::binary | std::ios::trunc) << contents;
+    require(file.openFile());
 }
 
 void readRecords(const char* folder, std::string_view contents, const std::vector<std::uint32_t>& offsets) {
