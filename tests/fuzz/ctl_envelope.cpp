@@ -31,9 +31,8 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
-    attempt([&] { Ctl_ParseReply(text); });
     attempt([&] { Ctl_BuildReply("Method", Ctl_ParseReply(text)); });
-    attempt([&] { Ctl_ParseCall(text); });
+    attempt([&] { Ctl_BuildRequest(Ctl_ParseCall(text)); });
     attempt([&] { Ctl_BuildRequest(Ctl_RequestFor("Method", Ctl_ParseParameters(text, "file"))); });
     return 0;
 }
