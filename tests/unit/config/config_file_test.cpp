@@ -1,6 +1,6 @@
 #include "base/Failing_Memory.h"
 #include "base/Temporary_Directory.h"
-#include "config/Config_Configuration.h"
+#include "config/AgentConfig_Configuration.h"
 #include "config/Config_File.h"
 
 #include <gtest/gtest.h>
@@ -38,33 +38,32 @@ TEST(ConfigFile, WriteThatFailsKeepsTheOldFile) {
     EXPECT_EQ(contentsOf(directory / "uuid.conf"), "old");
 }
 
-TEST_F(ConfigFileTest, AFailedAllocationCostsNoFile) {
-    agent_.getConfig()->setServerHostname("before");
-    agent_.getConfig()->setPassword("secret");
-    agent_.getConfig()->addBindPair("127.0.0.1", 4000);
-    ASSERT_TRUE(agent_.writeFile());
-    const std::string before = contentsOf(directory_ / "agent.conf");
+TEST(ConfigFile, FailedAllocationKeepsTheOldFile) {
+    const Temporary_Directory directory;
     bool isDone = false;
-    const auto change = [&] {
+    const auto change = [&](const char* host) {
         isDone = false;
         Config_File<AgentConfig_Configuration> file;
-        file.setPathname(directory_.path());
+        file.setPathname(directory.path());
         file.setFilename("agent.conf");
-        const bool isRead = file.readFile();
-        file.getConfig()->setServerHostname("after");
-        isDone = isRead && file.writeFile();
+        file.readFile();
+        file.getConfig()->setServerHostname(host);
+        file.getConfig()->setPassword("secret");
+        isDone = file.writeFile();
     };
-    change();
+    change("before");
+    const std::string before = contentsOf(directory / "agent.conf");
+    change("after");
     ASSERT_TRUE(isDone);
-    const std::string after = contentsOf(directory_ / "agent.conf");
-    Failing_Memory::failEach(change, [&](unsigned long number, bool hasFailed) {
-        const std::string contents = contentsOf(directory_ / "agent.conf");
-        EXPECT_TRUE(contents == after || (hasFailed && contents == before)) << number << contents;
-        EXPECT_TRUE(contents == after || !isDone) << number;
-        EXPECT_EQ(directory_.entries(), 1U) << number;
-        putContents(directory_ / "agent.conf", before);
-        change();
-        EXPECT_EQ(contentsOf(directory_ / "agent.conf"), after) << number;
-        putContents(directory_ / "agent.conf", before);
-    });
+    const std::string after = contentsOf(directory / "agent.conf");
+    putContents(directory / "agent.conf", before);
+    Failing_Memory::failEach([&] { change("after"); },
+                             [&](unsigned long number, bool hasFailed) {
+                                 const std::string contents = contentsOf(directory / "agent.conf");
+                                 EXPECT_TRUE(contents == after || (hasFailed && contents == before))
+                                     << number << contents;
+                                 EXPECT_TRUE(contents == after || !isDone) << number;
+                                 EXPECT_EQ(directory.entries(), 1U) << number;
+                                 putContents(directory / "agent.conf", before);
+                             });
 }
