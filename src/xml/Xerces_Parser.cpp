@@ -108,6 +108,9 @@ Xerces_DocumentPtr Xerces_Parser::run(const xercesc::InputSource& source, std::s
     } catch (...) {
         why = "the parser failed";
     }
+    // The library quotes the bytes that it cannot read.
+    std::replace_if(
+        why.begin(), why.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7f; }, '?');
     if (reason != nullptr)
         *reason = why;
     return nullptr;
