@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <sys/mman.h>
 #include <utility>
 
 namespace {
@@ -83,4 +85,10 @@ void Secret_Text::clear() noexcept {
 [[gnu::noinline]] Secret_StackWipe::~Secret_StackWipe() {
     char left[64 * 1024];
     explicit_bzero(left, sizeof left);
+    // Most of it was never in use, and is not to stay with each thread that once saw a secret.
+    constexpr std::size_t page = 4096;
+    void* pages = left;
+    std::size_t size = sizeof left;
+    if (std::align(page, page, pages, size) != nullptr)
+        madvise(pages, size / page * page, MADV_DONTNEED);
 }
