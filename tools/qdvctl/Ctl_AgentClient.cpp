@@ -47,13 +47,8 @@ std::string describeStatus(int status) {
 
 } // namespace
 
-std::string Ctl_Reply::word(std::string_view name) const {
-    const std::string* value = response.attribute(name);
-    return value == nullptr ? std::string() : *value;
-}
-
 bool Ctl_Reply::isSuccess() const {
-    return word("response") == "success";
+    return response.word("response") == "success";
 }
 
 Ctl_AgentClient::Ctl_AgentClient(const Ctl_AgentOptions& options)

@@ -13,8 +13,6 @@ struct Ctl_Reply {
     Ctl_Node response; ///< the element Response
     std::chrono::microseconds duration{};
 
-    /// An attribute of Response; empty if it is absent.
-    std::string word(std::string_view name) const;
     bool isSuccess() const;
 };
 

@@ -39,8 +39,8 @@ void showJson(const Ctl_Node& response) {
 
 void showText(const std::string& agent, const std::string& method, const Ctl_Reply& reply,
               const Ctl_View& view) {
-    const std::string reason = reply.word("reason");
-    std::string headline = agent + " " + method + ": " + reply.word("response");
+    const std::string reason = reply.response.word("reason");
+    std::string headline = agent + " " + method + ": " + reply.response.word("response");
     if (!reply.isSuccess() && !reason.empty())
         headline += ", " + reason;
     const double milliseconds = static_cast<double>(reply.duration.count()) / 1000.0;
@@ -61,7 +61,7 @@ const char* adviceFor(const std::string& reason) {
 }
 
 int tellAdvice(const Ctl_Reply& reply) {
-    if (const char* advice = adviceFor(reply.word("reason")); advice != nullptr)
+    if (const char* advice = adviceFor(reply.response.word("reason")); advice != nullptr)
         std::fprintf(stderr, "qdvctl: %s\n", advice);
     return Ctl_Refused;
 }
@@ -153,8 +153,8 @@ void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOpti
 }
 
 int Ctl_TellRefusal(const std::string& method, const Ctl_Reply& reply) {
-    const std::string reason = reply.word("reason");
-    const std::string outcome = reply.word("response") + (reason.empty() ? "" : ", " + reason);
+    const std::string reason = reply.response.word("reason");
+    const std::string outcome = reply.response.word("response") + (reason.empty() ? "" : ", " + reason);
     std::fprintf(stderr, "qdvctl: %s: %s\n", method.c_str(), Ctl_Printable(outcome).c_str());
     return tellAdvice(reply);
 }

@@ -28,4 +28,5 @@ std::vector<Ctl_ConfigFile> Ctl_ReadConfigFiles(const std::string& directory);
 /// One file of any name: identities if the name begins with "uuid", the agent's configuration otherwise.
 Ctl_ConfigFile Ctl_ReadConfigFile(const std::string& file);
 
+/// What in a configuration that the agent takes hardly anybody means.
 std::vector<std::string> Ctl_ConfigWarnings(const AgentConfig_Configuration& configuration);

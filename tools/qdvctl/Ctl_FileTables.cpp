@@ -4,9 +4,6 @@
 #include "qdvctl/Ctl_Text.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <string_view>
 
@@ -14,17 +11,8 @@ namespace {
 
 using FileRow = std::vector<std::string>;
 
-std::string wordOf(const Ctl_Node& object, std::string_view name) {
-    const std::string* value = object.attribute(name);
-    return value != nullptr ? *value : std::string();
-}
-
-std::uint64_t countOf(const Ctl_Node& object, std::string_view name) {
-    return std::strtoull(wordOf(object, name).c_str(), nullptr, 10);
-}
-
 bool isFolder(const Ctl_Node& object) {
-    return wordOf(object, "isdir") == "true";
+    return object.word("isdir") == "true";
 }
 
 /// Numbers stand under each other by their last digits.
@@ -38,27 +26,21 @@ void alignRight(std::vector<FileRow>& rows, std::size_t column) {
 
 FileRow listed(const Ctl_Node& object) {
     return {isFolder(object) ? "d" : "-",
-            Ctl_Printable(wordOf(object, "userId")),
-            wordOf(object, "groupId"),
-            std::to_string(countOf(object, "size")),
-            Ctl_Printable(wordOf(object, "modifyDT")),
-            Ctl_Printable(wordOf(object, "name")) + (isFolder(object) ? "/" : "")};
+            Ctl_Printable(object.word("userId")),
+            object.word("groupId"),
+            std::to_string(object.number("size")),
+            Ctl_Printable(object.word("modifyDT")),
+            Ctl_Printable(object.word("name")) + (isFolder(object) ? "/" : "")};
 }
 
 FileRow totals(std::string name, const std::vector<std::uint64_t>& counts) {
-    return {Ctl_SizeText(counts[0]),
+    return {Ctl_SizeText(static_cast<double>(counts[0])),
             std::to_string(counts[0]),
             std::to_string(counts[1]),
             std::to_string(counts[2]),
             std::to_string(counts[3]),
             std::to_string(counts[4]),
             std::move(name)};
-}
-
-const Ctl_Node* childNamed(const std::vector<Ctl_Node>& nodes, std::string_view name) {
-    const auto found =
-        std::find_if(nodes.begin(), nodes.end(), [&](const Ctl_Node& node) { return node.name == name; });
-    return found == nodes.end() ? nullptr : &*found;
 }
 
 bool isAtOrBelow(std::string_view path, std::string_view directory) {
@@ -94,20 +76,6 @@ std::string hitLine(std::string_view size, std::string_view modified, std::strin
 
 } // namespace
 
-std::string Ctl_SizeText(std::uint64_t bytes) {
-    constexpr std::array<const char*, 6> units = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-    constexpr double step = 1024;
-    if (bytes < static_cast<std::uint64_t>(step))
-        return std::to_string(bytes) + " B";
-    double size = static_cast<double>(bytes) / step;
-    std::size_t unit = 0;
-    for (; size >= step && unit + 1 < units.size(); ++unit)
-        size /= step;
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.1f %s", size, units.at(unit));
-    return text.data();
-}
-
 std::string Ctl_ListFiles(const std::vector<Ctl_Node>& results) {
     std::vector<FileRow> rows;
     for (const Ctl_Node& object : results) {
@@ -129,17 +97,17 @@ std::string Ctl_ListTotals(const std::vector<Ctl_Node>& trees) {
         {"Size", "Bytes", "Files", "Folders", "Changed in 24 h", "Read in 24 h", "Path"}};
     std::vector<std::uint64_t> sums(std::size(counters));
     for (const Ctl_Node& tree : trees) {
-        const std::string path = Ctl_Printable(wordOf(tree, "path"));
-        if (wordOf(tree, "exists") != "true") {
+        const std::string path = Ctl_Printable(tree.word("path"));
+        if (tree.word("exists") != "true") {
             rows.push_back({"-", "-", "-", "-", "-", "-", path + " (does not exist)"});
             continue;
         }
         std::vector<std::uint64_t> counts;
         for (const char* counter : counters)
-            counts.push_back(countOf(tree, counter));
+            counts.push_back(tree.number(counter));
         // A file is what a tree of one holds.
         if (!isFolder(tree))
-            counts = {countOf(tree, "size"), 1, 0, 0, 0};
+            counts = {tree.number("size"), 1, 0, 0, 0};
         for (std::size_t at = 0; at < sums.size(); ++at)
             sums[at] += counts[at];
         rows.push_back(totals(path, counts));
@@ -153,14 +121,14 @@ std::string Ctl_ListTotals(const std::vector<Ctl_Node>& trees) {
 
 std::string Ctl_ListVolumes(const std::vector<Ctl_Node>& summary) {
     constexpr std::size_t columns = 5;
-    const Ctl_Node* list = childNamed(summary, "Volumes");
+    const Ctl_Node* list = Ctl_FindElement(summary, "Volumes");
     std::vector<std::string> names;
     std::vector<std::vector<std::uint64_t>> counts;
     for (const Ctl_Node& volume : list != nullptr ? list->children : std::vector<Ctl_Node>()) {
-        names.push_back(wordOf(volume, "name"));
-        counts.push_back({countOf(volume, "numFiles"), countOf(volume, "numDirs"),
-                          countOf(volume, "numFilesHit") + countOf(volume, "numDirsHit"),
-                          countOf(volume, "sizeHit"), 0});
+        names.push_back(volume.word("name"));
+        counts.push_back({volume.number("numFiles"), volume.number("numDirs"),
+                          volume.number("numFilesHit") + volume.number("numDirsHit"),
+                          volume.number("sizeHit"), 0});
     }
     for (const std::string& failure : Ctl_FailedItems(summary))
         if (const std::size_t at = volumeOf(failure, names); at < names.size())
@@ -187,17 +155,17 @@ std::string Ctl_ListVolumes(const std::vector<Ctl_Node>& summary) {
 
 std::vector<std::string> Ctl_FailedItems(const std::vector<Ctl_Node>& summary) {
     std::vector<std::string> names;
-    if (const Ctl_Node* list = childNamed(summary, "AuditFailedItems"))
+    if (const Ctl_Node* list = Ctl_FindElement(summary, "AuditFailedItems"))
         for (const Ctl_Node& item : list->children)
             if (!item.isText())
-                names.push_back(wordOf(item, "name"));
+                names.push_back(item.word("name"));
     return names;
 }
 
 std::string Ctl_ListHit(const Ctl_Node& hit) {
-    return hitLine(std::to_string(countOf(hit, "size")), Ctl_Printable(wordOf(hit, "modifyDT")),
-                   Ctl_Printable(wordOf(hit, "userId")),
-                   Ctl_Printable(wordOf(hit, "path")) + (isFolder(hit) ? "/" : ""));
+    return hitLine(std::to_string(hit.number("size")), Ctl_Printable(hit.word("modifyDT")),
+                   Ctl_Printable(hit.word("userId")),
+                   Ctl_Printable(hit.word("path")) + (isFolder(hit) ? "/" : ""));
 }
 
 std::string Ctl_HitHeading() {

@@ -2,7 +2,6 @@
 
 #include "qdvctl/Ctl_Node.h"
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -26,6 +25,3 @@ std::vector<std::string> Ctl_FailedItems(const std::vector<Ctl_Node>& summary);
 /// One hit, and the heading of them all, in columns that stay where they are however many hits come.
 std::string Ctl_ListHit(const Ctl_Node& hit);
 std::string Ctl_HitHeading();
-
-/// "1.5 GiB"; exact below a KiB.
-std::string Ctl_SizeText(std::uint64_t bytes);

@@ -14,16 +14,11 @@ namespace {
 constexpr int labelWidth = 18;
 constexpr long minutesPerHour = 60;
 
-const Ctl_Node* findElement(const std::vector<Ctl_Node>& nodes, std::string_view name) {
-    for (const Ctl_Node& node : nodes)
-        if (node.name == name)
-            return &node;
-    return nullptr;
-}
-
-std::string attributeOf(const Ctl_Node* element, std::string_view name) {
-    const std::string* value = element == nullptr ? nullptr : element->attribute(name);
-    return value == nullptr ? std::string() : *value;
+/// The element of that name; an empty one if there is none.
+const Ctl_Node& elementOrNone(const std::vector<Ctl_Node>& nodes, std::string_view name) {
+    static const Ctl_Node none;
+    const Ctl_Node* found = Ctl_FindElement(nodes, name);
+    return found == nullptr ? none : *found;
 }
 
 void addLine(std::string& text, const char* label, const std::string& value) {
@@ -35,13 +30,13 @@ void addLine(std::string& text, const char* label, const std::string& value) {
 }
 
 /// "UTC+05:30"; an offset that is absent is none.
-std::string timeZone(const Ctl_Node* machine) {
-    const long offset = std::strtol(attributeOf(machine, "gmtOffset").c_str(), nullptr, 10);
+std::string timeZone(const Ctl_Node& machine) {
+    const long offset = std::strtol(machine.word("gmtOffset").c_str(), nullptr, 10);
     const long minutes = std::labs(offset);
     char text[32];
     std::snprintf(text, sizeof text, "UTC%c%02ld:%02ld", offset < 0 ? '-' : '+', minutes / minutesPerHour,
                   minutes % minutesPerHour);
-    return std::string(text) + (attributeOf(machine, "daylight") == "true" ? ", daylight saving time" : "");
+    return std::string(text) + (machine.word("daylight") == "true" ? ", daylight saving time" : "");
 }
 
 std::string joined(const std::string& first, const std::string& second) {
@@ -51,18 +46,17 @@ std::string joined(const std::string& first, const std::string& second) {
 } // namespace
 
 std::string Ctl_DescribeHost(const std::vector<Ctl_Node>& results) {
-    const Ctl_Node* host = findElement(results, "HostSystem");
+    const Ctl_Node* host = Ctl_FindElement(results, "HostSystem");
     if (host == nullptr)
         return "The reply holds no host.\n";
-    const Ctl_Node* system = findElement(host->children, "OS");
-    const Ctl_Node* machine = findElement(host->children, "Machine");
+    const Ctl_Node& machine = elementOrNone(host->children, "Machine");
     std::string text;
-    addLine(text, "Host", attributeOf(machine, "name"));
-    addLine(text, "Domain", attributeOf(machine, "domain"));
-    addLine(text, "Operating system", attributeOf(system, "name"));
-    addLine(text, "Machine", joined(attributeOf(machine, "manufacturer"), attributeOf(machine, "model")));
-    addLine(text, "Serial number", attributeOf(machine, "serialNumber"));
-    if (machine != nullptr)
+    addLine(text, "Host", machine.word("name"));
+    addLine(text, "Domain", machine.word("domain"));
+    addLine(text, "Operating system", elementOrNone(host->children, "OS").word("name"));
+    addLine(text, "Machine", joined(machine.word("manufacturer"), machine.word("model")));
+    addLine(text, "Serial number", machine.word("serialNumber"));
+    if (!machine.name.empty())
         addLine(text, "Time zone", timeZone(machine));
     return text;
 }

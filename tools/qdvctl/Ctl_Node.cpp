@@ -6,6 +6,7 @@
 #include <xercesc/dom/DOM.hpp>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace {
 
@@ -35,6 +36,16 @@ const std::string* Ctl_Node::attribute(std::string_view wanted) const {
     return found == attributes.end() ? nullptr : &found->second;
 }
 
+std::string Ctl_Node::word(std::string_view attributeName) const {
+    const std::string* value = attribute(attributeName);
+    return value == nullptr ? std::string() : *value;
+}
+
+std::uint64_t Ctl_Node::number(std::string_view attributeName) const {
+    const std::string* value = attribute(attributeName);
+    return value == nullptr ? 0 : std::strtoull(value->c_str(), nullptr, 10);
+}
+
 std::string Ctl_Node::ownText() const {
     std::string joined;
     for (const Ctl_Node& child : children)
@@ -51,6 +62,12 @@ bool Ctl_Node::hasElements() const {
 Ctl_Node& Ctl_Node::add(std::string elementName,
                         std::vector<std::pair<std::string, std::string>> elementAttributes) {
     return children.emplace_back(Ctl_Node{std::move(elementName), {}, std::move(elementAttributes), {}});
+}
+
+const Ctl_Node* Ctl_FindElement(const std::vector<Ctl_Node>& nodes, std::string_view name) {
+    const auto found =
+        std::find_if(nodes.begin(), nodes.end(), [&](const Ctl_Node& node) { return node.name == name; });
+    return found == nodes.end() ? nullptr : &*found;
 }
 
 Ctl_Node Ctl_TextElement(std::string name, std::string text) {

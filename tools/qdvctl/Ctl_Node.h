@@ -2,6 +2,7 @@
 
 #include "xml/Xerces_Types.h"
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,6 +20,9 @@ struct Ctl_Node {
     bool isText() const { return name.empty(); }
     /// Null if there is none of that name.
     const std::string* attribute(std::string_view wanted) const;
+    /// The same as text, empty if there is none, and as a whole number, then 0.
+    std::string word(std::string_view attributeName) const;
+    std::uint64_t number(std::string_view attributeName) const;
     /// The text directly below an element, without white space around it.
     std::string ownText() const;
     bool hasElements() const;
@@ -26,6 +30,9 @@ struct Ctl_Node {
     Ctl_Node& add(std::string elementName,
                   std::vector<std::pair<std::string, std::string>> elementAttributes = {});
 };
+
+/// The first element of that name; null if there is none.
+const Ctl_Node* Ctl_FindElement(const std::vector<Ctl_Node>& nodes, std::string_view name);
 
 /// An element with one text, such as a method's parameter.
 Ctl_Node Ctl_TextElement(std::string name, std::string text);

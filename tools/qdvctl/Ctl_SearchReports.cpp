@@ -1,15 +1,9 @@
 #include "qdvctl/Ctl_SearchReports.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 namespace {
-
-std::uint64_t numberOf(const Ctl_Node& node, std::string_view name) {
-    const std::string* text = node.attribute(name);
-    return text == nullptr ? 0 : std::strtoull(text->c_str(), nullptr, 10);
-}
 
 bool hasText(const Ctl_Node& node, std::string_view name, const std::string& text) {
     return node.name == name && node.ownText() == text;
@@ -39,12 +33,11 @@ void Ctl_SearchReports::take(const Ctl_Request& call) {
 void Ctl_SearchReports::takeProgress(const Ctl_Node& progress) {
     isReported_ = true;
     heard_ = std::chrono::steady_clock::now();
-    const std::uint64_t id = numberOf(progress, "nxId");
+    const std::uint64_t id = progress.number("nxId");
     if (id == 0 || id > volumes_.size())
         return;
-    const std::string* status = progress.attribute("progressStatus");
-    volumes_[id - 1] = {numberOf(progress, "filesProcessed"), numberOf(progress, "dirsProcessed"),
-                        status == nullptr ? std::string() : *status};
+    volumes_[id - 1] = {progress.number("filesProcessed"), progress.number("dirsProcessed"),
+                        progress.word("progressStatus")};
 }
 
 std::optional<std::vector<Ctl_Node>> Ctl_SearchReports::waitForSummary(std::chrono::milliseconds time) {

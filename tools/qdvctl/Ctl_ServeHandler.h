@@ -31,8 +31,7 @@ std::optional<Ctl_Node> Ctl_ResultOf(const std::string& method, const std::strin
 using Ctl_CallObserver = std::function<void(const Ctl_Request& call)>;
 
 /// Answers an agent's calls as its server would, and writes each to `output`, unless an observer is there to
-/// be told of it. Made for each connection by its
-/// factory; used by the thread that serves it.
+/// be told of it. Made for each connection by its factory; used by the thread that serves it.
 class Ctl_ServeHandler : public HTTP_RequestHandler {
 public:
     struct Shared {

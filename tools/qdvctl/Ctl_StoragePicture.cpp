@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <map>
 #include <set>
 
@@ -91,11 +90,6 @@ std::string shortName(const std::string& name) {
     return "..." + printable.substr(at);
 }
 
-double bytesOf(const Object& object, const char* name) {
-    const double bytes = std::strtod(object.attribute(name).c_str(), nullptr);
-    return bytes > 0 && bytes < 1e30 ? bytes : 0;
-}
-
 /// Indexes of levels, from the top.
 constexpr std::size_t volumes = 0;
 constexpr std::size_t partitions = 3;
@@ -107,9 +101,9 @@ const char* usedName(std::size_t level) {
 
 /// The attribute that is free: what is not used, as text.
 std::string freeText(const Key& key, const Object& object) {
-    const double total = bytesOf(object, "totalBytes");
-    const double used = bytesOf(object, usedName(key.first));
-    return used > 0 && used <= total ? Ctl_SizeText(std::to_string(total - used)) : std::string();
+    const double total = object.bytes("totalBytes");
+    const double used = object.bytes(usedName(key.first));
+    return used > 0 && used <= total ? Ctl_SizeText(total - used) : std::string();
 }
 
 std::string joined(const std::vector<std::string>& parts, const char* between) {
@@ -404,9 +398,9 @@ private:
     /// is none where the audit does not tell, as of most arrays, groups and undivided drives.
     std::string bar(const Key& key, const Object& object, int x, int y) const {
         constexpr int width = cellWidth - 2 * cellEdge;
-        const double total = bytesOf(object, "totalBytes");
+        const double total = object.bytes("totalBytes");
         const auto extents = extentsOf_.find(key);
-        const double used = bytesOf(object, usedName(key.first));
+        const double used = object.bytes(usedName(key.first));
         const bool isTold =
             key.first == volumes || key.first == partitions || used > 0 || extents != extentsOf_.end();
         if (total <= 0 || !isTold)
@@ -423,7 +417,7 @@ private:
             part(0, used);
         else
             for (const Object* extent : extents->second)
-                part(bytesOf(*extent, "offsetBytes"), bytesOf(*extent, "totalBytes"));
+                part(extent->bytes("offsetBytes"), extent->bytes("totalBytes"));
         return text;
     }
 

@@ -4,8 +4,6 @@
 #include "qdvctl/Ctl_Text.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <iterator>
 
@@ -38,33 +36,21 @@ std::size_t levelOf(const std::string& element) {
     return level;
 }
 
-std::string attributeOf(const Ctl_Node& node, const char* name) {
-    const std::string* value = node.attribute(name);
-    return value == nullptr ? std::string() : *value;
-}
-
 } // namespace
 
-std::string Ctl_SizeText(const std::string& bytes) {
-    constexpr double step = 1024;
-    double size = std::strtod(bytes.c_str(), nullptr);
-    if (!(size > 0))
-        return {};
-    constexpr const char* units[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-    std::size_t unit = 0;
-    for (; size >= step && unit + 1 < std::size(units); ++unit)
-        size /= step;
-    std::array<char, 32> text = {};
-    std::snprintf(text.data(), text.size(), "%.*f %s", unit == 0 ? 0 : 1, size, units[unit]);
-    return text.data();
+std::string Ctl_StorageStack::Object::attribute(const char* name) const {
+    return form == nullptr ? std::string() : form->word(name);
 }
 
-std::string Ctl_StorageStack::Object::attribute(const char* name) const {
-    return form == nullptr ? std::string() : attributeOf(*form, name);
+double Ctl_StorageStack::Object::bytes(const char* name) const {
+    constexpr double beyondAnySize = 1e30;
+    const double told = std::strtod(attribute(name).c_str(), nullptr);
+    return told > 0 && told < beyondAnySize ? told : 0;
 }
 
 std::string Ctl_StorageStack::Object::size(const char* name) const {
-    return Ctl_SizeText(attribute(name));
+    const double known = bytes(name);
+    return known > 0 ? Ctl_SizeText(known) : std::string();
 }
 
 std::string Ctl_StorageStack::Object::composition() const {
@@ -86,7 +72,7 @@ Ctl_StorageStack::Ctl_StorageStack(const std::vector<Ctl_Node>& results) {
             addLinks(collection);
         for (const Ctl_Node& object : collection.children)
             if (const std::size_t level = levelOf(object.name); level < levelCount)
-                objects_[{level, attributeOf(object, "name")}].form = &object;
+                objects_[{level, object.word("name")}].form = &object;
     }
     // From the bottom, so that what lies below a placeholder is known when it moves up.
     for (auto entry = objects_.rbegin(); entry != objects_.rend(); ++entry)
@@ -99,7 +85,7 @@ void Ctl_StorageStack::addLinks(const Ctl_Node& kinds) {
             std::vector<Key> ends;
             for (const Ctl_Node& end : link.children)
                 if (const std::size_t level = levelOf(end.name); level < levelCount)
-                    ends.emplace_back(level, attributeOf(end, "name"));
+                    ends.emplace_back(level, end.word("name"));
             if (ends.size() == 2 && ends.front().first != ends.back().first) {
                 const auto [upper, lower] = std::minmax(ends.front(), ends.back());
                 objects_[upper].children.push_back(lower);
@@ -119,7 +105,7 @@ bool Ctl_StorageStack::isPlaceholder(const Key& key) const {
     if (object.form == nullptr && isDrive(key))
         return true;
     return key.second.starts_with("NULL" + std::string(elementOf(key.first)) + '_') ||
-           (object.form != nullptr && attributeOf(*object.form, "existence") == "false");
+           (object.form != nullptr && object.form->word("existence") == "false");
 }
 
 /// Leaves the object with its own children only: each once, none a placeholder, and none that lies below

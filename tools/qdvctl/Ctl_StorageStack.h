@@ -21,8 +21,9 @@ public:
         const Ctl_Node* form = nullptr;                ///< null if only links tell of it
         std::vector<Key> children;                     ///< what it lies on
         std::string attribute(const char* name) const; ///< empty if there is none
-        std::string size(const char* name) const; ///< a number of bytes as "931.5 GiB"; empty for nothing
-        std::string composition() const;          ///< printable; empty if unknown
+        double bytes(const char* name) const;          ///< 0 if there is no such size
+        std::string size(const char* name) const;      ///< the same as "931.5 GiB"; empty for 0
+        std::string composition() const;               ///< printable; empty if unknown
     };
     static constexpr std::size_t levelCount = 5;
 
@@ -44,6 +45,3 @@ private:
     std::map<Key, Object> objects_;
     std::set<Key> below_;
 };
-
-/// "931.5 GiB"; empty for nothing.
-std::string Ctl_SizeText(const std::string& bytes);

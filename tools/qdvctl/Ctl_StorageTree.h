@@ -13,8 +13,7 @@
 /// the same.
 ///
 /// `results` are the collections of the levels and the links. The tree begins with the objects of the level
-/// `top`, a member's type, or else with all objects that nothing lies on, and
-/// ends with what could not be audited. Pure; the results may hold any
-/// bytes.
+/// `top`, a member's type, or else with all objects that nothing lies on, and ends with what could not be
+/// audited. Pure; the results may hold any bytes.
 std::string Ctl_StorageTree(const std::vector<Ctl_Node>& results,
                             std::optional<System_Object::StorageType> top = std::nullopt);

@@ -124,6 +124,17 @@ std::size_t Ctl_Width(std::string_view printable) {
     }));
 }
 
+std::string Ctl_SizeText(double bytes) {
+    constexpr std::array<const char*, 7> units = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    constexpr double step = 1024;
+    std::size_t unit = 0;
+    for (; bytes >= step && unit + 1 < units.size(); ++unit)
+        bytes /= step;
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.*f %s", unit == 0 ? 0 : 1, bytes, units.at(unit));
+    return text.data();
+}
+
 std::string Ctl_JsonString(std::string_view text) {
     return '"' + transformed(text, appendJson) + '"';
 }

@@ -21,6 +21,9 @@ std::string Ctl_PrintableLines(std::string_view text);
 /// The columns that printable text takes, as far as characters that are one column wide go.
 std::size_t Ctl_Width(std::string_view printable);
 
+/// "931.5 GiB"; exact below a KiB.
+std::string Ctl_SizeText(double bytes);
+
 /// A JSON string (RFC 8259) with its quotes. A byte that is not UTF-8 becomes U+EF00 plus the byte, as in the
 /// agent's documents, so that the output is valid and nothing is lost.
 std::string Ctl_JsonString(std::string_view text);

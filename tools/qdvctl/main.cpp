@@ -13,7 +13,8 @@
 //   Ctl_AgentOptions    their options
 //   Ctl_AgentClient     one call: identity and user in, reply out
 //   Ctl_Deadline        ends a call that takes too long
-//   Ctl_Server          the stand-in for the management server, and how it shows a call
+//   Ctl_Server          the stand-in for the management server
+//   Ctl_ServeHandler    how it answers a call, and shows it
 //   Ctl_Envelope        the XML of requests and replies, both ways
 //   Ctl_Node            a document as plain values
 //   Ctl_SearchExpression  what a person looks for as a condition that the agent reads
@@ -22,7 +23,11 @@
 //   Ctl_FileTables      files and directories, and searches, as tables
 //   Ctl_ProgressLine    a line on the terminal that is written over
 //   Ctl_Interrupt       what is said when a command is interrupted
-//   Ctl_StorageTree     the levels of the storage and their links as a tree
+//   Ctl_StorageStack    the levels of the storage and their links as a graph
+//   Ctl_StorageTree     that as a tree
+//   Ctl_StoragePicture  that as a picture and a page
+//   Ctl_ConfigFiles     the agent's configuration files as it would read them
+//   Ctl_Input           files and standard input, read whole
 //   Ctl_Render          such values as text for a person, and as JSON
 //   Ctl_Text            bytes from outside made fit for a terminal, and for JSON
 //   Ctl_Password        asked for without echo, wiped after use
