@@ -221,6 +221,9 @@ def test_hostile_texts_reach_neither_terminal_nor_json_raw(ctl, peer):
     element = as_json.json[0]["elements"][0]
     assert element["attributes"] == {"b": "\x1b]0;x\x07", "c": "\x9b2J", "d": "Ää"}
     assert element["text"] == "\u202etxt\uefff\n\tend"
+    listed = ctl("files", "ls", "/", *peer(reply(b'<FSO isdir="true">' + b'<FSO %s/></FSO>' % b" ".join(
+        b'%s="&#xEF1B;c"' % name for name in (b"name", b"userId", b"groupId", b"size", b"modifyDT")))))
+    assert listed.status == 0 and not CONTROL_BYTES.search(listed.raw) and listed.stdout.count("\\x1bc") == 4
     refused = ctl("ping", *peer(reply(b"", b'response="&#xEF1B;c" reason="&#xEF1B;[31m"')))
     assert refused.status == 1 and "Ping: \\x1bc, \\x1b[31m (" in refused.stdout
 

@@ -27,7 +27,7 @@ void alignRight(std::vector<FileRow>& rows, std::size_t column) {
 FileRow listed(const Ctl_Node& object) {
     return {isFolder(object) ? "d" : "-",
             Ctl_Printable(object.word("userId")),
-            object.word("groupId"),
+            Ctl_Printable(object.word("groupId")),
             std::to_string(object.number("size")),
             Ctl_Printable(object.word("modifyDT")),
             Ctl_Printable(object.word("name")) + (isFolder(object) ? "/" : "")};
