@@ -6,6 +6,8 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
+#include <utility>
 
 namespace {
 
@@ -32,11 +34,20 @@ bool isControl(std::uint32_t character) {
     return character < 0x20 || (character >= 0x7F && character <= 0x9F);
 }
 
-/// Characters that are not seen themselves but change how their neighbours are seen.
+/// Characters that are not seen themselves but change how their neighbours are seen, or make two names look
+/// alike: what Unicode lets a program leave out (Default_Ignorable_Code_Point), separators of lines and
+/// paragraphs, and the marks of annotations. First and last of each range.
+constexpr std::pair<std::uint32_t, std::uint32_t> deceptive[] = {
+    {0x00AD, 0x00AD},   {0x034F, 0x034F},  {0x061C, 0x061C}, {0x115F, 0x1160}, {0x17B4, 0x17B5},
+    {0x180B, 0x180F},   {0x200B, 0x200F},  {0x2028, 0x202E}, {0x2060, 0x206F}, {0x3164, 0x3164},
+    {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},  {0xFFA0, 0xFFA0}, {0xFFF0, 0xFFFB}, {0x1BCA0, 0x1BCA3},
+    {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}};
+
 bool isDeceptive(std::uint32_t character) {
-    return character == 0x061C || (character >= 0x200B && character <= 0x200F) ||
-           (character >= 0x2028 && character <= 0x202E) || (character >= 0x2060 && character <= 0x2069) ||
-           character == 0xFEFF || (character >= 0xE0000 && character <= 0xE007F);
+    return character >= deceptive[0].first &&
+           std::any_of(std::begin(deceptive), std::end(deceptive), [&](const auto& range) {
+               return character >= range.first && character <= range.second;
+           });
 }
 
 bool isControlElsewhere(char byte) {
@@ -59,7 +70,7 @@ void appendPrintable(std::string& out, const Unit& unit, std::string_view bytes)
     if (!unit.isCharacter || isControl(unit.value))
         appendHex(out, "\\x", unit.value, 2);
     else if (isToBeSpelled(unit, bytes))
-        appendHex(out, "\\u", unit.value, 4);
+        appendHex(out, unit.value < 0x10000 ? "\\u" : "\\U", unit.value, unit.value < 0x10000 ? 4 : 8);
     else
         out.append(bytes);
 }

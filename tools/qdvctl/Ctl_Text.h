@@ -13,7 +13,7 @@ void Ctl_SetTerminalUtf8(bool understood);
 
 /// The text as a terminal may get it: UTF-8, in which whatever could steer the terminal or disguise what
 /// stands there is spelled out: control characters and bytes that are not UTF-8 as "\x1b", invisible
-/// characters that reorder or break lines as "\u202e".
+/// characters that reorder or break lines as "\u202e" or "\U000e0041".
 std::string Ctl_Printable(std::string_view text);
 /// The same, with line feeds and tabs left as they are.
 std::string Ctl_PrintableLines(std::string_view text);

@@ -25,8 +25,9 @@ TEST(Printable, SpellsOutWhateverCouldSteerATerminalOrDeceiveItsReader) {
         {"\x9B[m", "\\x9b[m"},                        // and as a bare byte
         {"\xE2\x80\xAEgpj", "\\u202egpj"},            // right-to-left override
         {"\xE2\x80\xA8x", "\\u2028x"},                // line separator
+        {"a\xC2\xADz", "a\\u00adz"},                  // soft hyphen, which is not seen
         {"\xEF\xBB\xBFx", "\\ufeffx"},                // zero width
-        {"\xF3\xA0\x81\x81", "\\ue0041"},             // tag character
+        {"\xF3\xA0\x81\x81", "\\U000e0041"},          // tag character
         {"\xC0\x80", "\\xc0\\x80"},                   // longer than need be
         {"\xE0\x80\xAF", "\\xe0\\x80\\xaf"},          //
         {"\xED\xA0\x80", "\\xed\\xa0\\x80"},          // surrogate
