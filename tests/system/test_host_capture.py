@@ -11,5 +11,10 @@ def test_capture_of_this_machine(ctl, tmp_path):
     assert f'command "uname -r" = "{platform.release()}\\n"' in index
     assert any(line.startswith("filesystem / = ") for line in index)
     assert sorted(path.name for path in folder.iterdir()) == ["index", "text"]
-    for arguments, why in ((["/no/such"], "No such file"), ([folder], "not empty"), ([], "required"), (["a", "b"], "b")):
+    assert folder.stat().st_mode & 0o777 == 0o700
+    theirs = tmp_path / "theirs"
+    theirs.mkdir()
+    theirs.chmod(0o777)
+    for arguments, why in ((["/no/such"], "No such file"), ([folder], "not empty"), ([theirs], "others can write"),
+                           ([], "required"), (["a", "b"], "b")):  # fmt: skip
         assert why in ctl("host", "capture", *arguments).error(2)

@@ -12,7 +12,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fnmatch.h>
@@ -21,6 +23,7 @@
 #include <mntent.h>
 #include <set>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -349,17 +352,22 @@ private:
     const File_Descriptor before_;
 };
 
-void makeEmptyFolder(const std::string& path) {
-    std::error_code error;
-    std::filesystem::create_directory(path, error);
-    if (error || !std::filesystem::is_empty(path, error) || error)
-        throw Ctl_Failure(Ctl_WrongUsage,
-                          path + ": " + (error ? error.message() : std::string("the folder is not empty")));
+/// Makes the folder if it is not there, and works in it from then on. What root captures nobody else may
+/// read, nor put links in its way.
+void enterEmptyFolder(const std::string& path) {
+    const auto refuse = [&](const std::string& why) { throw Ctl_Failure(Ctl_WrongUsage, path + ": " + why); };
+    struct stat status {};
+    if ((mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) || chdir(path.c_str()) != 0 ||
+        stat(".", &status) != 0)
+        refuse(std::strerror(errno));
+    if (status.st_uid != geteuid() || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
+        refuse("others can write to the folder");
+    if (!std::filesystem::is_empty("."))
+        refuse("the folder is not empty");
 }
 
 int capture(const std::string& folder) {
-    makeEmptyFolder(folder);
-    std::filesystem::current_path(folder); // where commands leave their output until it is read
+    enterEmptyFolder(folder); // where commands leave their output until it is read, too
     if (geteuid() != 0)
         std::fputs("qdvctl: not run by root, so devices and some tools will refuse\n", stderr);
     Host_RecordingHost host(Host_Real());
