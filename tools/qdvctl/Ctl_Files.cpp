@@ -88,7 +88,7 @@ int stats(const Ctl_AgentOptions& agent, const StatsOptions& options) {
     const std::vector<Ctl_Node> trees = counted.trees();
     if (agent.json)
         std::printf("%s\n", Ctl_RenderJson({}, trees).c_str());
-    else
+    else if (!trees.empty())
         std::fputs(Ctl_ListTotals(trees).c_str(), stdout);
     if (trees.size() < options.paths.size())
         std::fprintf(stderr, "qdvctl: %zu of %zu could not be looked at, or the agent calls another server\n",

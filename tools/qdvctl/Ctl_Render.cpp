@@ -11,6 +11,8 @@ constexpr unsigned indentStep = 2;
 /// Elements with more different attributes than this are no table that anybody could read.
 constexpr std::size_t mostColumns = 40;
 constexpr std::string_view columnGap = "  ";
+/// A cell that is wider does not widen its column, or one long name would be paid for in blanks by all rows.
+constexpr std::size_t widestColumn = 256;
 /// The heading of the column for elements' own texts; no attribute can have such a name.
 constexpr std::string_view textColumn = "(text)";
 
@@ -28,13 +30,13 @@ std::string padded(std::string cell, std::size_t width) {
     return taken < width ? std::move(cell) + padding(width - taken) : cell;
 }
 
-/// Columns as wide as their widest cell; the last is not padded.
+/// Columns as wide as their widest cell, up to a limit; the last is not padded.
 void appendRows(std::string& out, const std::vector<Row>& rows, unsigned indent) {
     std::vector<std::size_t> widths;
     for (const Row& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (std::size_t column = 0; column < row.size(); ++column)
-            widths[column] = std::max(widths[column], Ctl_Width(row[column]));
+            widths[column] = std::max(widths[column], std::min(Ctl_Width(row[column]), widestColumn));
     }
     for (const Row& row : rows) {
         std::string line = padding(indent);
