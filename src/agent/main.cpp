@@ -23,6 +23,7 @@
 #include "config/Config_File.h"
 #include "log/Debug_Printf.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <grp.h>
@@ -90,6 +91,8 @@ int guarded(Work work) {
 
 int main(int argc, char* argv[]) {
     occupyStandardDescriptors();
+    // A limit for files is to fail a write like a full disk, and not to end the agent.
+    std::signal(SIGXFSZ, SIG_IGN);
     gAgentConfig.reset(new (std::nothrow) Config_File<AgentConfig_Configuration>);
     gGuidConfig.reset(new (std::nothrow) Config_File<AgentConfig_Guid>);
     if (!gAgentConfig || !gGuidConfig) {

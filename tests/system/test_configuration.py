@@ -5,6 +5,7 @@ import os
 import re
 import shutil
 import socket
+import subprocess
 import xml.etree.ElementTree as ET
 
 import pytest
@@ -320,6 +321,12 @@ def test_dialog_that_saves_nothing(new_tree):
         assert run.stdout.endswith(END_OF_INPUT) == (status == 1)
     after = tree.agent_conf.stat()
     assert tree.agent_conf.read_text() == text and (after.st_ino, after.st_mtime_ns) == (before.st_ino, before.st_mtime_ns)
+    # What cannot be written whole, as on a full disk, is not written.
+    (tree.root / "answers").write_text("y\nhost" + "\n" * 20)
+    command = f"ulimit -f 0; exec {tree.program} -editConfig < {tree.root / 'answers'}"
+    full = subprocess.run(["sh", "-c", command], capture_output=True, text=True)
+    assert full.returncode == 1 and full.stderr.endswith("File too large\n"), full
+    assert tree.agent_conf.read_text() == text and [path.name for path in tree.conf.iterdir()] == ["agent.conf"]
 
 
 def test_dialog_under_bad_conditions(new_tree):

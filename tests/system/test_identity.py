@@ -1,6 +1,7 @@
 """Who the agent is: identities given by the server, and the uuid.conf that keeps them."""
 
 import random
+import resource
 import threading
 import time
 from concurrent.futures import ThreadPoolExecutor
@@ -113,9 +114,15 @@ def test_identity_file_is_replaced_whole_or_the_request_refused(start):
     answer = agent.call(uuid="other", host="h")
     assert (answer.outcome, answer.uuid) == REFUSED
     assert tree.uuid_conf.read_bytes() == before
-    # Both are known for the rest of this run, and get to the file with the next identity that can be written.
+    # A limit for files stands in for a disk that is full after so many bytes.
     (leftover / "x").rmdir()
     leftover.rmdir()
+    for limit in (0, 1, len(before)):
+        resource.prlimit(agent.pid, resource.RLIMIT_FSIZE, (limit, resource.RLIM_INFINITY))
+        assert checked(agent, "full", str(limit)) == REFUSED
+        assert tree.uuid_conf.read_bytes() == before and not leftover.exists()
+    resource.prlimit(agent.pid, resource.RLIMIT_FSIZE, (resource.RLIM_INFINITY,) * 2)
+    # All are known for the rest of this run, and get to the file with the next identity that can be written.
     assert ping(agent) == "id" and checked(agent, "other", "h") == (SUCCESS, "other")
     assert ping(agent, "last", "last") == "last"
     assert {("id", ""), ("other", "h"), ("last", "last")} <= set(tree.identities())
