@@ -7,10 +7,11 @@ import shutil
 import socket
 import subprocess
 import xml.etree.ElementTree as ET
+from pathlib import Path
 
 import pytest
 
-from harness import Dialog, Port, agent_conf, uuid_conf
+from harness import Dialog, Port, agent_conf, can_make_worlds, uuid_conf
 from harness.tree import bind
 
 CANNOT_PARSE = "Agent: Failed to parse agent configuration file\n"
@@ -73,12 +74,16 @@ BROKEN = [
     (GOOD.replace("AgentConfiguration", "agentconfiguration"), ("AgentConfiguration",)),
     *((GOOD.replace("1.0", text), ("AgentConfiguration", "version", '"1.0"')) for text in ("1.1", "1.0 ", "")),
     (GOOD.replace(' version="1.0"', ""), ("AgentConfiguration", "version")),
-    *((GOOD.replace(one, one * times), (word,)) for times in (0, 2) for one, word in (
+    *((GOOD.replace(one, one * times), (f'{many} element "{word}"; expected exactly one',))
+      for times, many in ((0, ": no"), (2, ": more than one")) for one, word in (
         (SERVER_INFO, "ServerInfo"), (AGENT_INFO, "AgentInfo"), (BIND_LIST, "BindList"),
     )),
     (GOOD.replace(AGENT_INFO, "<AgentInfo/><BindList/>"), ("BindList",)),
     (GOOD.replace(BIND, BIND + '<Bind address="127.0.0.1"/>'), ("Bind", '"port"')),
-    (GOOD.replace(BIND, BIND + '<Bind address="" port="1"/>'), ("Bind", '"address"', "host name or an IP address")),
+    (GOOD.replace(BIND, BIND + '<Bind address="" port="1"/>'),
+     ('Bind: attribute "address" is missing or empty; expected a host name or an IP address',)),
+    (GOOD.replace("1.0", "1&#10;\x7f" + "x" * 100), (f'version" is "1??{"x" * 77}..."; expected "1.0"',)),
+    ("<?xm\nl\x7f\n?>", ("not an XML document: ",)),
     ('<!DOCTYPE AgentConfiguration [<!ENTITY uri "/x">]>' + GOOD.replace('"/x"', '"&uri;"'), ()),
     *((re.sub(rf'(<{element} [^>]*{name})="[^"]+"', rf"\1{change}", GOOD), (element, f'"{name}"'))
       for element, names in ATTRIBUTES.items() for name in names for change in ('=""', 'X="1"')),
@@ -208,8 +213,23 @@ def test_qdvctl_shows_and_warns(ctl, new_tree):
         assert (warned.status, warned.stdout.count(": warning: ")) == (0, len(warnings)), warned.stdout
         for warning in warnings:
             assert re.search(f"^{tree.agent_conf}: warning: .*{warning}", warned.stdout, re.M), warned.stdout
-    tree.uuid_conf.write_text("<AgentUuidConfiguration/>")
-    assert ctl("config", "check", tree.conf).status == 1
+    for attributes, low, high in (
+        ({}, "0", "0"), ({"returnPortMin": "5000", "returnPortMax": ""}, "5000", "5000"), ({"returnPortMax": "6"}, "0", "6"),
+        ({"returnPortMin": "x", "returnPortMax": " 7y"}, "0", "7"),
+    ):  # fmt: skip
+        tree.agent_conf.write_text(agent_conf([("a", 1)], agent=attributes))
+        info = ctl("config", "show", tree.agent_conf, "--json").json[0]["elements"][0]["elements"][-1]["elements"][1]
+        assert [info["attributes"][name] for name in ("returnPortMin", "returnPortMax")] == [low, high]
+    for text, reason in (
+        (uuid_conf([], version="2.0"), 'AgentUuidConfiguration: attribute "version" is "2.0"; expected "1.1" or "1.0"'),
+        (uuid_conf([]).replace("<Uuids>", "<Uuids/><Uuids>"),
+         'AgentUuidConfiguration: more than one element "Uuids"; expected exactly one'),
+        (uuid_conf([], version="1.0"), 'AgentUuidConfiguration: no element "Uuid"; expected exactly one'),
+        (agent_conf(), 'the root element is "AgentConfiguration"; expected "AgentUuidConfiguration"'),
+    ):
+        tree.uuid_conf.write_text(text)
+        refused = ctl("config", "check", tree.uuid_conf)
+        assert (refused.status, refused.stdout) == (1, f"{tree.uuid_conf}: faulty: {reason}\n")
 
 
 # ---- the dialog
@@ -232,6 +252,70 @@ def attributes_of(tree):
     assert (root.tag, root.attrib) == ("AgentConfiguration", {"version": "1.0"})
     server, agent = root
     return dict(server.attrib), dict(agent.attrib), [(bind.get("address"), bind.get("port")) for bind in agent[0]]
+
+
+ALL = {
+    "pairs": [("10.0.0.1", 1), ("10.0.0.2", -1)], "agent": {"returnAddress": "::1", "returnPortMin": "5000", "returnPortMax": "5020"},
+    "server": {"hostname": "server", "port": "8080", "sslPort": "4294967295", "uri": "/a?b=<c>&d=\"e\"'\n\t", "proxyHostname": "proxy",
+               "proxyPort": "3128", "username": " us\u00e9r ", "password": "\uefff\uef01 p&\"]]>"},
+}  # fmt: skip
+NO_PROXY = {"proxyHostname": "", "proxyPort": "0", "username": "", "password": ""}
+NO_RETURN = {"returnAddress": "", "returnPortMin": "0", "returnPortMax": "0"}
+
+
+def test_dialog_word_for_word(new_tree):
+    """dialogs.txt has two of them: one that makes a file, and one that keeps all that a file can hold."""
+    tree = new_tree()
+    dialogs = (Path(__file__).parent / "dialogs.txt").read_text().replace("THIS_HOST", THIS_HOST)
+    made, kept = dialogs.split("====\n")
+    assert edit(tree, "server" + "\n" * 10).stdout == made.rstrip("\n")
+    tree.agent_conf.write_text(agent_conf(**ALL))
+    before = attributes_of(tree)
+    run = edit(tree, "\n" * 19)
+    assert run.stdout.encode(errors="surrogateescape") == kept.rstrip("\n").encode().replace(b"(bytes)", b"\xff\x01")
+    assert attributes_of(tree) == (*before[:2], [("10.0.0.1", "1"), ("10.0.0.2", "4294967295")])
+
+
+def test_dialog_whose_input_ends_saves_nothing(new_tree):
+    tree = new_tree()
+    answers = [*", , , ,y,p,1,y,u,w,y,1,2,a,y,n,y,y,b,7,y,c,8, ,n,y".replace(" ", "").split(",")]
+    before = agent_conf([("x", 1), ("y", 2)])
+    tree.agent_conf.write_text(before)
+    for given in range(len(answers)):
+        run = edit(tree, "".join(f"{answer}\n" for answer in answers[:given]))
+        assert run.status == 1 and run.stdout.endswith(": " + END_OF_INPUT), given
+        assert tree.agent_conf.read_text() == before
+    assert edit(tree, "".join(f"{answer}\n" for answer in answers)).status == 0, "every prompt has been tried"
+    assert attributes_of(tree)[2] == [("b", "7"), ("c", "8")]
+
+
+def test_dialog_takes_what_it_is_told(new_tree):
+    """Nothing is checked; what begins with no yes is a no, and a proxy without a port is none."""
+    tree = new_tree()
+    full = agent_conf(**ALL)
+    for before, answers, expected, shown in (
+        *((full, f"\n\n\n\n{no}\n{no}\n", NO_PROXY | NO_RETURN, "") for no in ("n", "no", "yes", "x")),
+        (full, "\n\n\n\nY\n\n\nn\n", NO_PROXY | {"proxyHostname": "proxy", "proxyPort": "3128"}, ""),
+        (agent_conf([("a", 1)], server={"proxyHostname": "proxy"}), "\ns\r\nport\n-1\nn\ny\n9\n5\n\n",
+         NO_PROXY | {"hostname": "s\r", "port": "0", "sslPort": "4294967295", "returnAddress": THIS_HOST, "returnPortMin": "9",
+                     "returnPortMax": "5"}, "contact an HTTP proxy to access the\nQDVServer? <y|N>: "),
+        ("", "first" + "\n" * 8 + "y\n\0x\n81\n", {"hostname": "first", "port": "81"}, "<ip|hostname>[first]: "),
+        ("", "h" * 1023 + "81\n", {"hostname": "h" * 1023, "port": "81"}, ""),
+    ):  # fmt: skip
+        tree.agent_conf.write_text(before) if before else tree.agent_conf.unlink()
+        run = edit(tree, answers + "\n" * 20)
+        server, agent, _ = attributes_of(tree)
+        assert expected.items() <= (server | agent).items() and shown in run.stdout, answers
+
+
+@pytest.mark.skipif(not can_make_worlds(), reason="needs root and the right to have a host name of its own")
+def test_dialog_on_a_host_without_a_name(new_tree):
+    tree = new_tree()
+    unnamed = "import os, socket, sys; socket.sethostname(''); os.execv(sys.argv[1], sys.argv[1:])"
+    dialog = Dialog("unshare", "-u", "/usr/bin/python3", "-c", unnamed, tree.program, "-editConfig", terminal=False)
+    dialog.type("s" + "\n" * 9 + "a\n1\n\n\n\n")
+    assert dialog.finish() == 0 and attributes_of(tree)[2] == [("a", "1")]
+    assert "Do you want to add more port/address pairs? <Y|n>: " in dialog.seen
 
 
 @pytest.mark.parametrize("terminal", [False, True], ids=["pipe", "terminal"])

@@ -1,10 +1,12 @@
 #include "base/Failing_Memory.h"
 #include "base/Temporary_Directory.h"
 #include "config/AgentConfig_Configuration.h"
+#include "config/AgentConfig_Guid.h"
 #include "config/Config_File.h"
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <stdexcept>
 
 namespace {
@@ -66,4 +68,29 @@ TEST(ConfigFile, FailedAllocationKeepsTheOldFile) {
                                  EXPECT_EQ(directory.entries(), 1U) << number;
                                  putContents(directory / "agent.conf", before);
                              });
+}
+
+TEST(Guid, IsReplacedForItsTargetHost) {
+    AgentConfig_Guid guid;
+    guid.setGuid("own");
+    guid.setGuid("first", "host");
+    guid.setGuid("second", "host");
+    EXPECT_EQ(guid.getGuid() + guid.getGuid("host") + guid.getGuid("Host"), "ownsecond");
+    EXPECT_EQ(guid.getNumberOfPairs(), 2U);
+}
+
+TEST(ConfigFile, ARefusedFileLeavesNothingOfWhatWasThere) {
+    const Temporary_Directory directory;
+    putContents(directory / "conf", "<refused/>");
+    Config_File<AgentConfig_Guid> identities;
+    Config_File<AgentConfig_Configuration> agent;
+    identities.getConfig()->setGuid("g", "before");
+    agent.getConfig()->addBindPair("before", 1);
+    for (_Base_Config_File* file : std::initializer_list<_Base_Config_File*>{&identities, &agent}) {
+        file->setPathname(directory.path());
+        file->setFilename("conf");
+        EXPECT_FALSE(file->readFile());
+    }
+    EXPECT_EQ(identities.getConfig()->getNumberOfPairs(), 0U);
+    EXPECT_TRUE(agent.getConfig()->getBindList().empty());
 }
