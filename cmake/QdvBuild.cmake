@@ -71,9 +71,9 @@ function(qdv_unit_test name)
 endfunction()
 
 # qdv_fuzz_target(<name> SOURCES <file>... LIBS <library>...)
-# One libFuzzer program; its seeds lie in tests/fuzz/corpus/<name>.
+# One libFuzzer program of sources in tests/fuzz; its seeds lie in tests/fuzz/corpus/<name>.
 function(qdv_fuzz_target name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
-    add_executable(${name} ${ARG_SOURCES})
+    add_executable(${name} ${ARG_SOURCES} driver.cpp)
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} -fsanitize=fuzzer)
 endfunction()

@@ -1,41 +1,14 @@
 #include "audit/Storage_HostSystem.h"
 #include "audit/System_HostText.h"
 #include "host/Host_RecordingHost.h"
+#include "round_trip.h"
 #include "storage/Storage_CheckVersion.h"
 #include "storage/Storage_Levels.h"
-#include "xml/Xerces_Document.h"
-#include "xml/Xerces_Layer.h"
 
-#include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <stdexcept>
-#include <string>
 
 namespace {
-
-void require(bool holds) {
-    if (!holds)
-        std::abort();
-}
-
-std::string write(XMLSerializable_XMLSerializable& object) {
-    const Xerces_DocumentPtr document = Xerces_CreateDocument("Root");
-    require(object.serialize(document.get(), Xerces_Root(*document), nullptr));
-    return Xerces_Serialize(*document);
-}
-
-/// What is read must be written as a form that reads as the same.
-template <typename Object>
-void checkRoundTrip(Object& first, Object& second, xercesc::DOMElement* element) {
-    if (!first.parse(element))
-        return;
-    const std::string written = write(first);
-    const Xerces_DocumentPtr document = Xerces_Parse(written, "written");
-    require(document != nullptr);
-    require(second.parse(Xerces_FirstDescendant(*Xerces_Root(*document), "*")));
-    require(write(second) == written);
-}
 
 void checkForms(const std::string& text) {
     const Xerces_DocumentPtr document = Xerces_Parse(text, "input");
@@ -65,11 +38,8 @@ void checkHostText(const std::string& text) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool initialized = Xerces_LayerInit();
-    require(initialized);
-    const std::string text(reinterpret_cast<const char*>(data), size);
+void fuzz(std::string_view input) {
+    const std::string text(input);
     checkForms(text);
     checkHostText(text);
-    return 0;
 }

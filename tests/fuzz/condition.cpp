@@ -3,28 +3,20 @@
 #include "date/System_Date.h"
 #include "files/System_FileSystemObjectLinux.h"
 #include "predicates/SystemPredicate_DataSourceFSO.h"
+#include "target.h"
 #include "xml/Xerces_Document.h"
-#include "xml/Xerces_Layer.h"
 
-#include <cstdlib>
-#include <string>
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    return Xerces_LayerInit() ? 0 : -1;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-    const Xerces_DocumentPtr document = Xerces_Parse({reinterpret_cast<const char*>(data), size}, "fuzz");
+void fuzz(std::string_view input) {
+    const Xerces_DocumentPtr document = Xerces_Parse(input, "fuzz");
     if (!document || Xerces_Root(*document) == nullptr)
-        return 0;
+        return;
     System_FileSystemObjectLinux file;
     file.setPath("/a/report.log");
     file.setName("report.log");
     file.setSize(2048);
     const auto date = System_FactoryAllocateDate();
     const std::string dateText = "2026-03-14 09:26:53";
-    if (!date->parse(&dateText) || !file.setModifyDT(date.get()) || !file.setAccessDT(date.get()))
-        std::abort();
+    require(date->parse(&dateText) && file.setModifyDT(date.get()) && file.setAccessDT(date.get()));
     SystemPredicate_DataSourceFSO source;
     source.registerFSO(&file);
     const Predicate_DataSourceMap sources = {{"", &source}};
@@ -33,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     condition.registerDataSourceMap(&sources);
     condition.registerPredicateFactory(&factory);
     if (!condition.parse(Xerces_Root(*document)))
-        return 0;
+        return;
     try {
         for (int time = 0; time < 2; ++time)
             if (condition.copyDataFromSources())
@@ -47,8 +39,6 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     Predicate_Condition again;
     again.registerDataSourceMap(&sources);
     again.registerPredicateFactory(&factory);
-    if (!condition.serialize(written.get(), Xerces_Root(*written), nullptr) ||
-        !again.parse(Xerces_ChildElements(*Xerces_Root(*written)).front()))
-        std::abort();
-    return 0;
+    require(condition.serialize(written.get(), Xerces_Root(*written), nullptr) &&
+            again.parse(Xerces_ChildElements(*Xerces_Root(*written)).front()));
 }

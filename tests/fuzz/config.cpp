@@ -1,14 +1,10 @@
 #include "config/AgentConfig_Configuration.h"
 #include "config/AgentConfig_Guid.h"
-#include "xml/Xerces_Layer.h"
+#include "target.h"
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 
-#include <cstdint>
-#include <cstdlib>
 #include <memory>
-#include <string>
-#include <string_view>
 
 namespace {
 
@@ -20,8 +16,7 @@ bool parse(Config_Configuration& configuration, std::string_view text) {
 std::string serialize(Config_Configuration& configuration) {
     char* buffer = nullptr;
     unsigned length = 0;
-    if (!configuration.serialize(buffer, length))
-        std::abort();
+    require(configuration.serialize(buffer, length));
     const std::unique_ptr<char[]> owner(buffer);
     return {buffer, length};
 }
@@ -31,24 +26,17 @@ template <class Configuration>
 void check(std::string_view text) {
     Configuration first;
     if (!parse(first, text)) {
-        if (first.lastError().empty() || first.lastError().find('\n') != std::string::npos)
-            std::abort();
+        require(!first.lastError().empty() && first.lastError().find('\n') == std::string::npos);
         return;
     }
     const std::string written = serialize(first);
     Configuration second;
-    if (!parse(second, written) || serialize(second) != written)
-        std::abort();
+    require(parse(second, written) && serialize(second) == written);
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool initialized = Xerces_LayerInit();
-    if (!initialized)
-        std::abort();
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
-    check<AgentConfig_Configuration>(text);
-    check<AgentConfig_Guid>(text);
-    return 0;
+void fuzz(std::string_view input) {
+    check<AgentConfig_Configuration>(input);
+    check<AgentConfig_Guid>(input);
 }

@@ -9,24 +9,16 @@
 #include "net/HTTP_HeaderAuthorization.h"
 #include "net/HTTP_Reader.h"
 #include "net/HTTP_URLEncoding.h"
+#include "target.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <fcntl.h>
-#include <string>
-#include <string_view>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr unsigned limit = 1;
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 /// The text, in pieces whose sizes follow a pattern.
 class Pieces : public Socket_Input {
@@ -111,15 +103,15 @@ void readReply(std::string_view bytes, std::size_t seed) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void fuzz(std::string_view input) {
     static const bool ready = AgentSSL_LayerInit();
     require(ready);
-    if (size == 0)
-        return 0;
-    const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
-    if (data[0] % 2 == 0)
+    if (input.empty())
+        return;
+    const auto kind = static_cast<unsigned char>(input[0]);
+    const std::string_view bytes = input.substr(1);
+    if (kind % 2 == 0)
         serve(bytes);
     else
-        readReply(bytes, data[0]);
-    return 0;
+        readReply(bytes, kind);
 }

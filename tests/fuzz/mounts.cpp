@@ -2,9 +2,7 @@
 
 #include "files/System_MountPointMapLinux.h"
 #include "host/Host_RecordedHost.h"
-
-#include <cstdlib>
-#include <string>
+#include "target.h"
 
 namespace {
 
@@ -16,8 +14,8 @@ std::string take(std::string& text) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-    std::string text(reinterpret_cast<const char*>(data), size);
+void fuzz(std::string_view input) {
+    std::string text(input);
     const std::string mounts = take(text);
     const std::string raidtab = take(text);
     Host_RecordedHost host({{{{"command", "mount"}, Host_Words{mounts}},
@@ -25,15 +23,12 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
                              {{"command", "lvdisplay -v /dev/md0"}, Host_Words{take(text)}}}});
     System_MountPointMapLinux map;
     map.setHost(host);
-    if (!map.prepareForAudit() || !map.audit())
-        std::abort();
+    require(map.prepareForAudit() && map.audit());
     for (const auto& point : *map.getMountPointVector()) {
         const std::vector<std::string>& devices = point->devices();
-        if (point->mountPoint.front() != '/' || point->fileSystemType.empty() ||
-            map.getMountPointMapMP()->count(point->mountPoint) == 0 ||
-            (!devices.empty() && !point->isRaid() && !point->isLVM()) ||
-            (point->isLVM() && !devices.empty() && !point->checkLVMDevices(devices.back())))
-            std::abort();
+        require(point->mountPoint.front() == '/' && !point->fileSystemType.empty() &&
+                map.getMountPointMapMP()->count(point->mountPoint) != 0);
+        require(devices.empty() || point->isRaid() || point->isLVM());
+        require(devices.empty() || !point->isLVM() || point->checkLVMDevices(devices.back()));
     }
-    return 0;
 }

@@ -5,11 +5,8 @@
 #include "predicates/SystemPredicate_DataSourceFSO.h"
 #include "qdvctl/Ctl_Failure.h"
 #include "qdvctl/Ctl_SearchExpression.h"
+#include "target.h"
 #include "xml/Xerces_Document.h"
-#include "xml/Xerces_Layer.h"
-
-#include <cstdlib>
-#include <string>
 
 namespace {
 
@@ -26,17 +23,10 @@ bool isUnderstood(const std::string& text) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    return Xerces_LayerInit() ? 0 : -1;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+void fuzz(std::string_view input) {
     try {
-        if (!isUnderstood(Ctl_SearchCondition({reinterpret_cast<const char*>(data), size})))
-            std::abort();
+        require(isUnderstood(Ctl_SearchCondition(input)));
     } catch (const Ctl_Failure& failure) {
-        if (failure.status() != Ctl_WrongUsage || failure.place().empty())
-            std::abort();
+        require(failure.status() == Ctl_WrongUsage && !failure.place().empty());
     }
-    return 0;
 }

@@ -6,26 +6,18 @@
 #include "search/FileSearch_OffsetFile.h"
 #include "search/FileSearch_RecordFile.h"
 #include "search/FileSearch_Search.h"
+#include "target.h"
 #include "xml/Xerces_Document.h"
-#include "xml/Xerces_Layer.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <string_view>
 
 namespace {
 
 constexpr const char* token = "t";
 constexpr const char* volume = "/v";
 constexpr std::size_t headerLength = 1024;
-
-void require(bool holds) {
-    if (!holds)
-        std::abort();
-}
 
 /// For as long as the program runs.
 class Folder {
@@ -74,16 +66,13 @@ void readPage(const char* folder) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    return Xerces_LayerInit() ? 0 : -1;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+void fuzz(std::string_view input) {
     static const Folder folder;
-    if (size == 0)
-        return 0;
-    const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
-    const std::size_t table = std::min<std::size_t>(data[0] * sizeof(std::uint32_t), bytes.size());
+    if (input.empty())
+        return;
+    const std::string_view bytes = input.substr(1);
+    const std::size_t table =
+        std::min<std::size_t>(static_cast<unsigned char>(input[0]) * sizeof(std::uint32_t), bytes.size());
     const std::string rest = std::string(headerLength, '\0').append(bytes.substr(table));
 
     std::vector<std::uint32_t> offsets;
@@ -98,5 +87,4 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     require(expireFile.isExpired(now.get(), isExpired) || !isExpired);
     readRecords(folder.path(), rest, offsets);
     readPage(folder.path());
-    return 0;
 }

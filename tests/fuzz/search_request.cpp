@@ -3,29 +3,13 @@
 
 #include "search/FileSearch_ResultPath.h"
 #include "search/FileSearch_Search.h"
+#include "target.h"
 #include "xml/Xerces_Document.h"
-#include "xml/Xerces_Layer.h"
 
-#include <cstdlib>
-#include <string>
-
-namespace {
-
-void require(bool holds) {
-    if (!holds)
-        std::abort();
-}
-
-} // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    return Xerces_LayerInit() ? 0 : -1;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-    const Xerces_DocumentPtr document = Xerces_Parse({reinterpret_cast<const char*>(data), size}, "fuzz");
+void fuzz(std::string_view input) {
+    const Xerces_DocumentPtr document = Xerces_Parse(input, "fuzz");
     if (!document)
-        return 0;
+        return;
     FileSearch_Search search;
     const bool isTaken = search.parseSearchCriteria(Xerces_Root(*document));
     require(!isTaken || FileSearch_IsToken(search.getToken()));
@@ -36,5 +20,4 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     FileSearch_Search page;
     require(!page.parseResultsCriteria(Xerces_Root(*document)) || FileSearch_IsToken(page.getToken()));
     search.takePage(page);
-    return 0;
 }

@@ -4,16 +4,9 @@
 #include "storage/Storage_LVMReader.h"
 #include "storage/Storage_ProcReader.h"
 #include "storage/Storage_RaidReader.h"
-
-#include <cstdint>
-#include <cstdlib>
+#include "target.h"
 
 namespace {
-
-void require(bool holds) {
-    if (!holds)
-        std::abort();
-}
 
 /// What goes on to a command line is one word.
 void requireWord(const std::string& text) {
@@ -22,8 +15,8 @@ void requireWord(const std::string& text) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(reinterpret_cast<const char*>(data), size);
+void fuzz(std::string_view input) {
+    const std::string text(input);
     for (const bool isKernel24 : {false, true}) {
         const Storage_FdiskDrive drive = Storage_ReadFdiskDrive(text, "/dev/sda", isKernel24);
         require(drive.isDecided || drive.isWhole);
@@ -55,14 +48,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(!partition.name.empty());
     Storage_ReadMounts(text);
     for (const Storage_MountDevice& mount : Storage_ReadMountInfo(text))
-        require(mount.mountPoint.size() <= size);
+        require(mount.mountPoint.size() <= text.size());
     for (const auto& [name, value] : Storage_ReadUdevProperties(text))
-        require(name.size() + value.size() < size && name.find('=') == std::string::npos);
+        require(name.size() + value.size() < text.size() && name.find('=') == std::string::npos);
     for (const Storage_JsonRow& row : Storage_ReadJsonRows(text, "vg"))
-        require(row.size() <= size);
+        require(row.size() <= text.size());
     for (const auto& [device, volume] : Storage_ReadPhysicalVolumeReport(text))
         require(volume.allocatedBytes.has_value());
     Storage_ReadVolumeGroupReport(text);
     Storage_ReadSegmentReport(text);
-    return 0;
 }

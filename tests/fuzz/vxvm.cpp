@@ -1,33 +1,27 @@
 #include "storage/System_VxVMParser.h"
+#include "target.h"
 
-#include <cstdint>
-#include <cstdlib>
-#include <string>
 #include <vector>
 
 /// What reads knows its groups and answers all questions about them; what does not knows nothing.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(reinterpret_cast<const char*>(data), size);
+void fuzz(std::string_view input) {
+    const std::string text(input);
     System_VxVMParser parser;
     const bool isRead = parser.parse(text.c_str());
     std::vector<std::string> types;
     std::vector<std::string> groups;
     parser.getTypes(&types);
     parser.getDiskGroups(&groups);
-    if (isRead == groups.empty())
-        std::abort();
+    require(isRead != groups.empty());
     for (const std::string& type : types) {
         std::vector<std::string> columns;
-        if (!isRead || !parser.getColumnsLookup(&columns, type.c_str()))
-            std::abort();
+        require(isRead && parser.getColumnsLookup(&columns, type.c_str()));
         for (const std::string& column : columns) {
             std::vector<std::string> values;
-            if (!parser.getValues(&values, type.c_str(), column.c_str(), nullptr) ||
-                !parser.getDiskGroupsLookup(&values, type.c_str(), column.c_str(), text.c_str()))
-                std::abort();
+            require(parser.getValues(&values, type.c_str(), column.c_str(), nullptr) &&
+                    parser.getDiskGroupsLookup(&values, type.c_str(), column.c_str(), text.c_str()));
             parser.getValuesLookup(&values, type.c_str(), column.c_str(), "1", columns.front().c_str(),
                                    groups.front().c_str());
         }
     }
-    return 0;
 }
