@@ -89,6 +89,35 @@ def test_ping_server_tells_whether_the_server_is_there(start, server):
         assert ping() == expected, (server.outcome, server.version, server.answers)
 
 
+def test_replies_of_every_form(start, server):
+    """A body is as long as it is told or, without its line ends, as it comes. What is no reply is none, and asks for none."""
+    agent = start(server=server, conf={"ServerInfo": {"username": "agent", "password": "secret"}})
+    whole = b'<NorvalithRMI version="1.2" schema="2.1"><Response response="success"><Server/></Response></NorvalithRMI>'
+    cut = whole.replace(b"<Server", b"<Ser\r\nv\n\rer")
+
+    def reply(body=whole, headers="", first="HTTP/1.1 200 OK"):
+        return f"{first}\r\n{headers}\r\n".encode() + body
+
+    def told(length):
+        return f"Content-Length: {length}\r\n"
+
+    good = [reply(), reply(cut), reply(whole + b"rest", told(len(whole)))]
+    bad = [
+        reply(cut, told(len(cut))), reply(headers=told(0)), reply(headers=told(len(whole) + 1)), reply(headers=told(10**12 - 1)),
+        reply(headers=told(10**26 - 1)), b"nonsense", reply(headers="no header\r\n"), reply(headers="A: b\n"),
+        reply(headers="WWW-Authenticate: Nothing known\r\n"),
+        *(reply(first=f"HTTP/1.{rest}") for rest in ("0 500 NO", "0 418 I'm a teapot", "1 200", "1 OK fine", "1 " + "9" * 5000)),
+        reply(first="HTTP/1.1 401 X"), reply(first="HTTP/1.1 407 X", headers='WWW-Authenticate: Basic realm="r"\r\n'),
+        reply(first="HTTP/1.1 401 X", headers="WWW-Authenticate: Digest nonce=n,qop=auth-int\r\n"),
+    ]
+    for data, outcome in [(one, SUCCESS) for one in good] + [(one, FAILED) for one in bad]:
+        server.misbehave(behaviour.replying(data))
+        assert agent.outcome("PingServer") == outcome, data[:200]
+    server.calls.clear()
+    beyond = {"port": str((1 << 16) + server.plain_port), "sslPort": str((1 << 16) + server.tls_port)}
+    assert start(conf={"ServerInfo": beyond}).outcome("PingServer") == FAILED and not server.calls
+
+
 def test_a_slow_server_holds_up_only_who_asked(start, server):
     agent = start(server=server)
     with ThreadPoolExecutor(8) as pool:

@@ -60,7 +60,9 @@ ANSWERED = {
     (NOT_IMPLEMENTED, KEEP): [head("Post /nxCommand HTTP/1.1")],
     (BAD, not KEEP): [head(POST + "0"), *(head(POST + "0", f"Content-Length:{length}") for length in (" -5", " many", ""))],
     (BAD, KEEP): [head(POST + "1", "Content-Length: 0")],
-    (FAILED, KEEP): [post_request(b"x", version="HTTP/1.1")],
+    (FAILED, KEEP): [
+        post_request(b"x", version="HTTP/1.1"), head(POST + "1", "Content-Length: 5", "With Blank : v", "Content-Length:  1 bytes") + b"x",
+    ],
     # Without a byte of reply, though the client stays and would send more.
     (CLOSED, not KEEP): [
         head("HEAD / HTTP/1.1", "Host: x"), head("PUT / HTTP/1.0"), b"\x00\x01\x02\x03" * 16, b" " + GET, b"\r\n" + GET,
@@ -136,9 +138,12 @@ def test_pipelined_and_in_pieces(agent, tls):
         for _ in range(50):
             assert [connection.read_reply().status for _ in range(4)] == [200, 404, 200, 501]
         assert connection.ask(GET11[10:]).body == PAGE
-        for byte in post:
-            connection.send(bytes([byte]))
-        assert parse_answer(connection.read_reply().body).outcome == SUCCESS
+        for request in (b"GET / HTTP/1.1\rX: y\r\n\r\n", b"GET / HTTP/1.1\n\r\n", post):
+            for byte in request:
+                connection.send(bytes([byte]))
+            reply = connection.read_reply()
+            assert reply.status == 200
+        assert parse_answer(reply.body).outcome == SUCCESS
         for cut in (1, 4, post.index(b"\r\n") + 1, post.index(b"\r\n\r\n") + 2, len(post) - 1):
             connection.send(post[:cut])
             assert connection.is_silent_for(0.02)
