@@ -92,7 +92,7 @@ def test_what_the_tools_say(start, tools):
         ("/etc/first-release\n", "Distribution 9 \r\nmore\n", "Distribution 9 "),
         ("/etc/first-release /etc/second-release\n", "One line", "One line"),
         ("/etc/first-release\t/etc/second-release\n", "\nsecond line", ""),
-        ("/etc/first-release\n", "", "Linux"),
+        ("/etc/first-release\n", "", "Linux"), (" /etc/first-release\n", "Distribution", "Linux"),
         ("/etc/no-such-release\n/etc/first-release\n", "Distribution", "Linux"),
         (f"/etc/$(touch${{IFS}}{tools.folder}/pwned)-release\n", "Distribution", "Linux"),
     ):
@@ -102,7 +102,8 @@ def test_what_the_tools_say(start, tools):
     for resolver, domain in (
         ("domain example.com\nnameserver 10.0.0.1\n", "example.com"),
         ("nameserver 10.0.0.1\ndomain \t two.example", "two.example"),
-        ("# the domain\ndomain example.com\n", "unknown"),
+        ("domain example.com  \nsearch domain.example\n", "example.com  "), ("domain \t", "unknown"), ("domain", "unknown"),
+        ("# for domain example.com\ndomain example.com\n", "unknown"), (" domain example.com\n", "unknown"),
         ("search domain.example\n", "unknown"),
         ("domain\n", "unknown"),
         ("", "unknown"),
