@@ -1,4 +1,5 @@
 #include "base/Failing_Memory.h"
+#include "base/Temporary_Directory.h"
 #include "host/Host_RecordedHost.h"
 #include "model/Audit_Log.h"
 #include "model/Audit_XML.h"
@@ -10,54 +11,9 @@
 
 namespace {
 
-constexpr const char* physicalVolume = "= ABCDEFGHIJKLMNOPQRSTUVWXYZ012345\n";
-
-/// A drive that is a physical volume, one of which a partition is and another is in an array, and what stands
-/// on them.
-const std::string machine26 = std::string(R"(command "uname -r" = "2.6.9\n"
-folder /dev = sda sdb
-device /dev/sda scsi = 1 0 5 2
-device /dev/sda inquiry = "\x00\x00\x03\x02[\x00\x00\x00MAKER   MODEL           1.0 S1"
-device /dev/sda bytes 544 32 )") +
-                              physicalVolume +
-                              R"(device /dev/sdb scsi = 1 0 6 0
-device /dev/sdb inquiry = "\x00"
-device /dev/sdb bytes 544 32 = ""
-device /dev/sdb1 bytes 544 32 )" +
-                              physicalVolume + R"(device /dev/sdb2 bytes 544 32 = ""
-device /dev/md0 bytes 544 32 )" +
-                              physicalVolume +
-                              R"(command "cat /proc/scsi/scsi" < scsi
-command "fdisk -l  /dev/sda" = ""
-command "fdisk -l  /dev/sdb" = "Device Boot\n/dev/sdb1\n"
-command "fdisk -l " = "Disk /dev/sdb: x\nDevice Boot\n/dev/sdb1 1 2 3 8e L\n/dev/sdb2 1 2 3 fd L\n"
-command "pvdisplay  /dev/sda" = "VG Name vg0\n"
-command "pvdisplay  /dev/sdb1" = "VG Name vg0\n"
-command "pvdisplay  /dev/md0" = "VG Name vg0\n"
-command "mdadm -Q  /dev/sda" = "/dev/sda: device 0 in 2 device active raid1 /dev/md0.\n"
-command "mdadm --examine  /dev/sda" = "Raid Level : raid1\n"
-command "mdadm -Q  /dev/sdb" = ""
-command "mdadm -Q  /dev/sdb1" = ""
-command "mdadm -Q  /dev/sdb2" = "/dev/sdb2: device 0 in 2 device active raid1 /dev/md0.\n"
-command "mdadm --examine  /dev/sdb2" = "Raid Level : raid1\n"
-command "mdadm -D   /dev/md0" = "/dev/md0:\nRaid Level : raid1\n"
-command "cat /proc/partitions" = "9 0 4 md0\n"
-command "vgdisplay " = "VG Name vg0\nVG Name vg1\n"
-command "lvs --segments vg0" = ""
-command "lvs --segments vg1" = ""
-command "lvdisplay " = "LV Name /dev/vg0/lv\nVG Name vg0\n"
-link /dev/vg0/lv = /dev/mapper/vg0-lv
-file /etc/mtab = "/dev/mapper/vg0-lv /mnt ext3 rw 0 0\n"
-filesystem /mnt = 4096 10 5 4 8 3
-)";
-
-const std::string scsiText =
-    R"(= "Host: scsi1 Channel: 00 Id: 05 Lun: 02\nVendor: a Model: b\nType:   Direct-Access x\n)"
-    R"(Host: scsi1 Channel: 00 Id: 06 Lun: 00\nVendor: a Model: b\nType:   Direct-Access x\n")";
-
+/// A little of everything.
 std::string machine() {
-    std::string text = machine26;
-    return text.replace(text.find("< scsi"), 6, scsiText);
+    return contentsOf(QDV_HOSTS "/kernel-2.6-few/index");
 }
 
 /// Without the line that begins so, or with another answer in it.
