@@ -62,6 +62,7 @@ ANSWERED = {
     (BAD, KEEP): [head(POST + "1", "Content-Length: 0")],
     (FAILED, KEEP): [
         post_request(b"x", version="HTTP/1.1"), head(POST + "1", "Content-Length: 5", "With Blank : v", "Content-Length:  1 bytes") + b"x",
+        head(POST + "1\rContent-Length: 1") + b"x",
     ],
     # Without a byte of reply, though the client stays and would send more.
     (CLOSED, not KEEP): [

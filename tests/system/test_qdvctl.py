@@ -10,6 +10,7 @@ import socket
 import subprocess
 import threading
 import time
+import xml.etree.ElementTree as ET
 from contextlib import ExitStack
 from pathlib import Path
 
@@ -19,6 +20,7 @@ from harness import FORM, GET11, PATIENCE, SANITIZER_SIGNS, SUCCESS, Connection,
 from harness import environment, form, post_request, wait_until
 from harness.server import replying
 
+SHOWN = Path(__file__).parent / "shown"
 CONTROL_BYTES = re.compile(rb"[\x00-\x08\x0b-\x1f\x7f]")
 
 
@@ -235,6 +237,41 @@ def test_large_and_deep_replies(ctl, peer):
     assert result.status == 0 and len(lines) == 1 + 2 + 20000 and lines[2].split() == ["bytes", "name"]
     deep = peer(reply(b"<d>" * 900 + b"</d>" * 900))
     assert ctl("ping", *deep, "--json").status == ctl("ping", *deep).status == 0
+
+
+def test_what_is_shown_of_replies(ctl, server):
+    """Whole replies lie in shown/, each beside what a person and what a program gets of it."""
+    at = agent_at(server.plain_port)
+
+    def shown(*arguments):
+        return ctl(*arguments, *at).stdout.partition("\n")[2]
+
+    server.answers["Any"] = (SHOWN / "reply.xml").read_text()
+    assert shown("call", "Any") == (SHOWN / "reply.txt").read_text()
+    assert ctl("call", "Any", *at, "--json").raw == (SHOWN / "reply.json").read_bytes()
+    server.answers["Any"] = "".join(f'<E a{number}="v"/>' for number in range(3000))
+    assert shown("call", "Any").startswith("E\n  a0  v\nE\n  a1  v\n"), "no table of what has little in common"
+    assert len(shown("call", "Any")) < 100_000
+    server.answers["Any"] = ""
+    assert shown("call", "Any") == "" and ctl("call", "Any", *at, "--json").json[0]["elements"] == []
+    *levels, failed = ET.parse(SHOWN / "stack.xml").getroot()
+    server.answers |= {f"Get{level.tag}": ET.tostring(level, encoding="unicode") for level in levels}
+    server.answers["GetStorageAssociations"] += ET.tostring(failed, encoding="unicode")
+    stack = [shown("audit", *which, "--tree") for which in ((), ("drives",))]
+    assert stack == (SHOWN / "stack.txt").read_text().split("====\n")
+
+
+def test_a_request_is_what_it_was_told(ctl, server, tmp_path):
+    body = tmp_path / "body"
+    body.write_bytes(b"\xef\xbb\xbf<?xml version=\"1.0\"?>\n<A x='1'>t<B/>u</A><C><![CDATA[<]]></C>")
+    parameters = ("--param", "Name=a=b <c>", "--param", "Empty=", "--body", body)
+    at = (*agent_at(server.tls_port), "--tls", "--uuid", "id", "--user", "jo\udcff")  # bytes of any kind survive
+    assert ctl("call", 'Save<Action>"&', *parameters, *at, password=b"p&<w").status == 0
+    (call,) = server.calls
+    assert (call.method, call.root) == ('Save<Action>"&', {"schema": "2.1", "version": "1.2"})
+    assert call.request == {"uuid": "id", "userName": "jo\uefff", "userPassword": "p&<w"}, "what is empty is left out"
+    texts = [ET.tostring(child).strip() for child in call.element]
+    assert texts == [b"<Name>a=b &lt;c&gt;</Name>", b"<Empty />", b'<A x="1">t<B />u</A>', b"<C>&lt;</C>"]
 
 
 # ---- users and passwords

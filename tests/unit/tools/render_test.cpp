@@ -1,6 +1,5 @@
 // What a person and what a program gets to see of documents, whatever bytes are in them.
 
-#include "qdvctl/Ctl_Render.h"
 #include "qdvctl/Ctl_Text.h"
 
 #include <gmock/gmock.h>
@@ -58,73 +57,6 @@ TEST(Json, EscapesWhatJsonAndTerminalsCannotCarry) {
     EXPECT_EQ(Ctl_JsonString("\xC3\xA4\xF0\x9F\x98\x80"), "\"\xC3\xA4\xF0\x9F\x98\x80\"");
     EXPECT_EQ(Ctl_JsonString("\xFF\xC2\x9B\xE2\x80\xAE"), R"("\uefff\u009b\u202e")");
     EXPECT_EQ(Ctl_JsonString("\xF3\xA0\x81\x81"), R"("\udb40\udc41")");
-}
-
-Ctl_Node element(std::string name, std::vector<std::pair<std::string, std::string>> attributes = {},
-                 std::vector<Ctl_Node> children = {}) {
-    return {std::move(name), {}, std::move(attributes), std::move(children)};
-}
-
-Ctl_Node text(std::string content) {
-    return {{}, std::move(content), {}, {}};
-}
-
-const std::vector<Ctl_Node>& sample() {
-    static const std::vector<Ctl_Node> nodes{
-        text("\n  "),
-        element("Agent", {{"product", "VRK"}, {"type", "Linux"}}),
-        element("Drive", {{"name", "/dev/sda"}, {"bytes", "5"}}),
-        element("Drive", {{"name", "\xC3\xA4"}, {"model", "evil\x1B[2J"}}, {text("  spare ")}),
-        element("Drive", {{"name", "/dev/sdb"}}, {element("Partition", {{"no", "1"}})}),
-        Ctl_TextElement("Note", "one"),
-        Ctl_TextElement("Note", "two\nlines\x1B"),
-        element("Empty"),
-    };
-    return nodes;
-}
-
-TEST(RenderText, ShowsBlocksTablesAndTexts) {
-    EXPECT_EQ(Ctl_RenderText(sample()), "Agent\n"
-                                        "  product  VRK\n"
-                                        "  type     Linux\n"
-                                        "Drive\n"
-                                        "  name      bytes  model        (text)\n"
-                                        "  /dev/sda  5\n"
-                                        "  \xC3\xA4                evil\\x1b[2J  spare\n"
-                                        "Drive\n"
-                                        "  name  /dev/sdb\n"
-                                        "  Partition\n"
-                                        "    no  1\n"
-                                        "Note: one\n"
-                                        "Note:\n"
-                                        "  two\n"
-                                        "  lines\\x1b\n"
-                                        "Empty\n");
-    EXPECT_EQ(Ctl_RenderText({Ctl_TextElement("A", "b")}, 4), "    A: b\n");
-    EXPECT_EQ(Ctl_RenderText({}), "");
-}
-
-TEST(RenderText, MakesNoTableOfElementsThatHaveLittleInCommon) {
-    std::vector<Ctl_Node> nodes;
-    for (int i = 0; i < 3000; ++i)
-        nodes.push_back(element("E", {{"a" + std::to_string(i), "v"}}));
-    const std::string shown = Ctl_RenderText(nodes);
-    EXPECT_TRUE(shown.starts_with("E\n  a0  v\nE\n  a1  v\n"));
-    EXPECT_LT(shown.size(), 100000U);
-}
-
-TEST(RenderJson, KeepsEverythingOnOneLine) {
-    EXPECT_EQ(
-        Ctl_RenderJson({{"response", "success"}, {"we\"ird", ""}}, sample()),
-        R"({"response":"success","we\"ird":"","elements":[)"
-        R"({"element":"Agent","attributes":{"product":"VRK","type":"Linux"}},)"
-        R"({"element":"Drive","attributes":{"name":"/dev/sda","bytes":"5"}},)"
-        "{\"element\":\"Drive\",\"attributes\":{\"name\":\"\xC3\xA4\",\"model\":\"evil\\u001b[2J\"},"
-        R"("text":"spare"},)"
-        R"({"element":"Drive","attributes":{"name":"/dev/sdb"},)"
-        R"("elements":[{"element":"Partition","attributes":{"no":"1"}}]},)"
-        R"({"element":"Note","text":"one"},{"element":"Note","text":"two\nlines\u001b"},{"element":"Empty"}]})");
-    EXPECT_EQ(Ctl_RenderJson({}, {}), R"({"elements":[]})");
 }
 
 } // namespace
