@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-from harness import Agent, Ctl, ManagementServer, Tree
+from harness import Agent, Ctl, ManagementServer, Port, Tree
 
 LOG_TAIL = 3000
 
@@ -95,6 +95,17 @@ def agent(shared_agent):
     """An agent with -verbose that all tests of the file share, none of which leaves a trace in it."""
     yield shared_agent
     assert shared_agent.is_running(), f"ended with {shared_agent.process.returncode}\n{shared_agent.log()[-LOG_TAIL:]}"
+
+
+@pytest.fixture
+def reporting(start):
+    """An agent that reports where qdvctl listens: the options that it needs."""
+    ports = [Port(), Port()]
+    info = {"port": str(ports[0].number), "sslPort": str(ports[1].number)}
+    for port in ports:
+        port.release()
+    agent = start(conf={"ServerInfo": info})
+    return ["--agent", f"127.0.0.1:{agent.port}", "--uuid", "id"], ["--port", info["port"], "--tls-port", info["sslPort"]]
 
 
 @pytest.fixture

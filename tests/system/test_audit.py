@@ -1,7 +1,6 @@
 """The audit methods from outside: the host's own tools, and tools put in front of them."""
 
 import glob
-import os
 import platform
 import re
 import socket
@@ -10,11 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from harness import INVALID_UUID, SUCCESS, TOO_MANY, environment, wait_until
-
-LEVELS = (
-    "GetPhysicalDrives", "GetDriveExtents", "GetExtentPools", "GetPlexes", "GetStorageVolumes", "GetStorageAssociations",
-)  # fmt: skip
+from harness import INVALID_UUID, LEVELS, SUCCESS, TOO_MANY, environment, wait_until
 
 
 class Tools:
@@ -74,9 +69,7 @@ def test_this_host(ctl, agent):
     (plexes,) = ctl("audit", "plexes", *at, "--json").json
     assert (plexes["response"], [each["element"] for each in plexes["elements"]]) == ("success", ["Plexes"])
     (everything,) = ctl("audit", "all", *at, "--json").json
-    assert [each["element"] for each in everything["elements"]] == [
-        "PhysicalDrives", "DriveExtents", "ExtentPools", "Plexes", "StorageVolumes", "StorageAssociations",
-    ]  # fmt: skip
+    assert [f"Get{each['element']}" for each in everything["elements"]] == [*LEVELS]
     tree = ctl("audit", "--tree", *at)
     assert tree.status == 0 and re.search(r"^object +level +size", tree.stdout, re.M)
     assert re.search(r"^/ +volume +[0-9.]+ [KMGTP]iB", tree.stdout, re.M)

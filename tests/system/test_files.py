@@ -6,7 +6,7 @@ from xml.sax.saxutils import quoteattr
 
 import pytest
 
-from harness import FAILED, SUCCESS, Port, can_make_worlds, to_bytes, to_text, to_xml, wait_until
+from harness import FAILED, SUCCESS, can_make_worlds, to_bytes, to_text, to_xml, wait_until
 
 IN_MOUNTS = """set -e
 mount -t tmpfs -o nr_inodes=100 skipped {top}/tmp
@@ -136,20 +136,14 @@ def test_one_batch_at_a_time_and_the_end(start, server, tmp_path):
     agent.stop()
 
 
-def test_for_the_operator(start, ctl, server, tmp_path):
+def test_for_the_operator(ctl, reporting, tmp_path):
+    at, listen = reporting
     (tmp_path / "evil\x1b[31m").write_bytes(b"1234")
     (tmp_path / "dir").mkdir()
-    ports = Port(), Port()
-    options = {"ServerInfo": {"port": str(ports[0].number), "sslPort": str(ports[1].number)}}
-    for port in ports:
-        port.release()
-    agent = start(conf=options)
-    at = ("--agent", f"127.0.0.1:{agent.port}", "--uuid", "id")
     shown = ctl("files", "ls", str(tmp_path), *at)
     assert shown.status == 0 and "evil\\x1b[31m" in shown.stdout and "dir/" in shown.stdout
     (listed,) = ctl("files", "ls", str(tmp_path), *at, "--json").json
     assert [each["attributes"]["name"] for each in listed["elements"][0]["elements"]] == ["evil\x1b[31m", "dir"]
-    listen = ("--port", str(ports[0].number), "--tls-port", str(ports[1].number))
     totals = ctl("files", "stats", str(tmp_path), str(tmp_path / "none"), *at, *listen)
     assert totals.status == 0 and f"{tmp_path / 'none'} (does not exist)" in totals.stdout
     row = next(line.split() for line in totals.stdout.splitlines() if line.endswith(f" {tmp_path}"))

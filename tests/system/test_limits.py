@@ -4,9 +4,10 @@ import ctypes
 import os
 import resource
 import socket
+import stat
 import struct
 from concurrent.futures import ThreadPoolExecutor
-from contextlib import ExitStack
+from contextlib import ExitStack, suppress
 
 import pytest
 
@@ -19,26 +20,23 @@ POST = "POST /nxCommand HTTP/1.1\r\nContent-Type: text/xml\r\n"
 
 def time_limits(agent, own_port):
     """Of the agent's connections with that port of ours: of reading, of writing, and until a vanished peer is noticed."""
-    libc = ctypes.CDLL(None, use_errno=True)
-    process, found = libc.syscall(PIDFD_OPEN, agent.pid, 0), []
-    for descriptor in agent.descriptors():
-        copy = libc.syscall(PIDFD_GETFD, process, descriptor, 0)
-        try:
-            with socket.socket(fileno=copy) as borrowed:
-                if borrowed.getpeername()[1] == own_port:
-                    found += [
-                        struct.unpack("ll", borrowed.getsockopt(socket.SOL_SOCKET, option, 16))[0]
-                        for option in (socket.SO_RCVTIMEO, socket.SO_SNDTIMEO)
-                    ]
-                    idle, interval, probes = (
-                        borrowed.getsockopt(socket.IPPROTO_TCP, option)
-                        for option in (socket.TCP_KEEPIDLE, socket.TCP_KEEPINTVL, socket.TCP_KEEPCNT)
-                    )
-                    found.append(borrowed.getsockopt(socket.SOL_SOCKET, socket.SO_KEEPALIVE) * (idle + interval * probes))
-        except OSError:
-            if copy != -1:
-                continue  # no socket, or one without a peer
+    libc, found = ctypes.CDLL(None, use_errno=True), []
+    process = libc.syscall(PIDFD_OPEN, agent.pid, 0)
+    copies = [libc.syscall(PIDFD_GETFD, process, descriptor, 0) for descriptor in agent.descriptors()]
     os.close(process)
+    for copy in copies:
+        if copy == -1:
+            continue  # closed meanwhile
+        if not stat.S_ISSOCK(os.fstat(copy).st_mode):
+            os.close(copy)
+            continue
+        with socket.socket(fileno=copy) as borrowed, suppress(OSError):  # the one that listens has no peer
+            if borrowed.getpeername()[1] == own_port:
+                for option in (socket.SO_RCVTIMEO, socket.SO_SNDTIMEO):
+                    found.append(struct.unpack("ll", borrowed.getsockopt(socket.SOL_SOCKET, option, 16))[0])
+                times = (socket.TCP_KEEPIDLE, socket.TCP_KEEPINTVL, socket.TCP_KEEPCNT)
+                idle, interval, probes = (borrowed.getsockopt(socket.IPPROTO_TCP, option) for option in times)
+                found.append(borrowed.getsockopt(socket.SOL_SOCKET, socket.SO_KEEPALIVE) * (idle + interval * probes))
     return found
 
 

@@ -8,13 +8,10 @@ from contextlib import ExitStack
 
 import pytest
 
-from harness import FORM, GET11, PATIENCE, SUCCESS, Connection, anonymous_tls, envelope, form, parse_answer, post_request
-from harness import wait_until
+from harness import FORM, GET11, LEVELS, PATIENCE, SUCCESS, Connection, anonymous_tls, envelope, form, parse_answer
+from harness import post_request, wait_until
 
-AUDITS = (
-    "GetHostSummary", "GetStorageSystem", "GetPhysicalDrives", "GetDriveExtents", "GetExtentPools", "GetPlexes",
-    "GetStorageVolumes", "GetStorageAssociations",
-)  # fmt: skip
+AUDITS = ("GetHostSummary", "GetStorageSystem", *LEVELS)
 
 
 def test_idle_agent_does_not_wake_up(start):

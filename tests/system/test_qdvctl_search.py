@@ -9,21 +9,6 @@ import pytest
 from harness import Dialog, Port, to_bytes
 
 
-@pytest.fixture
-def reporting(start):
-    """An agent that reports where the command listens: the options that the command needs."""
-    ports = [Port(), Port()]
-    info = {"port": str(ports[0].number), "sslPort": str(ports[1].number)}
-    for port in ports:
-        port.release()
-    agent = start(conf={"ServerInfo": info})
-    return ["--agent", f"127.0.0.1:{agent.port}", "--uuid", "id"], ["--port", info["port"], "--tls-port", info["sslPort"]]
-
-
-def token_of(result):
-    return re.search(r"^Search (\S+)$", result.stdout, re.M)[1]
-
-
 def test_hits_as_table_json_and_bare_paths(ctl, reporting, tmp_path):
     at, listen = reporting
     names = [b"a'\n\x1b[31m\xff", "ä".encode(), b"results", b"small"]

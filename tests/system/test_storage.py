@@ -10,12 +10,8 @@ from xml.etree import ElementTree
 
 import pytest
 
-from harness import SUCCESS, Array, Drive, Group, Mount, Partition, World, can_make_worlds
+from harness import LEVELS, SUCCESS, Array, Drive, Group, Mount, Partition, World, can_make_worlds
 from harness import large_world, wait_until
-
-LEVELS = (
-    "GetPhysicalDrives", "GetDriveExtents", "GetExtentPools", "GetPlexes", "GetStorageVolumes", "GetStorageAssociations",
-)  # fmt: skip
 
 pytestmark = pytest.mark.skipif(not can_make_worlds(), reason="needs root, and overlays in mount namespaces of its own")
 

@@ -18,7 +18,7 @@ A World is a machine made up around an agent, for what depends on disks and tool
 from .agent import Agent, post_request
 from .bytes_in_xml import to_bytes, to_text, to_xml
 from .ctl import Ctl
-from .envelope import FAILED, INVALID_UUID, SUCCESS, TOO_MANY, Answer, envelope, form, parse_answer
+from .envelope import FAILED, INVALID_UUID, LEVELS, SUCCESS, TOO_MANY, Answer, envelope, form, parse_answer
 from .limits import PATIENCE, SLOW, wait_until
 from .ports import Port
 from .server import ManagementServer
@@ -28,7 +28,7 @@ from .wire import FORM, GET, GET11, Connection, anonymous_tls
 from .world import Array, Drive, Group, Mount, Partition, World, can_make_worlds, large_world
 
 __all__ = [
-    "FAILED", "FORM", "GET", "GET11", "INVALID_UUID", "PATIENCE", "SANITIZER_SIGNS", "SLOW", "SUCCESS", "TOO_MANY",
+    "FAILED", "FORM", "GET", "GET11", "INVALID_UUID", "LEVELS", "PATIENCE", "SANITIZER_SIGNS", "SLOW", "SUCCESS", "TOO_MANY",
     "Agent", "Answer", "Array", "Connection", "Ctl", "Dialog", "Drive", "Group", "ManagementServer", "Mount",
     "Partition", "Port", "Tree", "World",
     "agent_conf", "anonymous_tls", "can_make_worlds", "envelope", "environment", "form", "large_world", "parse_answer",

@@ -9,6 +9,10 @@ SUCCESS = ("success", "success")
 INVALID_UUID = ("error", "invalid uuid")
 FAILED = ("error", "")
 TOO_MANY = ("too many parameters", "")
+# The audits of storage, one for each level.
+LEVELS = (
+    "GetPhysicalDrives", "GetDriveExtents", "GetExtentPools", "GetPlexes", "GetStorageVolumes", "GetStorageAssociations",
+)  # fmt: skip
 
 
 def attributes(values):

@@ -6,16 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
-#include <random>
 #include <string>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -198,45 +192,6 @@ TEST(ResultFiles, KeepWhatWasWrittenWhenTheDiskIsFull) {
     EXPECT_TRUE(write(file, data.back(), places.emplace_back()) && file.endWriting());
     ASSERT_TRUE(writeOffsets(folder, places));
     EXPECT_EQ(readBack(folder), data);
-}
-
-TEST(ResultFiles, AVolumeWithOffsetsIsWholeWheneverItsWriterWasKilled) {
-    const Temporary_Directory folder;
-    std::mt19937 random(7); // NOLINT(cert-msc32-c,cert-msc51-cpp)
-    using Clock = std::chrono::steady_clock;
-    Clock::duration whole{}; // what the writer takes that lives to its end
-    unsigned complete = 0;
-    for (int moment = 0; moment < 500; ++moment) {
-        for (const char* name : {"T.L2RhdGE=.dat", "T.L2RhdGE=.offset.dat", "T.L2RhdGE=.offset.dat.new"})
-            std::filesystem::remove(folder / name);
-        const Clock::time_point begin = Clock::now();
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            FileSearch_RecordFile file;
-            std::vector<std::uint32_t> places;
-            bool isWritten = openForWriting(file, folder);
-            for (unsigned number = 0; number < 1000 && isWritten; ++number)
-                isWritten = write(file, hit(number), places.emplace_back());
-            _exit(isWritten && file.endWriting() && writeOffsets(folder, places) ? 0 : 1);
-        }
-        if (moment > 0) {
-            std::this_thread::sleep_for(whole * (random() % 150) / 100);
-            kill(child, SIGKILL);
-        }
-        waitpid(child, nullptr, 0);
-        if (moment == 0)
-            whole = std::min<Clock::duration>(Clock::now() - begin, std::chrono::milliseconds(10));
-        if (!std::filesystem::exists(folder / "T.L2RhdGE=.offset.dat"))
-            continue;
-        ++complete;
-        const std::vector<std::string> found = readBack(folder);
-        ASSERT_EQ(found.size(), 1000U);
-        for (unsigned number = 0; number < 1000; ++number)
-            ASSERT_EQ(found[number], hit(number));
-    }
-    EXPECT_GT(complete, 0U);
-    RecordProperty("complete", static_cast<int>(complete));
 }
 
 } // namespace
