@@ -97,11 +97,13 @@ bool Host_DoWithin(std::chrono::milliseconds limit, const std::string& subject, 
     const Clock::time_point until = Clock::now() + limit;
     const std::shared_ptr<Registry> shared = registry();
     const auto done = std::make_shared<bool>(false);
+    // Made before the turn is taken: it would be held for good if there were no memory for the job.
+    Job job{subject, std::move(work), done};
 
     std::unique_lock lock(shared->mutex);
     if (!takeTurn(*shared, lock, subject, until))
         return false;
-    const bool started = start(shared, {subject, std::move(work), done});
+    const bool started = start(shared, std::move(job));
     if (started && shared->changed.wait_until(lock, until, [&] { return *done; }))
         return true;
     if (started)
