@@ -288,15 +288,16 @@ System_OpenFolder System_FileIteratorLinux::Walk::openRoot(Frame& frame) {
     for (auto point = mounts_.lower_bound(place_); point != mounts_.end() && point->first.starts_with(place_);
          ++point)
         longestMountPoint_ = std::max(longestMountPoint_, point->first.size());
+    System_OpenFolder folder = System_OpenFolder::atPath(path);
+    const bool isAnswering = folder || errno != ETIMEDOUT;
     struct stat status {};
-    if (lstat(path.c_str(), &status) == 0) {
+    if (isAnswering && lstat(path.c_str(), &status) == 0) {
         const auto device = static_cast<std::uint32_t>(status.st_dev);
         DEBUG_LOG("System_FileIteratorLinux::audit: devID= %u, dir= %s\n", device, path.c_str());
         inodeSet_.emplace(status.st_ino, device);
     } else {
         DEBUG_LOG("System_FileIteratorLinux::audit: lstat failed: %s\n", path.c_str());
     }
-    System_OpenFolder folder(AT_FDCWD, path.c_str(), true);
     if (folder)
         frame.id = idOf(folder.descriptor()).value_or(FileId());
     return folder;
@@ -645,7 +646,7 @@ bool System_FileIteratorLinux::Walk::offerFolders() {
     Frame frame;
     frame.pathLength = place_.size();
     enter(frame);
-    System_OpenFolder folder(AT_FDCWD, owner_.path_.c_str(), true);
+    System_OpenFolder folder = System_OpenFolder::atPath(owner_.path_);
     const System_WalkedFolder walked{folder.descriptor(),
                                      std::string_view(place_).substr(0, frame.pathLength), place_};
     fso_.enter(walked);

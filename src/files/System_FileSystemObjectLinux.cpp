@@ -3,14 +3,19 @@
 #include "base/File_Descriptor.h"
 #include "files/System_FileIteratorLinux.h"
 #include "files/System_FileSystemType.h"
+#include "files/System_OpenFolder.h"
 #include "files/System_TimeWindow.h"
+#include "host/Host_Patience.h"
 #include "log/Debug_Printf.h"
 #include "model/System_Allocate.h"
 
 #include <cerrno>
-#include <climits>
 #include <fcntl.h>
+#include <linux/openat2.h>
+#include <memory>
 #include <sys/statfs.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace {
 
@@ -21,10 +26,48 @@ bool isMissing(int error) {
     return error == ENOENT || error == ENOTDIR;
 }
 
-/// The same as statfs(2) of the path, for a path of any length.
-int statfsAt(int folder, const char* name, bool follows, struct statfs& status) {
-    const File_Descriptor descriptor(openat(folder, name, O_PATH | O_CLOEXEC | (follows ? 0 : O_NOFOLLOW)));
-    return descriptor ? fstatfs(descriptor.get(), &status) : -1;
+/// So many soft links may lead a walk to what does not answer. Then those that leave their file system are
+/// asked about no more.
+constexpr unsigned mostDeadLinks = 3;
+
+using FileSystemType = Host_Answer<const char*>;
+
+FileSystemType nameOf(const struct statfs& status) {
+    return System_FileSystemTypeName(static_cast<std::uint32_t>(status.f_type));
+}
+
+FileSystemType typeOf(const File_Descriptor& found) {
+    struct statfs status {};
+    return found && fstatfs(found.get(), &status) == 0 ? nameOf(status) : FileSystemType::failure(errno);
+}
+
+FileSystemType typeAt(const std::string& path) {
+    return Host_AskWithin<const char*>(System_Patience, path, [path] {
+        struct statfs status {};
+        return statfs(path.c_str(), &status) == 0 ? nameOf(status) : FileSystemType::failure(errno);
+    });
+}
+
+/// Of what the soft link leads to. Within the file system that is being walked this is as sure to be answered
+/// as the walk itself.
+FileSystemType typeBehindLink(int folder, const std::string& name, const std::string& path,
+                              unsigned& deadLinks) {
+    open_how within{};
+    within.flags = O_PATH | O_CLOEXEC;
+    within.resolve = RESOLVE_NO_XDEV;
+    const File_Descriptor found(
+        static_cast<int>(syscall(SYS_openat2, folder, name.c_str(), &within, sizeof within)));
+    // The last two of kernels and sandboxes that do not have the call.
+    if (found || (errno != EXDEV && errno != ENOSYS && errno != EPERM))
+        return typeOf(found);
+    if (deadLinks >= mostDeadLinks)
+        return FileSystemType::failure(ETIMEDOUT);
+    const auto start = std::make_shared<const File_Descriptor>(fcntl(folder, F_DUPFD_CLOEXEC, 0));
+    FileSystemType type = Host_AskWithin<const char*>(System_Patience, path, [start, name] {
+        return typeOf(File_Descriptor(openat(start->get(), name.c_str(), O_PATH | O_CLOEXEC)));
+    });
+    deadLinks += type.error() == ETIMEDOUT ? 1 : 0;
+    return type;
 }
 
 } // namespace
@@ -44,8 +87,8 @@ bool System_FileSystemObjectLinux::fail() {
     return false;
 }
 
-bool System_FileSystemObjectLinux::failMissing(const char* call) {
-    if (isMissing(errno))
+bool System_FileSystemObjectLinux::failMissing(const char* call, int error) {
+    if (isMissing(error))
         exists_ = Missing;
     DEBUG_LOG("System_FileSystemObjectLinux::audit - %s failed: %s\n", call, path_.c_str());
     return fail();
@@ -57,14 +100,19 @@ bool System_FileSystemObjectLinux::audit() {
         DEBUG_LOG("System_FileSystemObjectLinux::audit: getPath is empty\n");
         return fail();
     }
-    struct stat& status = found_.status;
-    if (lstat(path_.c_str(), &status) != 0)
-        return failMissing("lstat");
+    const Host_Answer<struct stat> status = Host_AskWithin<struct stat>(
+        System_Patience, path_, [path = path_]() -> Host_Answer<struct stat> {
+            struct stat found {};
+            return lstat(path.c_str(), &found) == 0 ? found : Host_Answer<struct stat>::failure(errno);
+        });
+    if (!status)
+        return failMissing("lstat", status.error());
+    found_.status = *status;
     std::string_view trimmed = path_;
     while (trimmed.size() > 1 && trimmed.ends_with('/'))
         trimmed.remove_suffix(1);
     name_ = trimmed.substr(trimmed.rfind('/') + 1);
-    if (!take(status) || !takeFileSystemType(nullptr, status))
+    if (!take(found_.status) || !takeFileSystemType(nullptr))
         return false;
     if (isDirectory_ && recursionLevel_ != NoWalk)
         walk();
@@ -89,22 +137,21 @@ void System_FileSystemObjectLinux::place(std::string_view name) {
 bool System_FileSystemObjectLinux::auditEntry(const System_WalkedFolder& folder, std::string_view name) {
     place(name);
     if (fstatat(folder.descriptor, name_.c_str(), &found_.status, AT_SYMLINK_NOFOLLOW) != 0)
-        return failMissing("lstat");
+        return failMissing("lstat", errno);
     return takeFound(folder);
 }
 
 bool System_FileSystemObjectLinux::auditEntry(const System_WalkedFolder& folder, std::string_view name,
                                               const struct stat& status, int error) {
     place(name);
-    errno = error;
     if (error != 0)
-        return failMissing("lstat");
+        return failMissing("lstat", error);
     found_.status = status;
     return takeFound(folder);
 }
 
 bool System_FileSystemObjectLinux::takeFound(const System_WalkedFolder& folder) {
-    if (!take(found_.status) || !takeFileSystemType(&folder, found_.status))
+    if (!take(found_.status) || !takeFileSystemType(&folder))
         return false;
     setAuditResult(true);
     return true;
@@ -146,27 +193,26 @@ bool System_FileSystemObjectLinux::isCalendarTime(std::time_t time, const char* 
     return false;
 }
 
-bool System_FileSystemObjectLinux::takeFileSystemType(const System_WalkedFolder* folder,
-                                                      const struct stat& status) {
+bool System_FileSystemObjectLinux::takeFileSystemType(const System_WalkedFolder* folder) {
     // A soft link is asked about for itself, which shows whether it leads anywhere.
     const bool isKnownByDevice = folder != nullptr && !isSoftLink_;
     if (isKnownByDevice) {
-        const auto known = fileSystemTypes_.find(status.st_dev);
+        const auto known = fileSystemTypes_.find(found_.status.st_dev);
         if (known != fileSystemTypes_.end()) {
             fsType_ = found_.fileSystemType = known->second;
             return true;
         }
     }
-    struct statfs fileSystem {};
-    const int result = folder == nullptr || path_.size() < PATH_MAX
-                           ? statfs(path_.c_str(), &fileSystem)
-                           : statfsAt(folder->descriptor, name_.c_str(), isSoftLink_, fileSystem);
-    if (result != 0)
-        return failMissing("statfs");
-    const char* type = System_FileSystemTypeName(static_cast<std::uint32_t>(fileSystem.f_type));
+    const FileSystemType type = folder == nullptr ? typeAt(path_)
+                                : isSoftLink_
+                                    ? typeBehindLink(folder->descriptor, name_, path_, deadLinks_)
+                                    : typeOf(File_Descriptor(openat(folder->descriptor, name_.c_str(),
+                                                                    O_PATH | O_CLOEXEC | O_NOFOLLOW)));
+    if (!type)
+        return failMissing("statfs", type.error());
     if (isKnownByDevice)
-        fileSystemTypes_.emplace(status.st_dev, type);
-    fsType_ = found_.fileSystemType = type;
+        fileSystemTypes_.emplace(found_.status.st_dev, *type);
+    fsType_ = found_.fileSystemType = *type;
     return true;
 }
 

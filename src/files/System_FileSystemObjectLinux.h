@@ -31,7 +31,8 @@ public:
     using System_FileSystemObject::operator=;
 
     /// Looks at the path, and walks the directory that may be there as deep as the recursion level says.
-    /// Fails if it cannot be looked at; then `getExists` tells whether it is missing.
+    /// Fails if it cannot be looked at, or does not answer within System_Patience; then `getExists` tells
+    /// whether it is missing.
     bool audit() override;
     /// Counts a member, at any depth, into the directory that this is, and keeps a copy of a direct one.
     bool evaluateFile(System_FileSystemObject* fso, System_Date* sDay, System_Date* eDay) override;
@@ -77,9 +78,9 @@ private:
     bool takeFound(const System_WalkedFolder& folder);
     bool take(const struct stat& status);
     bool fail();
-    bool failMissing(const char* call);
+    bool failMissing(const char* call, int error);
     bool isCalendarTime(std::time_t time, const char* which) const;
-    bool takeFileSystemType(const System_WalkedFolder* folder, const struct stat& status);
+    bool takeFileSystemType(const System_WalkedFolder* folder);
     void walk();
 
     std::size_t prefixLength_ = 0;
@@ -88,4 +89,5 @@ private:
     System_TimeWindow window_;
     /// By device.
     std::map<dev_t, const char*> fileSystemTypes_;
+    unsigned deadLinks_ = 0; ///< that have been met in a walk
 };

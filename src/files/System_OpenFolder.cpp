@@ -1,9 +1,11 @@
 #include "files/System_OpenFolder.h"
 
+#include "host/Host_Patience.h"
+
 #include <cerrno>
-#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 
 System_OpenFolder::System_OpenFolder(int at, const char* name, bool follows) {
     const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK | (follows ? 0 : O_NOFOLLOW);
@@ -15,6 +17,21 @@ System_OpenFolder::System_OpenFolder(int at, const char* name, bool follows) {
     struct stat status {};
     if (descriptor_ && fstat(descriptor_.get(), &status) == 0)
         accessTime_ = status.st_atim;
+}
+
+System_OpenFolder System_OpenFolder::atPath(const std::string& path) {
+    using Opened = std::shared_ptr<System_OpenFolder>;
+    const Host_Answer<Opened> opened =
+        Host_AskWithin<Opened>(System_Patience, path, [path]() -> Host_Answer<Opened> {
+            System_OpenFolder folder(AT_FDCWD, path.c_str(), true);
+            if (!folder)
+                return Host_Answer<Opened>::failure(errno);
+            return std::make_shared<System_OpenFolder>(std::move(folder));
+        });
+    if (opened)
+        return std::move(**opened);
+    errno = opened.error();
+    return {};
 }
 
 bool System_OpenFolder::fill(System_FolderBuffer& buffer) {

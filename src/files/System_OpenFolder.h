@@ -3,8 +3,10 @@
 #include "base/File_Descriptor.h"
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <sys/stat.h>
 #include <vector>
@@ -13,15 +15,22 @@
 /// are read one after another. Aligned for what the kernel writes there.
 struct alignas(8) System_FolderBuffer : std::array<char, std::size_t{64} * 1024> {};
 
+/// What lies on a server or a device that is gone may never answer. A disk that has to wake up first does
+/// within this time.
+constexpr std::chrono::seconds System_Patience{20};
+
 /// A directory that is open to be read, whose times are the same afterwards: its modification time is never
 /// written, and its access time, where reading changes it, is put back to the nanosecond. For one thread at a
 /// time.
 class System_OpenFolder {
 public:
     System_OpenFolder() = default;
-    /// Opens `name`, which is relative to the open directory `at`. A soft link in its place is not followed
-    /// unless `follows` is set. If it cannot be opened, the object is false and `errno` tells why.
-    System_OpenFolder(int at, const char* name, bool follows = false);
+    /// Opens `name`, which is relative to the open directory `at`. A soft link in its place is not followed.
+    /// If it cannot be opened, the object is false and `errno` tells why.
+    System_OpenFolder(int at, const char* name) : System_OpenFolder(at, name, false) {}
+    /// Opens a path, soft links followed: it fails with ETIMEDOUT if there is no answer within
+    /// System_Patience.
+    static System_OpenFolder atPath(const std::string& path);
 
     explicit operator bool() const { return static_cast<bool>(descriptor_); }
     int descriptor() const { return descriptor_.get(); }
@@ -38,6 +47,7 @@ public:
     bool restoreTime() const;
 
 private:
+    System_OpenFolder(int at, const char* name, bool follows);
     bool fill(System_FolderBuffer& buffer);
 
     File_Descriptor descriptor_;

@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
-#include <fcntl.h>
 #include <map>
 #include <optional>
 #include <set>
@@ -304,7 +303,7 @@ bool FileSearch_ManagerImpl::isExpired(const std::string& path, const System_Dat
 /// yet has none.
 std::optional<std::vector<std::string>> FileSearch_ManagerImpl::dataFiles() const {
     std::vector<std::string> names;
-    System_OpenFolder folder(AT_FDCWD, path_.c_str(), true);
+    System_OpenFolder folder = System_OpenFolder::atPath(path_);
     if (!folder)
         return errno == ENOENT ? std::optional(names) : std::nullopt;
     const auto buffer = std::make_unique<System_FolderBuffer>();

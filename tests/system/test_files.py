@@ -2,9 +2,11 @@
 
 import os
 import subprocess
+import sys
 from xml.sax.saxutils import quoteattr
 
 import pytest
+from test_search import begin, condition
 
 from harness import FAILED, SUCCESS, can_make_worlds, to_bytes, to_text, to_xml, wait_until
 
@@ -14,6 +16,21 @@ truncate -s 4M {top}/../image && mkfs.ext2 -q -F {top}/../image && mount -o loop
 mkdir {top}/ext/in; echo 12345 > {top}/ext/in/file; echo > {top}/tmp/not-seen
 mount --bind {top} {top}/again
 exec "$@"
+"""
+
+# A file system whose daemon never answers, and ends with the agent.
+WITH_DEAD_MOUNT = """
+import ctypes, os, sys, time
+libc = ctypes.CDLL(None)
+daemon = os.open("/dev/fuse", os.O_RDWR)
+options = f"fd={daemon},rootmode=40000,user_id=0,group_id=0,allow_other"
+if libc.mount(b"dead", os.fsencode(sys.argv[1]), b"fuse", 0, options.encode()) != 0:
+    sys.exit("the mount failed")
+agent = os.getpid()
+if os.fork() != 0:
+    os.execvp(sys.argv[2], sys.argv[2:])
+while os.getppid() == agent:
+    time.sleep(0.2)
 """
 
 
@@ -122,6 +139,26 @@ def test_totals_across_mount_points(start, server, tmp_path):
     (found,) = stats(agent, server, top)
     # ext2 is gone into; tmpfs, the tree itself once more and the link that leads nowhere are left out.
     assert (found["numFilesRecursive"], found["numDirsRecursive"]) == ("1", "4")
+
+
+@pytest.mark.skipif(not (can_make_worlds() and os.path.exists("/dev/fuse")), reason="needs root, mount namespaces and FUSE")
+def test_what_lies_on_a_dead_server_holds_nobody_for_good(start, server, tmp_path):
+    dead, top = tmp_path / "dead", tmp_path / "top"
+    for folder in (dead, top):
+        folder.mkdir()
+    (top / "file").touch()
+    (top / "link").symlink_to(dead / "x")
+    before = ("unshare", "-m", sys.executable, "-c", WITH_DEAD_MOUNT, str(dead))
+    agent = start(server=server, verbose=False, before=before)
+    every = condition('<Predicate valueName="name" operator="isAnything"/>')
+    for token, volume in (("S", top), ("T", dead)):
+        assert begin(agent, token, [volume], every) == SUCCESS
+    assert agent.outcome("GetFSOs", path_parameter(os.fsencode(dead) + b"/x"), uuid="id") == FAILED
+    told = {}
+    for call in server.wait_calls("SearchResultsSummary", 2):
+        hits = [each.get("numFilesHit") for each in call.element.find("Volumes")]
+        told[call.element.findtext("Token")] = hits, [each.get("name") for each in call.element.iter("FailedObject")]
+    assert told == {"S": (["1"], [str(top / "link")]), "T": ([None], [str(dead)])}
 
 
 def test_one_batch_at_a_time_and_the_end(start, server, tmp_path):
