@@ -647,14 +647,13 @@ bool System_FileIteratorLinux::Walk::offerFolders() {
     frame.pathLength = place_.size();
     enter(frame);
     System_OpenFolder folder = System_OpenFolder::atPath(owner_.path_);
+    if (!folder)
+        return false;
     const System_WalkedFolder walked{folder.descriptor(),
                                      std::string_view(place_).substr(0, frame.pathLength), place_};
     fso_.enter(walked);
     bool succeeds = true;
-    while (folder) {
-        const std::optional<std::string_view> name = folder.next(buffer_);
-        if (!name)
-            break;
+    while (const std::optional<std::string_view> name = folder.next(buffer_)) {
         if (!mountsHere_.empty() && isSkipped(*name))
             continue;
         fso_.prepareForAudit();

@@ -112,7 +112,9 @@ const Storage_BlockDevice* Storage_HostReport::blockDevice(const std::string& pa
     const auto [known, isNew] = nodes_.try_emplace(path, nullptr);
     if (!isNew)
         return known->second;
-    const Host_Answer<Host_Node> node = host_.node(path);
+    // Whoever mounts something chooses its device's name, which may lie on a mount that never answers.
+    const Host_Answer<Host_Node> node =
+        timeLeft().count() > 0 ? host_.node(path) : Host_Answer<Host_Node>::failure(ETIMEDOUT);
     if (node && node->kind == Host_Node::Block)
         known->second = devices->findByNumber(node->major, node->minor);
     return known->second;
