@@ -245,17 +245,23 @@ System_FileSystemObject::~System_FileSystemObject() {
     System_FileSystemObject::deallocateFSOs();
 }
 
-/// One after another, since a tree may be deeper than the stack.
+/// One after another, since a tree may be deeper than the stack, and in a list of the objects' own, since
+/// there may be no memory.
 void System_FileSystemObject::deallocateFSOs() {
-    Children doomed = std::move(children_);
-    children_.clear();
-    while (!doomed.empty()) {
-        const std::unique_ptr<System_FileSystemObject> object = std::move(doomed.back());
-        doomed.pop_back();
-        if (!object)
-            continue;
-        std::move(object->children_.begin(), object->children_.end(), std::back_inserter(doomed));
-        object->children_.clear();
+    System_FileSystemObject* doomed = nullptr;
+    const auto doom = [&](Children& members) {
+        for (auto& member : members)
+            if (member) {
+                member->nextDoomed_ = doomed;
+                doomed = member.release();
+            }
+        members.clear();
+    };
+    doom(children_);
+    while (doomed != nullptr) {
+        const std::unique_ptr<System_FileSystemObject> object(doomed);
+        doomed = object->nextDoomed_;
+        doom(object->children_);
     }
 }
 

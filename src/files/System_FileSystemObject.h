@@ -247,6 +247,7 @@ protected:
     mutable Unread unread_;
 
 private:
+    System_FileSystemObject* nextDoomed_ = nullptr;
     mutable std::string extension_;
     mutable std::string userId_;
 };
