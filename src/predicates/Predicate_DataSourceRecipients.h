@@ -24,7 +24,8 @@ private:
     bool value_ = false;
 };
 
-/// A number of 64 bits, signed or not, decimal or hexadecimal. Text is read as far as its digits go.
+/// A number of 64 bits, signed or not. Text is read as far as its digits go: as hexadecimal if that is the
+/// form, else as strtoull(3) does for base 0, to which a leading 0 means octal.
 class Predicate_DataSourceRecipientInteger : public Predicate_DataSourceRecipient {
 public:
     using Value = std::uint64_t;

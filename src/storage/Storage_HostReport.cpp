@@ -109,15 +109,14 @@ const Storage_BlockDevice* Storage_HostReport::blockDevice(const std::string& pa
     const Storage_BlockDevices* devices = path.starts_with('/') ? blockDevices() : nullptr;
     if (devices == nullptr)
         return nullptr;
-    const auto [known, isNew] = nodes_.try_emplace(path, nullptr);
-    if (!isNew)
+    if (const auto known = nodes_.find(path); known != nodes_.end())
         return known->second;
     // Whoever mounts something chooses its device's name, which may lie on a mount that never answers.
     const Host_Answer<Host_Node> node =
         timeLeft().count() > 0 ? host_.node(path) : Host_Answer<Host_Node>::failure(ETIMEDOUT);
-    if (node && node->kind == Host_Node::Block)
-        known->second = devices->findByNumber(node->major, node->minor);
-    return known->second;
+    const bool isBlock = node && node->kind == Host_Node::Block;
+    return nodes_.emplace(path, isBlock ? devices->findByNumber(node->major, node->minor) : nullptr)
+        .first->second;
 }
 
 const Storage_BlockDevice* Storage_HostReport::mountedDevice(const std::string& device,
@@ -127,9 +126,10 @@ const Storage_BlockDevice* Storage_HostReport::mountedDevice(const std::string& 
     if (named != nullptr || devices == nullptr)
         return named;
     if (!mountDevices_) {
-        mountDevices_.emplace();
+        std::map<std::string, Storage_MountDevice> found;
         for (const Storage_MountDevice& each : Storage_ReadMountInfo(host_.readFile(mountInfo).valueOr({})))
-            mountDevices_->try_emplace(each.mountPoint, each);
+            found.try_emplace(each.mountPoint, each);
+        mountDevices_ = std::move(found);
     }
     const auto mount = mountDevices_->find(mountPoint);
     return mount != mountDevices_->end() ? devices->findByNumber(mount->second.major, mount->second.minor)
