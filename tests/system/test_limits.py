@@ -83,6 +83,7 @@ def test_connections_leave_descriptors_for_work(start):
 
 @pytest.mark.long
 @pytest.mark.xdist_group("memory")
+@pytest.mark.skipif(os.sysconf("SC_PHYS_PAGES") * os.sysconf("SC_PAGE_SIZE") < 4 << 30, reason="has a lower bound")
 def test_large_requests_share_one_bound_and_leave_nothing(start):
     """A body is held once; what all bodies hold together is bounded, and goes back when they end."""
     agent = start(verbose=False)
