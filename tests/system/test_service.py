@@ -72,7 +72,8 @@ def test_signs_of_life_come_only_while_the_port_answers(start, manager):
             connection = held.enter_context(agent.connect())
             # The probe holds a worker for a moment.
             assert connection.ask(GET11).status == 200
-        while manager.hears(0.3):
+        agent.wait_rest()
+        while manager.hears(0.01):
             pass
         assert manager.hears(1) is None
     assert manager.hears() == SIGN_OF_LIFE

@@ -8,7 +8,6 @@ import socket
 import struct
 import subprocess
 import termios
-import time
 from concurrent.futures import ThreadPoolExecutor
 from contextlib import ExitStack
 
@@ -123,17 +122,18 @@ def test_log_that_nobody_reads(new_tree):
 
 def test_busy_connections_end_after_the_request_in_hand(start):
     agent = start(verbose=False)
+    asked = [0] * 4
 
-    def ask_again_and_again(tls):
-        with agent.connect(tls=tls) as connection:
-            last = None
+    def ask_again_and_again(number):
+        with agent.connect(tls=anonymous_tls() if number % 2 else None) as connection:
             while (reply := connection.ask(GET11)) is not None:
                 last = reply
+                asked[number] += 1
             return last.status
 
     with ThreadPoolExecutor(4) as pool:
-        busy = [pool.submit(ask_again_and_again, tls) for tls in (None, None, anonymous_tls(), anonymous_tls())]
-        time.sleep(0.2)  # into the middle of it
+        busy = [pool.submit(ask_again_and_again, number) for number in range(4)]
+        wait_until(lambda: min(asked) > 9, "all connections to be busy")
         agent.send_signal(15)
         for connection in busy:
             try:
