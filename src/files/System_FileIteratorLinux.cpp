@@ -208,6 +208,8 @@ System_OpenFolder System_FileIteratorLinux::Walk::openRoot(Frame& frame) {
     const char* const path = owner_.path_.c_str();
     System_OpenFolder folder = stack_.openRoot(frame);
     const bool isAnswering = folder || errno != ETIMEDOUT;
+    if (!isAnswering)
+        DEBUG_LOG("System_FileIteratorLinux::audit: no answer: %s\n", path);
     frame.node = owner_.fsoRootDir_.get();
     struct stat status {};
     if (isAnswering && lstat(path, &status) == 0) {

@@ -90,6 +90,8 @@ bool System_FileSystemObjectLinux::fail() {
 bool System_FileSystemObjectLinux::failMissing(const char* call, int error) {
     if (isMissing(error))
         exists_ = Missing;
+    if (error == ETIMEDOUT)
+        DEBUG_LOG("System_FileSystemObjectLinux::audit: no answer: %s\n", path_.c_str());
     DEBUG_LOG("System_FileSystemObjectLinux::audit - %s failed: %s\n", call, path_.c_str());
     return fail();
 }

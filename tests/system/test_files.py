@@ -149,7 +149,7 @@ def test_what_lies_on_a_dead_server_holds_nobody_for_good(start, server, tmp_pat
     (top / "file").touch()
     (top / "link").symlink_to(dead / "x")
     before = ("unshare", "-m", sys.executable, "-c", WITH_DEAD_MOUNT, str(dead))
-    agent = start(server=server, verbose=False, before=before)
+    agent = start(server=server, before=before)
     every = condition('<Predicate valueName="name" operator="isAnything"/>')
     for token, volume in (("S", top), ("T", dead)):
         assert begin(agent, token, [volume], every) == SUCCESS
@@ -159,6 +159,7 @@ def test_what_lies_on_a_dead_server_holds_nobody_for_good(start, server, tmp_pat
         hits = [each.get("numFilesHit") for each in call.element.find("Volumes")]
         told[call.element.findtext("Token")] = hits, [each.get("name") for each in call.element.iter("FailedObject")]
     assert told == {"S": (["1"], [str(top / "link")]), "T": ([None], [str(dead)])}
+    assert all(f"audit: no answer: {path}\n" in agent.log() for path in (top / "link", dead, dead / "x"))
 
 
 def test_one_batch_at_a_time_and_the_end(start, server, tmp_path):
