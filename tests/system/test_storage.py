@@ -246,7 +246,9 @@ def test_the_stack_as_a_picture(start, ctl, tmp_path):
     assert len(boxes) + 1 == len(shown) and "! not audited: PhysicalDrive /dev/rd/c0d1" in picture
     tree = ctl(*call, "--tree").stdout
     assert all(name in tree for name in shown)
-    assert ctl(*call, "--svg", str(tmp_path / "no" / "file")).status == 2 and ctl(*call, "--svg", "-", "--tree").status == 2
+    (tmp_path / "link").symlink_to("/dev/stdout")
+    assert all(ctl(*call, "--svg", str(tmp_path / name)).status == 2 for name in ("no/file", "link"))
+    assert ctl(*call, "--svg", "-", "--tree").status == 2
 
 
 def test_names_that_a_shell_or_a_tool_would_act_upon(start, server, tmp_path):

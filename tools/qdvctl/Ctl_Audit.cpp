@@ -11,14 +11,17 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
 
 constexpr const char* everything = "all";
+constexpr std::string_view standardOutput = "-";
 
 /// What the command line asks for.
 struct Wish {
@@ -62,11 +65,16 @@ std::string showTree(const Wish& wish, const std::vector<Ctl_Node>& results) {
     return Ctl_StorageTree(results, static_cast<System_Object::StorageType>(level->type - 1));
 }
 
-/// The text itself if it is for standard output, else nothing, and the file is written.
+/// The text itself if it is for standard output, else nothing, and the file is written. What is there and is
+/// no plain file, such as a device or a link to one, would be replaced by one.
 std::string deliver(const std::string& file, std::string text) {
     constexpr mode_t mode = 0644;
-    if (file == "-")
+    if (file == standardOutput)
         return text;
+    std::error_code error;
+    const auto there = std::filesystem::symlink_status(file, error);
+    if (std::filesystem::exists(there) && !std::filesystem::is_regular_file(there))
+        throw Ctl_Failure(Ctl_WrongUsage, file + ": is no plain file; - is standard output");
     if (!File_WriteAtomically(file.c_str(), ".tmp", text, mode))
         throw Ctl_Failure(Ctl_WrongUsage, file + ": " + std::strerror(errno));
     return {};
@@ -100,7 +108,8 @@ void Ctl_AddAudit(CLI::App& app, Ctl_Action& chosen) {
             command->add_option(name, file, help)->type_name("FILE")->check([](const std::string& text) {
                 return text.empty() ? "a file's name, or -" : "";
             }));
-        forms.back()->each([options](const std::string& text) { options->viewAlone = text == "-"; });
+        forms.back()->each(
+            [options](const std::string& text) { options->viewAlone = text == standardOutput; });
     };
     addFile("--html", wish->htmlFile,
             "Write the stack as a page with a picture and tables; - is standard output");

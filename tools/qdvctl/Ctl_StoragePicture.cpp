@@ -231,6 +231,8 @@ private:
     void nameFailures() {
         constexpr std::size_t most = 20;
         constexpr int lineHeight = 16;
+        constexpr int letterWidth = 7;
+        constexpr std::size_t mostLetters = 1000;
         for (std::size_t at = 0; at < failures_.size() && at <= most; ++at) {
             const Object form{failures_[at], {}};
             const std::string text =
@@ -238,7 +240,8 @@ private:
                            : "! not audited: " + form.attribute("type") + ' ' + form.attribute("name");
             height_ += lineHeight;
             body_ += line("bad", 1, height_ - 4, text) + '\n';
-            width_ = std::max(width_, static_cast<int>(Ctl_Width(Ctl_Printable(text))) * 7);
+            const std::size_t letters = std::min(Ctl_Width(Ctl_Printable(text)), mostLetters);
+            width_ = std::max(width_, static_cast<int>(letters) * letterWidth);
         }
     }
 
