@@ -57,7 +57,8 @@ def test_refusals_are_told_and_end_with_1(ctl, at):
         (("SetVerboseLog", "--uuid", "refusals"), "SetVerboseLog: too few parameters"),
     ):
         result = ctl("call", *arguments, *at)
-        assert result.status == 1 and f"{at[1]} {words} (" in result.stdout
+        assert result.status == 1 and f"{at[1]} {words} (" in result.stdout and result.stderr == ""
+    assert "the path is not there" in ctl("files", "ls", "/no/such", "--uuid", "refusals", *at).stderr
     result = ctl("call", "SetVerboseLog", *at, "--json")
     (told,) = result.json
     assert (result.status, told["response"], told["reason"]) == (1, "error", "invalid uuid")

@@ -12,9 +12,6 @@
 
 namespace {
 
-/// What an agent takes at most.
-constexpr std::size_t largestScript = std::size_t(256) << 20;
-
 struct ActionOptions {
     std::string script;
     std::string name = "qdvctl";
@@ -47,7 +44,7 @@ void addUser(Ctl_AgentOptions& agent, Ctl_Request& request) {
 
 Ctl_Request buildAction(const char* method, Ctl_AgentOptions& agent, const ActionOptions& action) {
     Ctl_Request request = Ctl_RequestFor(method);
-    std::string script = Ctl_ReadInput(action.script, action.script, largestScript);
+    std::string script = Ctl_ReadInput(action.script, action.script);
     addUser(agent, request);
     request.parameters.push_back(parameter("actionname", action.name));
     request.parameters.push_back(parameter("actionid", action.id));

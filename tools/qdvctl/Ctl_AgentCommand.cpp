@@ -51,18 +51,26 @@ void showText(const std::string& agent, const std::string& method, const Ctl_Rep
     printTo(stdout, view && reply.isSuccess() ? view(results) : Ctl_RenderText(results));
 }
 
-/// What the agent's terse words mean to whoever typed the command.
-const char* adviceFor(const std::string& reason) {
-    if (reason == "invalid uuid")
-        return "the method needs the agent's identity: \"qdvctl ping\" shows it, --uuid gives it";
-    if (reason == "invalid encryption protocol")
-        return "the method is served over TLS only: --tls";
-    return nullptr;
-}
+/// What an "error" of the agent, with its terse reason, means to whoever typed the command. No method stands
+/// for any.
+constexpr struct {
+    std::string_view method;
+    std::string_view reason;
+    const char* text;
+} advice[] = {
+    {"", "invalid uuid", "the method needs the agent's identity: \"qdvctl ping\" shows it, --uuid gives it"},
+    {"", "invalid encryption protocol", "the method is served over TLS only: --tls"},
+    {"GetFSOs", "", "the path is not there, or cannot be looked at"},
+    {"SearchFSOs", "", "another search has the token, or the agent does not take a volume or the expression"},
+    {"SetVerboseLog", "", "the agent runs with -verbose, or cannot write its log file"},
+};
 
 int tellAdvice(const Ctl_Reply& reply) {
-    if (const char* advice = adviceFor(reply.response.word("reason")); advice != nullptr)
-        std::fprintf(stderr, "qdvctl: %s\n", advice);
+    const Ctl_Node& response = reply.response;
+    for (const auto& [method, reason, text] : advice)
+        if (response.word("response") == "error" && response.word("reason") == reason &&
+            (method.empty() || response.word("name") == method))
+            Ctl_Say(text);
     return Ctl_Refused;
 }
 
@@ -154,7 +162,6 @@ void Ctl_MakeAgentCommand(CLI::App& command, const std::shared_ptr<Ctl_AgentOpti
 
 int Ctl_TellRefusal(const std::string& method, const Ctl_Reply& reply) {
     const std::string reason = reply.response.word("reason");
-    const std::string outcome = reply.response.word("response") + (reason.empty() ? "" : ", " + reason);
-    std::fprintf(stderr, "qdvctl: %s: %s\n", method.c_str(), Ctl_Printable(outcome).c_str());
+    Ctl_Say(method + ": " + reply.response.word("response") + (reason.empty() ? "" : ", " + reason));
     return tellAdvice(reply);
 }

@@ -68,7 +68,7 @@ void Ctl_AddServerPorts(CLI::App& command, unsigned short& plain, unsigned short
             ->check(CLI::Range(1, HTTP_HighestPort))
             ->capture_default_str();
     };
-    add("--port", plain, "Port that its agent.conf names for plain calls to the server");
+    add("--port", plain, "Port for the agent's plain calls, as its agent.conf names it");
     add("--tls-port", tls, "The same for calls over TLS");
 }
 

@@ -8,9 +8,6 @@
 
 namespace {
 
-/// What an agent takes at most.
-constexpr std::size_t largestBody = std::size_t(256) << 20;
-
 struct CallOptions {
     std::string method;
     std::vector<std::string> parameters;
@@ -23,8 +20,7 @@ Ctl_Request buildRequest(const CallOptions& options) {
         request.parameters.push_back(Ctl_ParseParameter(parameter));
     if (!options.bodyFile.empty()) {
         const std::string what = "--body " + options.bodyFile;
-        std::vector<Ctl_Node> body =
-            Ctl_ParseParameters(Ctl_ReadInput(what, options.bodyFile, largestBody), what);
+        std::vector<Ctl_Node> body = Ctl_ParseParameters(Ctl_ReadInput(what, options.bodyFile), what);
         std::move(body.begin(), body.end(), std::back_inserter(request.parameters));
     }
     return request;

@@ -36,6 +36,6 @@ void Ctl_Deadline::watch() {
     if (over_)
         return;
     std::fflush(stdout);
-    std::fprintf(stderr, "qdvctl: %s\n", Ctl_Printable(message_).c_str());
+    Ctl_Say(message_);
     _exit(Ctl_Unanswered);
 }

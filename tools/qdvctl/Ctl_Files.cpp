@@ -6,6 +6,7 @@
 #include "qdvctl/Ctl_ProgressLine.h"
 #include "qdvctl/Ctl_Render.h"
 #include "qdvctl/Ctl_Server.h"
+#include "qdvctl/Ctl_Text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -90,10 +91,12 @@ int stats(const Ctl_AgentOptions& agent, const StatsOptions& options) {
         std::printf("%s\n", Ctl_RenderJson({}, trees).c_str());
     else if (!trees.empty())
         std::fputs(Ctl_ListTotals(trees).c_str(), stdout);
-    if (trees.size() < options.paths.size())
-        std::fprintf(stderr, "qdvctl: %zu of %zu could not be looked at, or the agent calls another server\n",
-                     options.paths.size() - trees.size(), options.paths.size());
-    return trees.size() < options.paths.size() ? Ctl_Refused : Ctl_Succeeded;
+    if (trees.size() >= options.paths.size())
+        return Ctl_Succeeded;
+    Ctl_Say(std::to_string(options.paths.size() - trees.size()) + " of " +
+            std::to_string(options.paths.size()) +
+            " could not be looked at, or the agent calls another server");
+    return Ctl_Refused;
 }
 
 void addLs(CLI::App& app, Ctl_Action& chosen) {

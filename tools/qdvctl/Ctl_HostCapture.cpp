@@ -8,6 +8,7 @@
 #include "model/Auditable_TryAudit.h"
 #include "model/Storage_Tables.h"
 #include "qdvctl/Ctl_Failure.h"
+#include "qdvctl/Ctl_Text.h"
 #include "storage/Storage_Container.h"
 
 #include <CLI/CLI.hpp>
@@ -369,7 +370,7 @@ void enterEmptyFolder(const std::string& path) {
 int capture(const std::string& folder) {
     enterEmptyFolder(folder); // where commands leave their output until it is read, too
     if (geteuid() != 0)
-        std::fputs("qdvctl: not run by root, so devices and some tools will refuse\n", stderr);
+        Ctl_Say("not run by root, so devices and some tools will refuse");
     Host_RecordingHost host(Host_Real());
     {
         const QuietErrors quiet;

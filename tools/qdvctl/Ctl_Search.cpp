@@ -59,10 +59,6 @@ struct SearchOptions {
     Ctl_ServeOptions server;
 };
 
-void say(const std::string& line) {
-    std::fprintf(stderr, "qdvctl: %s\n", Ctl_Printable(line).c_str());
-}
-
 Ctl_HitForm formOf(const Ctl_AgentOptions& agent, const HitOptions& options) {
     return options.null ? Ctl_HitForm::Null : agent.json ? Ctl_HitForm::Json : Ctl_HitForm::Table;
 }
@@ -251,8 +247,8 @@ SearchSummary RunningSearch::waitForEnd() {
 
 void RunningSearch::showSummary(const SearchSummary& summary) {
     if (!summary && isListening_)
-        say(reports_.progress().isReported ? "no summary came"
-                                           : "no summary came: the agent reports to another server");
+        Ctl_Say(reports_.progress().isReported ? "no summary came"
+                                               : "no summary came: the agent reports to another server");
     if (form_ == Ctl_HitForm::Json) {
         std::printf("%s\n",
                     Ctl_RenderJson({{"token", token_}}, summary.value_or(std::vector<Ctl_Node>())).c_str());
@@ -270,19 +266,19 @@ void RunningSearch::tellFailures(std::vector<std::string> failed) {
     for (std::size_t at = 0; at < volumes_.size(); ++at)
         if (hasFailed(at)) {
             isWhole_ = false;
-            say(volumes_[at] + ": its search ended with " + reports_.status(at));
+            Ctl_Say(volumes_[at] + ": its search ended with " + reports_.status(at));
             std::erase(failed, volumes_[at]);
         }
     for (std::size_t at = 0; at < std::min(failed.size(), failuresTold); ++at)
-        say(failed[at] + ": could not be looked at");
+        Ctl_Say(failed[at] + ": could not be looked at");
     if (failed.size() > failuresTold)
-        say("and " + std::to_string(failed.size() - failuresTold) + " more could not be looked at");
+        Ctl_Say("and " + std::to_string(failed.size() - failuresTold) + " more could not be looked at");
 }
 
 /// What a page that the agent refuses can mean, which it does not tell.
 void tellNoHits(const std::string& volume, const Ctl_Reply& reply) {
     Ctl_TellRefusal("GetFSOSearchResults", reply);
-    say(volume + ": the search has no results there, or is still at work");
+    Ctl_Say(volume + ": the search has no results there, or is still at work");
 }
 
 /// Ends a table. Of what the agent has refused nobody knows whether there are hits.
@@ -316,7 +312,7 @@ std::unique_ptr<Ctl_Server> listenFor(Ctl_SearchReports& reports, const Ctl_Serv
         return std::make_unique<Ctl_Server>(options, stdout,
                                             [&](const Ctl_Request& call) { reports.take(call); });
     } catch (const Ctl_Failure& failure) {
-        say(std::string(failure.what()) + "; there will be no progress and no summary");
+        Ctl_Say(std::string(failure.what()) + "; there will be no progress and no summary");
         return nullptr;
     }
 }
@@ -341,7 +337,7 @@ int search(const Ctl_AgentOptions& agent, SearchOptions options) {
     try {
         return RunningSearch(agent, options.hits, client, token, reports, server != nullptr).finish();
     } catch (const Ctl_Failure&) {
-        std::fprintf(stderr, "qdvctl: the agent may have gone on; what it finds: %s\n", command.c_str());
+        Ctl_Say("the agent may have gone on; what it finds: " + command);
         throw;
     }
 }

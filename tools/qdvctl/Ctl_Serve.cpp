@@ -1,8 +1,9 @@
-#include "net/HTTP_AddressPortPair.h"
+#include "qdvctl/Ctl_AgentOptions.h"
 #include "qdvctl/Ctl_Command.h"
 #include "qdvctl/Ctl_Failure.h"
 #include "qdvctl/Ctl_Layers.h"
 #include "qdvctl/Ctl_Server.h"
+#include "qdvctl/Ctl_Text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -33,7 +34,7 @@ int serve(const Ctl_ServeOptions& options) {
     // Before any thread starts, so that only sigwait gets them.
     const sigset_t stopSignals = blockStopSignals();
     Ctl_Server server(options, stdout);
-    std::fprintf(stderr, "qdvctl: serving on %s; stop with Ctrl-C\n", server.describe().c_str());
+    Ctl_Say("serving on " + server.describe() + "; stop with Ctrl-C");
     waitForSignal(stopSignals);
     if (!server.stop()) {
         // All calls that came are written already; what still waits on a connection is not waited for.
@@ -49,15 +50,7 @@ void Ctl_AddServe(CLI::App& app, Ctl_Action& chosen) {
     CLI::App* command = app.add_subcommand(
         "serve", "Stand in for the management server: answer the agent's calls and show them");
     const auto options = std::make_shared<Ctl_ServeOptions>();
-    const auto isPort = CLI::Range(1, HTTP_HighestPort);
-    command->add_option("--port", options->port, "Port for plain calls")
-        ->type_name("PORT")
-        ->check(isPort)
-        ->capture_default_str();
-    command->add_option("--tls-port", options->tlsPort, "Port for calls over TLS")
-        ->type_name("PORT")
-        ->check(isPort)
-        ->capture_default_str();
+    Ctl_AddServerPorts(*command, options->port, options->tlsPort);
     command->add_option("--address", options->address, "Address to listen on")
         ->type_name("HOST")
         ->capture_default_str();

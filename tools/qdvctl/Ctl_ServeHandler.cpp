@@ -123,8 +123,7 @@ bool Ctl_ServeHandler::handlePost(HTTP_File* file, bool& keepFile) {
         const auto result = Ctl_ResultOf(call.method, shared_.options.sslState);
         return reply(*file, HTTP_RETURN_OK, HTTP_CONTENT_TYPE_TEXT_XML, Ctl_BuildReply(call.method, result));
     } catch (const Ctl_Failure& failure) {
-        std::fprintf(stderr, "qdvctl: %s: %s\n", Ctl_Printable(file->getURI()).c_str(),
-                     Ctl_Printable(failure.what()).c_str());
+        Ctl_Say(file->getURI() + (": " + std::string(failure.what())));
         return reply(*file, HTTP_RETURN_BAD_REQUEST, HTTP_CONTENT_TYPE_TEXT_HTML, notACall);
     }
 }

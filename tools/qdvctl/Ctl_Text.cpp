@@ -129,6 +129,10 @@ std::string Ctl_PrintableLines(std::string_view text) {
     });
 }
 
+void Ctl_Say(std::string_view text) {
+    std::fprintf(stderr, "qdvctl: %s\n", Ctl_Printable(text).c_str());
+}
+
 std::size_t Ctl_Width(std::string_view printable) {
     return static_cast<std::size_t>(std::count_if(printable.begin(), printable.end(), [](char byte) {
         return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;

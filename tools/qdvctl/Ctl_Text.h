@@ -18,6 +18,9 @@ std::string Ctl_Printable(std::string_view text);
 /// The same, with line feeds and tabs left as they are.
 std::string Ctl_PrintableLines(std::string_view text);
 
+/// Tells the person something in one line on standard error; the text may hold any bytes.
+void Ctl_Say(std::string_view text);
+
 /// The columns that printable text takes, as far as characters that are one column wide go.
 std::size_t Ctl_Width(std::string_view printable);
 

@@ -60,7 +60,7 @@ constexpr const char* exitStatuses =
     "\"qdvctl COMMAND --help\" tells the options of a command; see also qdvctl(1).";
 
 int fail(int status, const std::string& message) {
-    std::fprintf(stderr, "qdvctl: %s\n", Ctl_Printable(message).c_str());
+    Ctl_Say(message);
     return status;
 }
 
