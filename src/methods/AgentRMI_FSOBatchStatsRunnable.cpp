@@ -1,6 +1,17 @@
 #include "methods/AgentRMI_FSOBatchStatsRunnable.h"
 
+#include "calls/AgentRMI_MethodCallResults.h"
+#include "files/System_FileSystemObjectLinux.h"
 #include "xml/Xerces_Document.h"
+
+#include <new>
+
+namespace {
+
+/// Names an object's text to the parser.
+constexpr const char* objectId = "AgentRMI_FSOBatchStatsRunnable::count";
+
+} // namespace
 
 /// A tree whose walk ends when the work is told to. Only its counters are told, so members are not kept.
 class AgentRMI_FSOBatchStatsRunnable::Tree : public System_FileSystemObjectLinux {
@@ -21,13 +32,22 @@ private:
     unsigned asked_ = 0;
 };
 
+AgentRMI_FSOBatchStatsRunnable::AgentRMI_FSOBatchStatsRunnable()
+    : AgentRMI_MethodRunnable("GetFSOBatchStats") {}
+
+AgentRMI_FSOBatchStatsRunnable::~AgentRMI_FSOBatchStatsRunnable() = default;
+
 bool AgentRMI_FSOBatchStatsRunnable::parseElements(const xercesc::DOMElement& method) {
     for (xercesc::DOMElement* element : Xerces_ChildElements(method, "FSO")) {
-        objects_.push_back(std::make_unique<Tree>(*this));
-        if (!objects_.back()->parse(element)) {
-            objects_.clear();
+        Tree object(*this);
+        if (!object.parse(element))
             return false;
-        }
+        std::string text;
+        object.appendText(text);
+        text.shrink_to_fit();
+        if (!objectsShare_.grow(sizeof text + text.size()))
+            return false;
+        objects_.push_back(std::move(text));
     }
     return true;
 }
@@ -36,14 +56,11 @@ bool AgentRMI_FSOBatchStatsRunnable::invoke() {
     AgentRMI_MethodCallResults call("FSOStats");
     call.setHostTarget(getAuditParameterValue("hostTarget"));
     call.registerRunnable(this);
-    for (current_ = 0; current_ < objects_.size(); ++current_) {
-        System_FileSystemObjectLinux& object = *objects_[current_];
-        object.setAllAttributes(true);
-        object.copyAuditParameters(this);
-        object.audit();
+    for (const std::string& text : objects_) {
+        const bool isCounted = count(text);
         if (mustStop())
             return end(false);
-        if (object.getExists() == System_FileSystemObject::ExistenceUnknown)
+        if (!isCounted)
             continue;
         try {
             call.RMI_MethodCall::invoke();
@@ -53,8 +70,23 @@ bool AgentRMI_FSOBatchStatsRunnable::invoke() {
     return end(true);
 }
 
+/// False if there is nothing to tell of the object.
+bool AgentRMI_FSOBatchStatsRunnable::count(const std::string& text) {
+    try {
+        current_ = std::make_unique<Tree>(*this);
+        const Xerces_DocumentPtr document = Xerces_Parse(text, objectId);
+        if (!document || !current_->parse(Xerces_Root(*document)))
+            return false;
+        current_->setAllAttributes(true);
+        current_->copyAuditParameters(this);
+        current_->audit();
+        return current_->getExists() != System_FileSystemObject::ExistenceUnknown;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 bool AgentRMI_FSOBatchStatsRunnable::serializeResult(xercesc::DOMDocument* document,
                                                      xercesc::DOMElement* parent) {
-    return current_ < objects_.size() &&
-           objects_[current_]->System_FileSystemObject::serialize(document, parent, nullptr);
+    return current_ && current_->System_FileSystemObject::serialize(document, parent, nullptr);
 }

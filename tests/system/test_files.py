@@ -174,6 +174,16 @@ def test_one_batch_at_a_time_and_the_end(start, server, tmp_path):
     agent.stop()
 
 
+def test_a_batch_of_many_takes_little_more_than_its_text(start, server):
+    agent = start(server=server)
+    before = agent.rss()
+    with server.holding():
+        assert agent.outcome("GetFSOBatchStats", '<FSO path="/nx"/>' * 20000, uuid="id") == SUCCESS
+        server.wait_calls("FSOStats")
+        wait_until(lambda: agent.rss() - before < 12 << 20, "the rest of the request to be given back")
+    agent.stop()
+
+
 def test_for_the_operator(ctl, reporting, tmp_path):
     at, listen = reporting
     (tmp_path / "evil\x1b[31m").write_bytes(b"1234")
