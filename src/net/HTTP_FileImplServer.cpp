@@ -140,13 +140,18 @@ bool HTTP_FileImplServer::sendReply(HTTP_Return_Code code, HTTP_Content_Type con
     decideKeepAlive();
     headers_.clear();
 
-    std::string reply;
-    if (createReply(reply, code, contentType, body != nullptr && length >= 1 ? body : "") &&
-        writeAll(reply)) {
-        DEBUG_LOG("HTTP_FileImpl::sendReply: finish\n");
-        return true;
+    // What comes behind half a reply, or none, would be taken for its rest, or for it.
+    try {
+        std::string reply;
+        if (createReply(reply, code, contentType, body != nullptr && length >= 1 ? body : "") &&
+            writeAll(reply)) {
+            DEBUG_LOG("HTTP_FileImpl::sendReply: finish\n");
+            return true;
+        }
+    } catch (...) {
+        socket_.close();
+        throw;
     }
-    // What comes behind half a reply would be taken for its rest.
     socket_.close();
     DEBUG_LOG("HTTP_FileImpl::sendReply: exit with error\n");
     return false;
