@@ -29,7 +29,7 @@ struct Socket_TLSBio {
 
     static int read(BIO* bio, char* buffer, int length) {
         Socket_TLS& tls = connection(bio);
-        if (tls.transport_.arrived().empty() && !tls.transport_.receiveMore(tls.receiveLimit_))
+        if (!tls.hasCipherText())
             return -1;
         const std::string_view arrived = tls.transport_.arrived();
         const std::size_t count = std::min(arrived.size(), static_cast<std::size_t>(length));
@@ -146,7 +146,15 @@ int Socket_TLS::write(const char* buffer, int length) {
     return sent ? count : -1;
 }
 
-/// No exception may pass through the library.
+/// Waits for it if need be. No exception may pass through the library, here nor below.
+bool Socket_TLS::hasCipherText() {
+    try {
+        return !transport_.arrived().empty() || transport_.receiveMore(receiveLimit_);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 bool Socket_TLS::collect(std::string_view records) {
     try {
         collected_->append(records);

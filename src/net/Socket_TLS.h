@@ -46,6 +46,7 @@ public:
 private:
     friend struct Socket_TLSBio;
 
+    bool hasCipherText();
     bool collect(std::string_view records);
     bool sendCollected();
 
