@@ -31,10 +31,19 @@ constexpr milliseconds longestPause{50};
 /// Every child of the process that has not been reaped.
 class Children {
 public:
+    /// A child that there is no memory to keep in mind is ended, and this throws.
     void add(pid_t pid) {
         const std::lock_guard lock(mutex_);
-        std::erase_if(leftBehind_, [](pid_t one) { return waitpid(one, nullptr, WNOHANG) != 0; });
-        running_.push_back(pid);
+        std::erase_if(children_, [](const Child& child) {
+            return child.isLeftBehind && waitpid(child.pid, nullptr, WNOHANG) != 0;
+        });
+        try {
+            children_.push_back({pid});
+        } catch (...) {
+            end(pid);
+            waitpid(pid, nullptr, 0);
+            throw;
+        }
         if (ending_)
             end(pid);
     }
@@ -44,14 +53,15 @@ public:
         const std::lock_guard lock(mutex_);
         const pid_t reaped = waitpid(pid, &status, WNOHANG);
         if (reaped != 0)
-            std::erase(running_, pid);
+            std::erase_if(children_, [pid](const Child& child) { return child.pid == pid; });
         return reaped;
     }
 
+    /// Takes no memory.
     void leaveBehind(pid_t pid) {
         const std::lock_guard lock(mutex_);
-        std::erase(running_, pid);
-        leftBehind_.push_back(pid);
+        for (Child& child : children_)
+            child.isLeftBehind = child.isLeftBehind || child.pid == pid;
     }
 
     void endAll() {
@@ -59,7 +69,8 @@ public:
         ending_ = true;
         const std::uint64_t one = 1;
         static_cast<void>(!write(wakeUp_.get(), &one, sizeof one));
-        std::for_each(running_.begin(), running_.end(), end);
+        for (const Child& child : children_)
+            end(child.pid);
     }
 
     bool areEnding() const { return ending_; }
@@ -73,9 +84,13 @@ public:
     }
 
 private:
+    struct Child {
+        pid_t pid;
+        bool isLeftBehind = false; ///< could not be ended in time
+    };
+
     std::mutex mutex_;
-    std::vector<pid_t> running_;    // guarded by mutex_
-    std::vector<pid_t> leftBehind_; // children that could not be ended in time; guarded by mutex_
+    std::vector<Child> children_; // guarded by mutex_
     std::atomic<bool> ending_ = false;
     File_Descriptor wakeUp_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
 };
