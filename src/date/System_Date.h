@@ -67,8 +67,8 @@ public:
     virtual bool gmtOffset(int& minutes);
 
     /// Reads the text form or one of its shorter forms: the date alone, the date with a part of the time, or
-    /// a time alone ("09:26:53", "09:26", "09:"). Fields that the text does not name keep their values; text
-    /// beyond what was read is ignored.
+    /// a time alone of at least five characters ("09:26:53", "09:26"). Fields that the text does not name
+    /// keep their values; text beyond what was read is ignored.
     virtual bool parse(const std::string* text);
     /// Replaces `text` by the text form. Fails for a year above 9999 and any other field above 99.
     virtual bool serialize(std::string* text) const;
