@@ -2,7 +2,23 @@
 
 #include "log/Debug_Printf.h"
 #include "model/Auditable_TryAudit.h"
+#include "rmi/RMI_RequestAttributes.h"
 #include "storage/Storage_Container.h"
+
+#include <atomic>
+#include <cstring>
+
+namespace {
+
+/// What all queued audits may hold. Nobody waits for their results, so nothing else would keep a stranger
+/// from queueing them until the host's memory is gone. Room for some 8,000.
+constexpr std::size_t mostWaiting = std::size_t{16} << 20;
+/// Of one of them beside its texts.
+constexpr std::size_t bytesOfRunnable = 2048;
+
+std::atomic<std::size_t> waiting{0};
+
+} // namespace
 
 void AgentRMI_AuditRunnable::run() {
     AgentRMI_MethodCallResults call((std::string(getName()) + "Results").c_str());
@@ -70,6 +86,23 @@ bool AgentRMI_GetLevelRunnable::setToTerminate() {
 
 AgentRMI_GetStorageSystemRunnable::AgentRMI_GetStorageSystemRunnable()
     : AgentRMI_AuditRunnable("GetStorageSystem") {}
+
+AgentRMI_GetStorageSystemRunnable::~AgentRMI_GetStorageSystemRunnable() {
+    waiting -= bytesWaiting_;
+}
+
+bool AgentRMI_GetStorageSystemRunnable::getAuditParamsFromMethod(RMI_Method* method) {
+    if (!AgentRMI_AuditRunnable::getAuditParamsFromMethod(method))
+        return false;
+    bytesWaiting_ = bytesOfRunnable;
+    for (const RMI_RequestAttribute& row : RMI_RequestAttributes()) {
+        if (row.isAuditParameter)
+            bytesWaiting_ += std::strlen(getAuditParameterValue(row.name));
+    }
+    if (waiting.fetch_add(bytesWaiting_) + bytesWaiting_ > mostWaiting)
+        throw RMI_MethodException(RMI_MethodException::GeneralFailure, AgentRMI_TooManyAudits);
+    return true;
+}
 
 bool AgentRMI_GetStorageSystemRunnable::invoke() {
     if (auditAll())

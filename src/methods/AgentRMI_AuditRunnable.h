@@ -4,6 +4,7 @@
 #include "methods/AgentRMI_MethodRunnable.h"
 #include "model/System_AuditFailures.h"
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -56,11 +57,18 @@ private:
     Storage_Collection* collection_ = nullptr;
 };
 
+/// The reason with which a queued audit is refused.
+constexpr const char* AgentRMI_TooManyAudits = "maximum system audits in progress";
+
 /// Audits all levels. Takes the container only when it runs, and holds it until the result has been
 /// delivered.
 class AgentRMI_GetStorageSystemRunnable : public AgentRMI_AuditRunnable {
 public:
     AgentRMI_GetStorageSystemRunnable();
+    ~AgentRMI_GetStorageSystemRunnable() override;
+
+    /// Throws RMI_MethodException with AgentRMI_TooManyAudits if those that wait hold too much already.
+    bool getAuditParamsFromMethod(RMI_Method* method) override;
 
     /// A level that fails is delivered as far as it came, unless all fail.
     bool invoke() override;
@@ -73,6 +81,7 @@ private:
     AgentRMI_ContainerHold hold_;
     System_AuditFailures failures_;
     std::vector<Storage_Collection*> collections_;
+    std::size_t bytesWaiting_ = 0; ///< counted among those of all
 };
 
 /// Audits host, operating system and machine. Does not use the container and so never waits for another

@@ -14,6 +14,6 @@ void AgentRMI_MethodAudit::invoke(xercesc::DOMElement* method, xercesc::DOMDocum
         }
         AgentRMI_Prepare(*runnable, *this, *method);
         AgentRMI_HandOver(*gGenericRMIAsynchMgr, gGenericMutexRMIAsynch, std::move(runnable),
-                          "maximum system audits in progress", *response);
+                          AgentRMI_TooManyAudits, *response);
     });
 }

@@ -6,6 +6,13 @@
 
 #include <algorithm>
 
+namespace {
+
+/// A queued request keeps them until its turn, and an audit gives copies to all its parts.
+constexpr std::size_t longestAuditParameter = 65536;
+
+} // namespace
+
 std::span<const RMI_RequestAttribute> RMI_RequestAttributes() {
     using Method = RMI_Method;
     using enum RMI_Told;
@@ -38,9 +45,11 @@ void RMI_TellMethod(RMI_Method& method, const xercesc::DOMElement& request, RMI_
 bool RMI_StoreAuditParameters(const RMI_Method& method, Auditable_Auditable& auditable) {
     const auto rows = RMI_RequestAttributes();
     return std::all_of(rows.begin(), rows.end(), [&](const RMI_RequestAttribute& row) {
+        if (!row.isAuditParameter)
+            return true;
         std::string scratch;
-        return !row.isAuditParameter ||
-               auditable.setAuditParameterValue(
-                   row.name, Secret_Text(XMLSerializable_TextOf(row.get(method, scratch), scratch)).c_str());
+        const Secret_Text text(XMLSerializable_TextOf(row.get(method, scratch), scratch));
+        return text.size() <= longestAuditParameter &&
+               auditable.setAuditParameterValue(row.name, text.c_str());
     });
 }

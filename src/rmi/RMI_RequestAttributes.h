@@ -22,5 +22,6 @@ std::span<const RMI_RequestAttribute> RMI_RequestAttributes();
 /// Tells `method` what `request`, a Request element, says at this point.
 void RMI_TellMethod(RMI_Method& method, const xercesc::DOMElement& request, RMI_Told told);
 
-/// Stores what the request told `method` as audit parameters. False at the first that cannot be stored.
+/// Stores what the request told `method` as audit parameters. False at the first that cannot be stored, or
+/// has more than 65,536 bytes.
 bool RMI_StoreAuditParameters(const RMI_Method& method, Auditable_Auditable& auditable);

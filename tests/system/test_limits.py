@@ -11,7 +11,7 @@ from contextlib import ExitStack, suppress
 
 import pytest
 
-from harness import GET11, SUCCESS, anonymous_tls, envelope, post_request, wait_until
+from harness import FAILED, GET11, SUCCESS, anonymous_tls, envelope, post_request, wait_until
 
 LIMIT = 180
 PIDFD_OPEN, PIDFD_GETFD = 434, 438
@@ -109,6 +109,21 @@ def test_large_requests_share_one_bound_and_leave_nothing(start):
         assert connection is large[-1] and connection.read_to_end() == b"", "the one that is too much is closed"
         assert agent.get().status == 200
     wait_until(lambda: agent.rss() < before + (32 << 20) or agent.tree.is_sanitized(), "the memory to go back")
+
+
+def test_what_waits_holds_little(start, server):
+    """Audits that are queued, and nobody waits for."""
+    agent = start(verbose=False, server=server)
+    agent.tools_complain = True
+    before, text = agent.rss(), "x" * (64 << 10)
+    full = {"uuid": "id"} | dict.fromkeys(("snmpCommunity", "serviceUid", "serviceGid", "userName", "fsType"), text)
+    assert agent.answer(envelope("GetStorageSystem", request=full | {"fsType": f"{text}x"})).outcome == FAILED
+    another, refused = envelope("GetStorageSystem", request=full), ("error", "maximum system audits in progress")
+    with server.holding():
+        wait_until(lambda: agent.answer(another).outcome == refused, "a refusal")
+        assert agent.rss() < before + (64 << 20) or agent.tree.is_sanitized()
+        assert agent.outcome("GetHostSummary", uuid="id") == SUCCESS
+    agent.stop()
 
 
 def test_transfer_encoding_and_expect(agent):
