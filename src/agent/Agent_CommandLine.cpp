@@ -63,5 +63,5 @@ void Agent_DisplayHelp(bool unrecognized) {
 }
 
 void Agent_DisplayVersion() {
-    std::printf("\nQDVAgent, version %s build x%s\n%s", Agent_Version, Agent_BuildNumber, "");
+    std::printf("\nQDVAgent, version %s build x%s\n", Agent_Version, Agent_BuildNumber);
 }
