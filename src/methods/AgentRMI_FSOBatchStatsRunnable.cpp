@@ -45,7 +45,7 @@ bool AgentRMI_FSOBatchStatsRunnable::parseElements(const xercesc::DOMElement& me
         std::string text;
         object.appendText(text);
         text.shrink_to_fit();
-        if (!objectsShare_.grow(sizeof text + text.size()))
+        if (!objectsShare_.grow(sizeof(std::string) + text.size()))
             return false;
         objects_.push_back(std::move(text));
     }

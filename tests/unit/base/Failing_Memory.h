@@ -43,7 +43,16 @@ public:
         }
     }
 
-    static bool hasFailed() { return left_ == 0; }
+    /// How many allocations large work has at least: ThreadSanitizer's own operators cannot be replaced.
+#ifdef __SANITIZE_THREAD__
+    static constexpr unsigned long many = 1;
+#else
+    static constexpr unsigned long many = 300;
+#endif
+
+    static bool hasFailed() {
+        return left_ == 0;
+    }
 
     /// Null for the allocation that is to fail.
     static void* allocate(std::size_t size);
@@ -74,6 +83,7 @@ void* Failing_Memory::allocate(std::size_t size) {
     return left == 1 ? nullptr : __real_malloc(std::max<std::size_t>(size, 1));
 }
 
+#ifndef __SANITIZE_THREAD__
 [[gnu::noinline]] void* operator new(std::size_t size) {
     if (void* block = Failing_Memory::allocate(size))
         return block;
@@ -88,3 +98,4 @@ void* Failing_Memory::allocate(std::size_t size) {
 [[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
     std::free(block);
 }
+#endif
