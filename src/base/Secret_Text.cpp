@@ -45,9 +45,10 @@ Secret_Text Secret_Text::take(std::string&& text) {
 Secret_Text Secret_Text::take(std::unique_ptr<char[]> text, std::size_t length) {
     if (text == nullptr)
         return Secret_Text();
-    Secret_Text taken(std::string_view(text.get(), length));
-    explicit_bzero(text.get(), length);
-    return taken;
+    // Also when there is no memory for the copy.
+    const auto wipeArray = [length](char* array) { explicit_bzero(array, length); };
+    const std::unique_ptr<char, decltype(wipeArray)> wiped(text.get(), wipeArray);
+    return Secret_Text(std::string_view(text.get(), length));
 }
 
 void Secret_Text::append(std::string_view text) {

@@ -153,13 +153,16 @@ void Debug_Printf::writeLine() {
 bool Debug_Printf::logfile_open(const char* path) {
     const ErrnoKeeper keepErrno;
     const std::lock_guard lock(mutex_);
-    std::FILE* stream = path == nullptr ? nullptr : openEmpty(path);
+    if (path == nullptr)
+        return false;
+    std::string copy(path); // may fail, so it comes before anything has changed
+    std::FILE* stream = openEmpty(path);
     if (stream == nullptr)
         return false;
     closeFile();
     stream_ = stream;
     state_ = LogFile;
-    path_ = path;
+    path_.swap(copy);
     setEnabled(true);
     return true;
 }
