@@ -1,6 +1,5 @@
 #include "storage/Storage_DriveExtentLinux.h"
 
-#include "host/Host_Host.h"
 #include "log/Debug_Printf.h"
 #include "storage/Storage_Container.h"
 #include "storage/Storage_ExtentPool.h"
@@ -137,18 +136,8 @@ bool Storage_DriveExtentLinux::audit() {
         return false;
     }
     Storage_HostReport& report = gStorageContainer->report(*this);
-    if (const Storage_BlockDevice* known = report.blockDevice(getName())) {
-        if (!Storage_AuditLVMOfKernel(*this, *known, report))
-            return false;
-    } else {
-        const Host_Answer<std::unique_ptr<Host_Device>> device = report.openDevice(getName());
-        if (!device) {
-            DEBUG_LOG("Storage_DriveExtentLinux::audit: error opening device %s\n", getName().c_str());
-            return false;
-        }
-        if (!Storage_AuditLVMHeader(*this, **device, report, extentClass))
-            return false;
-    }
+    if (!Storage_AuditLVMMembership(*this, report, extentClass))
+        return false;
     const auto fail = [&] {
         DEBUG_LOG("Storage_PhysicalDriveLinux::auditRaid: OS command failed: %s\n",
                   report.failedCommand().c_str());

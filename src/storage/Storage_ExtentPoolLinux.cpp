@@ -1,6 +1,5 @@
 #include "storage/Storage_ExtentPoolLinux.h"
 
-#include "host/Host_Host.h"
 #include "log/Debug_Printf.h"
 #include "storage/Storage_Container.h"
 #include "storage/Storage_DriveExtentLinux.h"
@@ -124,18 +123,8 @@ bool Storage_ExtentPoolLinux::audit() {
         return false;
     }
     Storage_HostReport& report = gStorageContainer->report(*this);
-    if (const Storage_BlockDevice* known = report.blockDevice(getName())) {
-        if (!Storage_AuditLVMOfKernel(*this, *known, report))
-            return false;
-    } else {
-        const Host_Answer<std::unique_ptr<Host_Device>> device = report.openDevice(getName());
-        if (!device) {
-            DEBUG_LOG("Storage_ExtentPoolLinux::audit: error opening device %s\n", getName().c_str());
-            return false;
-        }
-        if (!Storage_AuditLVMHeader(*this, **device, report, poolClass))
-            return false;
-    }
+    if (!Storage_AuditLVMMembership(*this, report, poolClass))
+        return false;
     if (!Storage_IsInVolumeGroup(*this))
         gStorageContainer->getStorageAssociations()->addAssociation(
             *this, Storage_Plexes::placeholderName(getName()), Plex);

@@ -101,6 +101,17 @@ bool Storage_AuditLVMOfKernel(System_Object& object, const Storage_BlockDevice& 
     return true;
 }
 
+bool Storage_AuditLVMMembership(System_Object& object, Storage_HostReport& report, const char* className) {
+    if (const Storage_BlockDevice* known = report.blockDevice(object.getName()))
+        return Storage_AuditLVMOfKernel(object, *known, report);
+    const Host_Answer<std::unique_ptr<Host_Device>> device = report.openDevice(object.getName());
+    if (!device) {
+        DEBUG_LOG("%s::audit: error opening device %s\n", className, object.getName().c_str());
+        return false;
+    }
+    return Storage_AuditLVMHeader(object, **device, report, className);
+}
+
 bool Storage_AuditLVMAllocation(System_Object& object, Storage_HostReport& report) {
     if (!Storage_IsInVolumeGroup(object))
         return true;

@@ -29,6 +29,10 @@ bool Storage_AuditLVMHeader(System_Object& object, Host_Device& device, Storage_
 bool Storage_AuditLVMOfKernel(System_Object& object, const Storage_BlockDevice& device,
                               Storage_HostReport& report);
 
+/// One of the two, for an object of which nothing else is asked: the device is opened only if neither udev
+/// nor the tools know it.
+bool Storage_AuditLVMMembership(System_Object& object, Storage_HostReport& report, const char* className);
+
 /// The bytes of a physical volume that logical volumes take. Nothing changes if they are not told. False if
 /// the tool could not be run.
 bool Storage_AuditLVMAllocation(System_Object& object, Storage_HostReport& report);
