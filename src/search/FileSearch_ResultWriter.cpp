@@ -40,7 +40,7 @@ bool FileSearch_ResultWriter::add(const System_FileSystemObject& object,
     std::uint32_t offset = 0;
     const bool isWritten = file_.writeRecord(record_, offset);
     if (!isWritten) {
-        volume_->takeBackHit(entry);
+        volume_->takeBackHit(entry, object.getParentDirPath());
         takeBackLost();
         return false;
     }
@@ -48,7 +48,7 @@ bool FileSearch_ResultWriter::add(const System_FileSystemObject& object,
     if (offset < file_.getEndOffset())
         pending_.clear();
     else
-        pending_.push_back({offset, entry});
+        pending_.push_back({offset, entry, object.getParentDirPath()});
     return true;
 }
 
@@ -56,7 +56,7 @@ bool FileSearch_ResultWriter::add(const System_FileSystemObject& object,
 void FileSearch_ResultWriter::takeBackLost() {
     for (const Pending& hit : pending_)
         if (hit.offset >= file_.getEndOffset())
-            volume_->takeBackHit(hit.entry);
+            volume_->takeBackHit(hit.entry, hit.parent);
     pending_.clear();
     while (!offsets_.empty() && offsets_.back() >= file_.getEndOffset())
         offsets_.pop_back();

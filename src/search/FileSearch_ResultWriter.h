@@ -29,6 +29,7 @@ private:
     struct Pending {
         std::uint32_t offset;
         FileSearch_VolumeStat::Entry entry;
+        std::string parent; ///< the directory that it lies in
     };
 
     void takeBackLost();

@@ -88,9 +88,20 @@ void FileSearch_VolumeStat::countHit(const Entry& entry) {
     sizeHit_ += entry.size;
 }
 
-void FileSearch_VolumeStat::takeBackHit(const Entry& entry) {
+void FileSearch_VolumeStat::takeBackHit(const Entry& entry, std::string_view parent) {
     add(entry.isDirectory ? dirsHit_ : filesHit_, entry, minusOne);
     sizeHit_ -= entry.size;
+    // What was added below directories that are finished has gone up to the first one that is not.
+    for (std::string_view place = parent; entry.size != 0;) {
+        if (const auto found = covered_.find(Hash()(place)); found != covered_.end()) {
+            found->second -= std::min(found->second, entry.size);
+            return;
+        }
+        const std::size_t slash = place.rfind('/');
+        if (slash == std::string_view::npos)
+            return;
+        place = place.substr(0, slash);
+    }
 }
 
 std::uint64_t FileSearch_VolumeStat::coverDirectory(std::string_view path, std::string_view parent,

@@ -47,8 +47,9 @@ public:
 
     void countEntry(const Entry& entry);
     void countHit(const Entry& entry);
-    /// For a hit that could not be stored after all.
-    void takeBackHit(const Entry& entry);
+    /// For a hit in the directory `parent` that could not be stored after all, and neither could those that
+    /// were counted behind it.
+    void takeBackHit(const Entry& entry, std::string_view parent);
 
     /// No byte counts twice in the size of the hits. A directory that is a hit adds the bytes below it, less
     /// those that hits below it have added before; for that each directory is told here, with all that lies

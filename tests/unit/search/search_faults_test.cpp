@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <ctime>
 #include <functional>
+#include <map>
 #include <random>
 #include <sys/syscall.h>
 #include <thread>
@@ -59,47 +60,65 @@ namespace {
 
 constexpr std::time_t minutesOfDay = 24 * 60;
 
-TEST(VolumeStat, CountsNoByteOfTheHitsTwice) {
+TEST(VolumeStat, CountsNoByteOfTheHitsTwiceAndNoneOfThoseThatAreLost) {
+    struct Hit {
+        FileSearch_VolumeStat::Entry entry;
+        std::string parent;
+        std::string path;
+    };
     std::mt19937 random(11); // NOLINT(cert-msc32-c,cert-msc51-cpp)
     for (int round = 0; round < 500; ++round) {
         FileSearch_VolumeStat stat;
-        std::vector<FileSearch_VolumeStat::Entry> hits;
-        std::uint64_t expected = 0;
-        const auto hit = [&](bool isDirectory, std::uint64_t size) {
-            stat.countHit(
-                hits.emplace_back(FileSearch_VolumeStat::Entry{isDirectory, false, true, false, size}));
+        std::vector<Hit> hits;
+        std::map<std::string, std::uint64_t> sizes;
+        const auto loseHits = [&](std::size_t number) {
+            for (number = std::min(number, hits.size()); number != 0; --number) {
+                stat.takeBackHit(hits.back().entry, hits.back().parent);
+                hits.pop_back();
+            }
         };
-        // Gives the bytes below a directory; `isCovered` by a directory above that is a hit.
-        const std::function<std::uint64_t(const std::string&, bool, unsigned)> walk =
-            [&](const std::string& path, bool isCovered, unsigned depth) {
-                std::uint64_t below = 0;
-                for (unsigned number = random() % 6; number != 0; --number) {
-                    const std::uint64_t size = random() % 100;
-                    const bool isHit = random() % 3 == 0;
-                    const bool isDirectory = depth < 6 && random() % 2 == 0;
-                    if (isDirectory) {
-                        const std::string name = path + '/' + std::to_string(number);
-                        const std::uint64_t inner = walk(name, isCovered || isHit, depth + 1);
-                        const std::uint64_t added = stat.coverDirectory(name, path, inner, isHit);
-                        if (isHit)
-                            hit(true, added);
-                        else
-                            EXPECT_EQ(added, 0U);
-                        below += inner;
-                    } else if (isHit) {
-                        stat.coverFile(path, size);
-                        hit(false, size);
-                    }
-                    below += size;
-                    if (isCovered || (isHit && !isDirectory))
-                        expected += size;
+        const auto hit = [&](bool isDirectory, std::uint64_t size, const std::string& parent,
+                             const std::string& path) {
+            stat.countHit(
+                hits.emplace_back(Hit{{isDirectory, false, true, false, size}, parent, path}).entry);
+            loseHits(random() % 8 == 0 ? random() % 4 : 0);
+        };
+        /// Gives the bytes below a directory.
+        const std::function<std::uint64_t(const std::string&, unsigned)> walk = [&](const std::string& path,
+                                                                                    unsigned depth) {
+            std::uint64_t below = 0;
+            for (unsigned number = random() % 6; number != 0; --number) {
+                const std::string name = path + '/' + std::to_string(number);
+                const std::uint64_t size = sizes[name] = random() % 100;
+                const bool isHit = random() % 3 == 0;
+                if (depth < 6 && random() % 2 == 0) {
+                    const std::uint64_t inner = walk(name, depth + 1);
+                    const std::uint64_t added = stat.coverDirectory(name, path, inner, isHit);
+                    if (isHit)
+                        hit(true, added, path, name);
+                    else
+                        EXPECT_EQ(added, 0U);
+                    below += inner;
+                } else if (isHit) {
+                    stat.coverFile(path, size);
+                    hit(false, size, path, name);
                 }
-                return below;
-            };
-        walk("/top", false, 0);
+                below += size;
+            }
+            return below;
+        };
+        walk("/top", 0);
+        std::uint64_t expected = 0;
+        for (const auto& [path, size] : sizes)
+            expected += std::any_of(hits.begin(), hits.end(),
+                                    [&path = path](const Hit& each) {
+                                        return each.entry.isDirectory ? path.starts_with(each.path + '/')
+                                                                      : path == each.path;
+                                    })
+                            ? size
+                            : 0;
         ASSERT_EQ(stat.getSizeHit(), expected) << round;
-        for (const FileSearch_VolumeStat::Entry& each : hits)
-            stat.takeBackHit(each);
+        loseHits(hits.size());
         EXPECT_EQ(stat.getSizeHit() + stat.getNumFilesHit() + stat.getNumDirsHit(), 0U);
     }
 }
