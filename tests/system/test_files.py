@@ -197,7 +197,8 @@ def test_for_the_operator(ctl, reporting, tmp_path):
     (listed,) = ctl("files", "ls", str(tmp_path), *at, "--json").json
     assert [each["attributes"]["name"] for each in listed["elements"][0]["elements"]] == ["evil\x1b[31m", "dir"]
     totals = ctl("files", "stats", str(tmp_path), str(tmp_path / "none"), *at, *listen)
-    assert totals.status == 0 and f"{tmp_path / 'none'} (does not exist)" in totals.stdout
+    assert totals.status == 1 and f"{tmp_path / 'none'} (does not exist)" in totals.stdout
+    assert totals.stderr == "qdvctl: 1 of 2 do not exist\n"
     row = next(line.split() for line in totals.stdout.splitlines() if line.endswith(f" {tmp_path}"))
     assert row[3:5] == ["1", "1"]
     assert ctl("files", "ls", str(tmp_path / "none"), *at).status == 1

@@ -76,6 +76,10 @@ std::string hitLine(std::string_view size, std::string_view modified, std::strin
 
 } // namespace
 
+bool Ctl_IsThere(const Ctl_Node& object) {
+    return object.word("exists") == "true";
+}
+
 std::string Ctl_ListFiles(const std::vector<Ctl_Node>& results) {
     std::vector<FileRow> rows;
     for (const Ctl_Node& object : results) {
@@ -98,19 +102,21 @@ std::string Ctl_ListTotals(const std::vector<Ctl_Node>& trees) {
     std::vector<std::uint64_t> sums(std::size(counters));
     for (const Ctl_Node& tree : trees) {
         const std::string path = Ctl_Printable(tree.word("path"));
-        if (tree.word("exists") != "true") {
+        if (!Ctl_IsThere(tree)) {
             rows.push_back({"-", "-", "-", "-", "-", "-", path + " (does not exist)"});
             continue;
         }
         std::vector<std::uint64_t> counts;
         for (const char* counter : counters)
             counts.push_back(tree.number(counter));
-        // A file is what a tree of one holds.
+        // A file is what a tree of one holds, and is not told as changed or read of late.
         if (!isFolder(tree))
             counts = {tree.number("size"), 1, 0, 0, 0};
         for (std::size_t at = 0; at < sums.size(); ++at)
             sums[at] += counts[at];
         rows.push_back(totals(path, counts));
+        if (!isFolder(tree))
+            rows.back()[4] = rows.back()[5] = "-";
     }
     if (trees.size() > 1)
         rows.push_back(totals("(together)", sums));

@@ -8,6 +8,9 @@
 /// File system objects, the elements "FSO" of an agent, as tables for a person. Pure functions; every line
 /// ends with a line feed, and no name commands the terminal.
 
+/// Whether the agent has found the object.
+bool Ctl_IsThere(const Ctl_Node& object);
+
 /// A directory's members as ls(1) lists them, or a file by itself: kind, owner, group, size, time of the last
 /// change in UTC, name.
 std::string Ctl_ListFiles(const std::vector<Ctl_Node>& results);

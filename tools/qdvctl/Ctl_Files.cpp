@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -73,6 +74,11 @@ bool isDone(const Ctl_AgentClient& client) {
     return client.call(batchOf({})).isSuccess();
 }
 
+void tellMissing(std::size_t missing, std::size_t all, const char* why) {
+    if (missing != 0)
+        Ctl_Say(std::to_string(missing) + " of " + std::to_string(all) + why);
+}
+
 int stats(const Ctl_AgentOptions& agent, const StatsOptions& options) {
     const Ctl_Layers layers(Ctl_Layers::NetworkWithTLS);
     Counted counted;
@@ -91,12 +97,12 @@ int stats(const Ctl_AgentOptions& agent, const StatsOptions& options) {
         std::printf("%s\n", Ctl_RenderJson({}, trees).c_str());
     else if (!trees.empty())
         std::fputs(Ctl_ListTotals(trees).c_str(), stdout);
-    if (trees.size() >= options.paths.size())
-        return Ctl_Succeeded;
-    Ctl_Say(std::to_string(options.paths.size() - trees.size()) + " of " +
-            std::to_string(options.paths.size()) +
-            " could not be looked at, or the agent calls another server");
-    return Ctl_Refused;
+    const auto existing = static_cast<std::size_t>(std::count_if(trees.begin(), trees.end(), Ctl_IsThere));
+    const std::size_t wanted = options.paths.size();
+    tellMissing(trees.size() - existing, wanted, " do not exist");
+    tellMissing(wanted - std::min(trees.size(), wanted), wanted,
+                " could not be looked at, or the agent calls another server");
+    return existing >= wanted ? Ctl_Succeeded : Ctl_Refused;
 }
 
 void addLs(CLI::App& app, Ctl_Action& chosen) {
