@@ -4,7 +4,8 @@ An xml block of that page is one exchange: a Method and its Response. Those of i
 an agent on a made-up machine; those of "Calls of the agent" are what it calls meanwhile, and how it is answered. Compared are
 elements, their order and texts, and names and values of attributes, but for
 
-- values that this machine decides, of which only the names are compared: BY_NAME, and sizes of directories;
+- values that this machine decides, of which only the names are compared: BY_NAME, and sizes of directories, with which
+  those that lie deeper are counted;
 - what is "..." on the page;
 - the user and the password of the page, in place of which stand those of a user made for the test.
 """
@@ -50,7 +51,8 @@ def names_in_table(part):
 
 
 def said(element):
-    free = BY_NAME.get(element.tag, set()) | ({"size", "sizeRecursive"} if element.get("isdir") else set())
+    free = BY_NAME.get(element.tag, set()) | ({"size"} if element.get("isdir") else set())
+    free |= {"sizeRecursive"} if element.get("numDirs") else set()
     return element.tag, {name: name in free or value for name, value in element.attrib.items()}
 
 
