@@ -12,6 +12,8 @@ using Clock = std::chrono::steady_clock;
 
 /// How long a thread that is done waits for more: audits ask thousands of short questions in a row.
 constexpr std::chrono::seconds lingering{1};
+/// Far more than are ever busy at once: the rest is for those that are stuck.
+constexpr std::size_t mostThreads = 256;
 
 enum class State { Busy, Stuck };
 
@@ -29,6 +31,7 @@ struct Registry {
     std::map<std::string, State> subjects;
     std::deque<Job> offers;      ///< taken by idle threads, of which there are never fewer
     std::size_t idleThreads = 0; ///< threads that wait for an offer
+    std::size_t threads = 0;     ///< in all
 };
 
 std::shared_ptr<Registry> registry() {
@@ -54,8 +57,10 @@ void serve(Registry& registry, Job job) {
         const bool goesOn =
             registry.offered.wait_for(lock, lingering, [&] { return !registry.offers.empty(); });
         --registry.idleThreads;
-        if (!goesOn)
+        if (!goesOn) {
+            --registry.threads;
             return;
+        }
         job = std::move(registry.offers.front());
         registry.offers.pop_front();
         lock.unlock();
@@ -68,10 +73,13 @@ bool start(const std::shared_ptr<Registry>& registry, Job job) {
         if (registry->idleThreads > registry->offers.size()) {
             registry->offers.push_back(std::move(job));
             registry->offered.notify_one();
+        } else if (registry->threads == mostThreads) {
+            return false;
         } else {
             std::thread([registry, job = std::move(job)]() mutable {
                 serve(*registry, std::move(job));
             }).detach();
+            ++registry->threads;
         }
         return true;
     } catch (...) { // neither memory nor threads are without end

@@ -12,7 +12,9 @@
 
 /// System calls on a dead device or file system never return and cannot be interrupted, so they are made on
 /// threads of their own. For each `subject`, a path say, at most one thread is ever left waiting: until it
-/// comes back nothing else is tried with the subject. Work on one subject takes turns. Thread-safe.
+/// comes back nothing else is tried with the subject. Nor are there more than 256 threads: should that many
+/// be stuck, nothing is tried with any subject until one of them comes back. Work on one subject takes turns.
+/// Thread-safe.
 
 /// Does the work and waits until it is done. False if that takes longer than `limit`, if earlier work on the
 /// subject is still stuck, or if there is no thread to be had. The work may go on after that, so it owns or

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
+#include <string>
+#include <thread>
 
 namespace {
 
@@ -30,6 +33,23 @@ TEST(Patience, LeavesOneThreadBehindForASubjectThatIsStuck) {
     came->get_future().wait();
     while (!Host_DoWithin(patience, "stuck", [] {}))
         std::this_thread::yield();
+}
+
+TEST(Patience, LeavesNoMoreThreadsBehindThanItMay) {
+    std::promise<void> gate;
+    const std::shared_future<void> opened = gate.get_future();
+    const auto begun = std::make_shared<std::atomic<unsigned>>(0);
+    const auto getStuck = [opened, begun] {
+        ++*begun;
+        opened.wait();
+    };
+    for (int subject = 0; subject < 300; ++subject)
+        EXPECT_FALSE(Host_DoWithin(0ms, std::to_string(subject), getStuck));
+    EXPECT_FALSE(Host_DoWithin(patience, "other", [] {})) << "without a wait";
+    gate.set_value();
+    while (!Host_DoWithin(patience, "other", [] {}))
+        std::this_thread::yield();
+    EXPECT_LE(*begun, 256U);
 }
 
 TEST(Patience, WorkOnOneSubjectTakesTurns) {
