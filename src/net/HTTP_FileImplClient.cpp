@@ -67,13 +67,14 @@ std::unique_ptr<HTTP_HeaderAuthenticateBase> chooseChallenge(HTTP_HeaderMap& hea
         chosen == nullptr ? nullptr : static_cast<Header*>(chosen->release()));
 }
 
-/// For the log, which must hold no password in any form.
-std::string withoutBasicCredentials(std::string_view request) {
-    constexpr std::string_view scheme = "uthorization: Basic ";
-    const std::size_t found = request.find(scheme);
+/// For the log, which must hold no password in any form: that of Basic can be read, and that of Digest be
+/// guessed at.
+std::string withoutCredentials(std::string_view request) {
+    constexpr std::string_view name = "uthorization: ";
+    const std::size_t found = request.find(name);
     if (found >= request.find("\r\n\r\n"))
         return std::string(request);
-    const std::size_t begin = found + scheme.size();
+    const std::size_t begin = found + name.size();
     return std::string(request.substr(0, begin))
         .append("(not logged)")
         .append(request.substr(request.find(headLineEnd, begin)));
@@ -112,7 +113,7 @@ bool HTTP_FileImplClient::sendRequest(HTTP_Content_Type contentType, const char*
     request.clear();
     if (!createRequest(request, contentType, text, challenge.get()))
         return false;
-    DEBUG_LOG("\nauthorization request to send:\n%s\n", withoutBasicCredentials(request.view()).c_str());
+    DEBUG_LOG("\nauthorization request to send:\n%s\n", withoutCredentials(request.view()).c_str());
     if (!exchange(request.view(), false))
         return false;
     DEBUG_LOG("\nreply to sent authorization request:\n%s\n", body_.c_str());

@@ -110,6 +110,7 @@ def test_no_copy_of_a_password_is_left_in_memory(stage, start, server, user):
     log = agent.log()
     assert not any(text in log for text in (*used, user.password, basic, kept))
     assert ": Authorization: (not logged)\r\n" in log
+    assert log.count("\nProxy-Authorization: (not logged)\r\n") == log.count("Proxy-Authorization:") == 2
 
 
 def test_bodies_that_cannot_be_read_plainly_are_not_logged(start):
