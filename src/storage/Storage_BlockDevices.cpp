@@ -156,19 +156,15 @@ bool isExtended(const Storage_BlockDevice& partition) {
     return isOfType(partition, {"0x5", "0xf", "0x85"});
 }
 
-/// By what the table and the contents say: a mark for booting, the firmware's files, swap space, logical
-/// volumes, a part of a RAID.
-bool isInUse(const Storage_BlockDevice& partition) {
+/// By what the table says: a mark for booting, swap space, logical volumes. That a partition is meant for a
+/// RAID or for the firmware's files does not mean that anything is there.
+bool isSetAside(const Storage_BlockDevice& partition) {
     constexpr unsigned long bootMark = 0x80;
     const std::string flags(partition.property("ID_PART_ENTRY_FLAGS"));
     const bool isMarked = partition.property("ID_PART_ENTRY_SCHEME") == "dos" &&
                           (std::strtoul(flags.c_str(), nullptr, 0) & bootMark) != 0;
-    return isMarked ||
-           isOfType(partition,
-                    {"0x82", "0x8e", "0xef", "0xfd", "0657fd6d-a4ab-43c4-84e5-0933c84b4f4f",
-                     "e6d6d379-f507-44c2-a23c-238f2a3df928", "c12a7328-f81f-11d2-ba4b-00a0c93ec93b",
-                     "a19d880f-05fc-4d3b-a006-743f0f84911e"}) ||
-           isOneOf(partition.property("ID_FS_TYPE"), {"linux_raid_member", "LVM2_member"});
+    return isMarked || isOfType(partition, {"0x82", "0x8e", "0657fd6d-a4ab-43c4-84e5-0933c84b4f4f",
+                                            "e6d6d379-f507-44c2-a23c-238f2a3df928"});
 }
 
 std::map<std::string, std::string, std::less<>> propertiesOf(Host_Host& host,
@@ -204,7 +200,7 @@ std::vector<Storage_FdiskPartition> Storage_PartitionsOfKernel(const Storage_Blo
         if (device.kind != Kind::Partition || drive == nullptr || drive->kind != Kind::Drive)
             continue;
         partitions.push_back({device.path, drive->path, device.offsetBytes, device.totalBytes,
-                              isExtended(device), isInUse(device)});
+                              isExtended(device), isSetAside(device) || !devices.arraysOf(device).empty()});
     }
     return partitions;
 }

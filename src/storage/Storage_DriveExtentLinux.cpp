@@ -23,10 +23,10 @@ constexpr std::string_view devicePathStart = "/dev/";
 
 } // namespace
 
-/// What the mounted volumes lie on, which outlive it.
-class Storage_DriveExtentsLinux::MountedDevices {
+/// What the mounted volumes lie on, which outlive it, and what the kernel swaps to.
+class Storage_DriveExtentsLinux::UsedDevices {
 public:
-    MountedDevices(const Storage_StorageVolumes& volumes, Storage_HostReport& report) : report_(report) {
+    UsedDevices(const Storage_StorageVolumes& volumes, Storage_HostReport& report) : report_(report) {
         for (const auto& [name, volume] : volumes.getMap()) {
             const std::string& path = volume->getDevicePath();
             if (const auto* device = report.mountedDevice(path, volume->getMountPoint()))
@@ -36,9 +36,11 @@ public:
                 tails_.push_back(std::string_view(path).substr(at));
         }
         std::sort(tails_.begin(), tails_.end());
+        devices_.merge(report.swapDevices());
     }
 
-    /// Whether a volume's device is this one; where only names are known, also one whose name begins alike.
+    /// Whether a volume or swap space is on this device; where only names are known, also one whose name
+    /// begins alike.
     bool has(const std::string& path) const {
         if (const Storage_BlockDevice* device = report_.blockDevice(path))
             return devices_.contains(device);
@@ -75,9 +77,9 @@ bool Storage_DriveExtentsLinux::auditDriveExtents() {
     if (drives == nullptr)
         return false;
     Storage_HostReport& report = container.report(*this);
-    const MountedDevices mounted(*volumes, report);
+    const UsedDevices used(*volumes, report);
     for (const auto& entry : drives->getMap())
-        addPlaceholder(static_cast<const Storage_PhysicalDriveLinux&>(*entry.second), mounted);
+        addPlaceholder(static_cast<const Storage_PhysicalDriveLinux&>(*entry.second), used);
 
     const std::vector<Storage_FdiskPartition>* partitions = report.partitions();
     if (partitions == nullptr) {
@@ -86,18 +88,18 @@ bool Storage_DriveExtentsLinux::auditDriveExtents() {
         return false;
     }
     for (const Storage_FdiskPartition& partition : *partitions)
-        addPartition(partition, mounted);
+        addPartition(partition, used);
     return true;
 }
 
 void Storage_DriveExtentsLinux::addPlaceholder(const Storage_PhysicalDriveLinux& drive,
-                                               const MountedDevices& mounted) {
+                                               const UsedDevices& used) {
     if (!drive.getIsWholeDrive())
         return;
     std::unique_ptr<Storage_DriveExtent> extent = makePlaceholder(drive);
     if (!extent)
         return;
-    if (drive.getVirtualMechanism() == VirtualMechanism_None && mounted.has(drive.getName()))
+    if (drive.getVirtualMechanism() == VirtualMechanism_None && used.has(drive.getName()))
         extent->setAllocatedBytes(extent->getTotalBytes());
     Storage_StorageAssociations& associations = *gStorageContainer->getStorageAssociations();
     associations.addAssociation(*extent, drive);
@@ -112,7 +114,7 @@ void Storage_DriveExtentsLinux::addPlaceholder(const Storage_PhysicalDriveLinux&
 }
 
 void Storage_DriveExtentsLinux::addPartition(const Storage_FdiskPartition& partition,
-                                             const MountedDevices& mounted) {
+                                             const UsedDevices& used) {
     std::unique_ptr<Storage_DriveExtent> extent = Storage_FactoryAllocateDriveExtent();
     if (!extent)
         return;
@@ -125,7 +127,7 @@ void Storage_DriveExtentsLinux::addPartition(const Storage_FdiskPartition& parti
         return;
     extent->setOffsetBytes(partition.offsetBytes);
     extent->setTotalBytes(partition.totalBytes);
-    if (partition.isAllocated || mounted.has(partition.device))
+    if (partition.isAllocated || used.has(partition.device))
         extent->setAllocatedBytes(partition.totalBytes);
     auditAndInsert(std::move(extent));
 }

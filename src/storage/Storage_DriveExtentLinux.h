@@ -35,8 +35,8 @@ public:
     bool auditDriveExtents();
 
 private:
-    class MountedDevices;
+    class UsedDevices;
 
-    void addPlaceholder(const Storage_PhysicalDriveLinux& drive, const MountedDevices& mounted);
-    void addPartition(const Storage_FdiskPartition& partition, const MountedDevices& mounted);
+    void addPlaceholder(const Storage_PhysicalDriveLinux& drive, const UsedDevices& used);
+    void addPartition(const Storage_FdiskPartition& partition, const UsedDevices& used);
 };

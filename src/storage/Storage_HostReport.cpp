@@ -19,6 +19,7 @@ constexpr const char* volumeReport = "pvs --reportformat json --units b -o pv_na
 constexpr const char* segmentReport =
     "lvs --segments --reportformat json --units b -o vg_name,lv_name,segtype";
 constexpr const char* mountTable = "/etc/mtab";
+constexpr const char* swapTable = "/proc/swaps";
 constexpr const char* mountInfo = "/proc/self/mountinfo";
 
 /// Some words come from output that users have a hand in; one that begins with "-" would be an option.
@@ -134,6 +135,15 @@ const Storage_BlockDevice* Storage_HostReport::mountedDevice(const std::string& 
     const auto mount = mountDevices_->find(mountPoint);
     return mount != mountDevices_->end() ? devices->findByNumber(mount->second.major, mount->second.minor)
                                          : nullptr;
+}
+
+std::set<const Storage_BlockDevice*> Storage_HostReport::swapDevices() {
+    std::set<const Storage_BlockDevice*> devices;
+    if (blockDevices() != nullptr)
+        for (const std::string& place : Storage_ReadSwaps(host_.readFile(swapTable).valueOr({})))
+            if (const Storage_BlockDevice* device = blockDevice(place))
+                devices.insert(device);
+    return devices;
 }
 
 const Storage_HostReport::FdiskListing* Storage_HostReport::fdiskListing() {

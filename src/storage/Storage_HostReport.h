@@ -10,6 +10,7 @@
 #include <chrono>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,9 @@ public:
     const Storage_BlockDevice* blockDevice(const std::string& path);
     /// What is mounted there, if the node that the table of mounts names does not say so.
     const Storage_BlockDevice* mountedDevice(const std::string& device, const std::string& mountPoint);
+
+    /// What the kernel swaps to, apart from files. Empty where there is no account.
+    std::set<const Storage_BlockDevice*> swapDevices();
 
     const Storage_FdiskDrive* fdisk(const std::string& drive);
     const std::vector<Storage_FdiskPartition>* partitions();

@@ -131,3 +131,11 @@ std::vector<Storage_MountDevice> Storage_ReadMountInfo(std::string_view text) {
     }
     return devices;
 }
+
+std::vector<std::string> Storage_ReadSwaps(std::string_view text) {
+    std::vector<std::string> places;
+    for (Storage_Lines lines(text); lines.next();)
+        if (lines[0].starts_with('/'))
+            places.push_back(unescaped(lines[0]));
+    return places;
+}

@@ -44,3 +44,6 @@ struct Storage_MountDevice {
 };
 /// From /proc/self/mountinfo, see proc(5).
 std::vector<Storage_MountDevice> Storage_ReadMountInfo(std::string_view text);
+
+/// The devices and files of /proc/swaps.
+std::vector<std::string> Storage_ReadSwaps(std::string_view text);

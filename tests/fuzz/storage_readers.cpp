@@ -49,6 +49,8 @@ void fuzz(std::string_view input) {
     Storage_ReadMounts(text);
     for (const Storage_MountDevice& mount : Storage_ReadMountInfo(text))
         require(mount.mountPoint.size() <= text.size());
+    for (const std::string& place : Storage_ReadSwaps(text))
+        require(place.size() <= text.size());
     for (const auto& [name, value] : Storage_ReadUdevProperties(text))
         require(name.size() + value.size() < text.size() && name.find('=') == std::string::npos);
     for (const Storage_JsonRow& row : Storage_ReadJsonRows(text, "vg"))

@@ -122,6 +122,9 @@ std::string partitions(std::string_view text) {
     return each(Storage_ReadKernelPartitions(text),
                 [](const auto& device) { return shown(device.name, device.totalBytes); });
 }
+std::string swaps(std::string_view text) {
+    return each(Storage_ReadSwaps(text), [](const std::string& place) { return place; });
+}
 std::string mounts(std::string_view text) {
     return each(Storage_ReadMounts(std::string(text)), [](const auto& mount) {
         return shown(mount.device, mount.mountPoint, mount.type) + (mount.isIgnored ? " ignored" : "");
@@ -231,6 +234,7 @@ TEST(Readers, TakeWhatTheToolsSay) {
         {media, "disk\r\nmore", "disk"},
         {partitions, "major minor  #blocks  name\n\n   9  0  1048576 md0\n 8 0 1\n 8 1 2 sda1 more words\n",
          "[md0 1073741824][sda1 2048]"},
+        {swaps, "Filename\t\tType\tSize\n/a\\040b\tfile\t1\n/dev/sda2  partition 2\n", "[/a b][/dev/sda2]"},
         {mounts,
          "# comment\n/dev/a /mnt\\040a\\011b\\134 ext3 rw,noignore 0 0\n\nb /b nfs ro,ignore 0 0\nc\n",
          "[/dev/a /mnt a\tb\\ ext3][b /b nfs ignored][c  ]"},
