@@ -98,11 +98,6 @@ bool AgentRMI_FitsFileName(const char* name, const std::optional<std::string>& v
     return false;
 }
 
-void AgentRMI_RefuseAction(const std::string& reason) {
-    DEBUG_LOG("Refusing an action: %s\n", reason.c_str());
-    throw RMI_MethodException(RMI_MethodException::GeneralFailure, reason);
-}
-
 void AgentRMI_RequireSystemUser(const AgentRMI_ActionParameters& parameters) {
     const Security_AuthResult result =
         nxValidateSystemUser(parameters.user ? parameters.user->c_str() : nullptr,

@@ -30,9 +30,6 @@ std::optional<AgentRMI_ActionParameters> AgentRMI_ReadActionParameters(const xer
 /// bytes. A refusal is logged with the parameter's `name`.
 bool AgentRMI_FitsFileName(const char* name, const std::optional<std::string>& value);
 
-/// Throws RMI_MethodException with a general failure and the reason, which is logged.
-[[noreturn]] void AgentRMI_RefuseAction(const std::string& reason);
-
 /// Throws RMI_MethodException with a general failure and the reason if the user's password is wrong or
 /// missing.
 void AgentRMI_RequireSystemUser(const AgentRMI_ActionParameters& parameters);

@@ -12,8 +12,7 @@ public:
     /// False if a parameter that is there has no text.
     bool parseElements(const xercesc::DOMElement& method) override;
     /// False if a name is missing or cannot be part of a file name, or if the file cannot be written; then
-    /// there is no file. Throws RMI_MethodException for a wrong user, and if the name is that of another
-    /// user's script.
+    /// there is no file. Throws RMI_MethodException for a wrong user.
     bool invoke() override;
 
 private:

@@ -30,6 +30,11 @@ const char* getStringForCode(ExecResultCode code) {
     }
 }
 
+[[noreturn]] void refuse(const std::string& reason) {
+    DEBUG_LOG("Refusing an action: %s\n", reason.c_str());
+    throw RMI_MethodException(RMI_MethodException::GeneralFailure, reason);
+}
+
 /// The header has failed, so nothing was done to any object.
 void reportHeaderFailure(AgentActions_ActionResult& report, const Exec_ExecResult& header,
                          const std::vector<std::string>& members) {
@@ -102,7 +107,7 @@ bool AgentRMI_SubmitActionRunnableDistributed::invoke() {
     if (action().groupMembers.size() + 1 != pieces->size()) {
         DEBUG_LOG("GroupMembers != Scriptlets-1, %d != %d\n", static_cast<int>(action().groupMembers.size()),
                   static_cast<int>(pieces->size()) - 1);
-        AgentRMI_RefuseAction("Mismatch between scriptlets and action items");
+        refuse("Mismatch between scriptlets and action items");
     }
     makeScriptlets(*pieces);
     execScriptlets();
@@ -121,7 +126,7 @@ void AgentRMI_SubmitActionRunnableDistributed::makeScriptlets(const std::vector<
 void AgentRMI_SubmitActionRunnableDistributed::execScriptlets() {
     const AgentActions_RunningAction running(*action().actionId);
     if (!running)
-        AgentRMI_RefuseAction("action " + *action().actionId + " is already running");
+        refuse("action " + *action().actionId + " is already running");
     const char* user = action().user->c_str();
     const char* password = action().password->c_str();
     AgentActions_ScriptletExecutor& header = scriptlets_.front();
