@@ -46,7 +46,7 @@ void Predicate_Condition::registerPredicateFactory(const Predicate_PredicateFact
 bool Predicate_Condition::parse(xercesc::DOMElement* element) {
     if (element == nullptr || dataSourceMap_ == nullptr || predicateFactory_ == nullptr)
         return false;
-    std::size_t room = MaximumPredicates;
+    std::size_t room = MaximumMembers;
     if (XMLSerializable_Attempt([&] { return parse(*element, 1, room); }))
         return true;
     clear();
@@ -61,16 +61,18 @@ bool Predicate_Condition::parse(const xercesc::DOMElement& element, int depth, s
         logicalOperator_ = op == "or" ? Or : And;
     for (xercesc::DOMElement* child : Xerces_ChildElements(element)) {
         const std::string tag = Xerces_TagName(*child);
+        if (tag != conditionName && tag != predicateName)
+            continue;
+        if (room-- == 0)
+            return false;
         if (tag == conditionName) {
             Predicate_Condition& nested = *conditions_.emplace_back(std::make_unique<Predicate_Condition>());
             nested.dataSourceMap_ = dataSourceMap_;
             nested.predicateFactory_ = predicateFactory_;
             if (!nested.parse(*child, depth + 1, room))
                 return false;
-        } else if (tag == predicateName) {
-            if (room == 0 || !parsePredicate(*child))
-                return false;
-            --room;
+        } else if (!parsePredicate(*child)) {
+            return false;
         }
     }
     return true;

@@ -11,8 +11,8 @@
 ///
 /// Register the sources and the factory, parse, and then for each object: point the source at it,
 /// copyDataFromSources, evaluate. Predicates on flags and numbers are tested first, those on texts and dates
-/// behind them, nested conditions last. Nesting and the number of predicates are bounded, so neither parsing
-/// nor evaluation can be made to run out of stack or memory. For one thread at a time.
+/// behind them, nested conditions last. Nesting and the number of members are bounded, so neither parsing nor
+/// evaluation can be made to run out of stack or memory. For one thread at a time.
 class Predicate_Condition : public XMLSerializable_XMLSerializable {
 public:
     enum LogicalOperator : int { And = 1, Or = 2 };
@@ -20,7 +20,8 @@ public:
     using Conditions = std::vector<std::unique_ptr<Predicate_Condition>>;
 
     static constexpr int MaximumDepth = 1000;
-    static constexpr std::size_t MaximumPredicates = 100'000;
+    /// Predicates and nested conditions of the whole tree.
+    static constexpr std::size_t MaximumMembers = 100'000;
 
     /// Fails without sources and factory. After a failure the condition is empty.
     bool parse(xercesc::DOMElement* element) override;

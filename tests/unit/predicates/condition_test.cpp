@@ -151,10 +151,11 @@ TEST(Condition, IsBounded) {
     EXPECT_TRUE(Tested().parse(nested(Predicate_Condition::MaximumDepth - 2)));
     EXPECT_FALSE(Tested().parse(nested(Predicate_Condition::MaximumDepth + 1)));
     std::string many;
-    for (std::size_t count = 0; count < Predicate_Condition::MaximumPredicates; ++count)
-        many += "<Predicate valueName='size' operator='equal' operand1='1'/>";
+    for (std::size_t count = 0; count < Predicate_Condition::MaximumMembers; count += 2)
+        many += "<Predicate valueName='size' operator='equal' operand1='1'/><Condition/>";
     EXPECT_TRUE(Tested().parse(condition(many)));
-    EXPECT_FALSE(Tested().parse(condition(many + predicate("size", "equal", "1"))));
+    for (const std::string& more : {predicate("size", "equal", "1"), condition("")})
+        EXPECT_FALSE(Tested().parse(condition(many + more)));
 }
 
 /// Random trees against the plainest evaluation there can be.
