@@ -22,8 +22,8 @@ bool isCheap(const char* type) {
 } // namespace
 
 void Predicate_Condition::clear() {
-    predicates_.clear();
-    conditions_.clear();
+    Predicates().swap(predicates_);
+    Conditions().swap(conditions_);
 }
 
 void Predicate_Condition::registerDataSourceMap(const Predicate_DataSourceMap* sources) {

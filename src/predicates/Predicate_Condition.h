@@ -48,13 +48,14 @@ public:
     bool toString(std::string* text) const;
     /// Makes `target` a copy, over its own sources. After a failure it is empty.
     bool copyInto(Predicate_Condition* target) const;
+    /// Drops all members, with the memory that they take.
+    void clear();
 
 private:
     bool parse(const xercesc::DOMElement& element, int depth, std::size_t& room);
     bool parsePredicate(xercesc::DOMElement& element);
     bool evaluateMembers();
     bool copyMembersInto(Predicate_Condition& target) const;
-    void clear();
 
     LogicalOperator logicalOperator_ = And;
     Predicates predicates_;

@@ -274,6 +274,8 @@ bool FileSearch_Search::audit() {
         return iterator != nullptr && iterator->copyAuditParameters(this) && searchVolumes(*iterator);
     });
     curVolStat_ = nullptr;
+    // The search may be known for hours yet, and many are.
+    condition_.clear();
     if (isDone) {
         DEBUG_LOG("FileSearch_Search::audit successful\n");
     } else {
