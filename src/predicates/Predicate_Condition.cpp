@@ -21,8 +21,9 @@ bool isCheap(const char* type) {
 
 } // namespace
 
-void Predicate_Condition::clear() {
-    Predicates().swap(predicates_);
+void Predicate_Condition::clear() noexcept {
+    // An empty deque of the library's takes memory, of which there may be none.
+    predicates_.clear();
     Conditions().swap(conditions_);
 }
 

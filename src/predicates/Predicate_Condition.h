@@ -49,7 +49,7 @@ public:
     /// Makes `target` a copy, over its own sources. After a failure it is empty.
     bool copyInto(Predicate_Condition* target) const;
     /// Drops all members, with the memory that they take.
-    void clear();
+    void clear() noexcept;
 
 private:
     bool parse(const xercesc::DOMElement& element, int depth, std::size_t& room);
