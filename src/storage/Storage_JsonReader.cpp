@@ -133,6 +133,11 @@ private:
             text += meant[at];
             return true;
         }
+        // lvm leaves a backslash of the device mapper's as it is: "/dev/mapper/a\x20b".
+        if (letter == 'x') {
+            text += "\\x";
+            return true;
+        }
         unsigned code = 0;
         if (letter != 'u' || !readUnit(code) || isIn(code, lowSurrogates))
             return false;

@@ -195,6 +195,7 @@ TEST(Readers, TakeWhatTheToolsSay) {
          "[[a=1.5e3][b=true]][[e=in\"ner]]"},
         {json, R"([{"x":[{"a":"\u00e9\u20ac\ud83d\ude00\t"}]}])", "[[a=\u00e9\u20ac\U0001F600\t]]"},
         {json, R"({"x":[{"a":"\ud83d"}]})", ""},
+        {json, R"({"x":[{"a":"b\x20c\\x20d"}]})", R"([[a=b\x20c\x20d]])"},
         {json, R"({"x":[{"a":1},{"a":2})", ""},
         {json, "{\"x\":" + std::string(100, '[') + std::string(100, ']') + '}', ""},
         {json, R"({"x":[{"a":"b)", ""},
