@@ -1,6 +1,7 @@
 // What it costs to run a host tool and to start a program as a user, in an agent with 200 MiB resident. The
 // yard-stick is a bare posix_spawn of the same shell. Run it with
 // --benchmark_enable_random_interleaving=true, so that whatever else the machine does meets all alike.
+#include "base/User_Account.h"
 #include "exec/Exec_Steps.h"
 #include "exec/ShellCommand_Execute.h"
 
@@ -55,7 +56,7 @@ void programAsUser(benchmark::State& state) {
         state.SkipWithError("needs root");
         return;
     }
-    const Exec_Account nobody{"nobody", 65534, 65534};
+    const User_Account nobody{"nobody", 65534, 65534};
     char option[] = "-c";
     char command[] = "true";
     char* const texts[] = {option, command};
