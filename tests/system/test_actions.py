@@ -240,7 +240,7 @@ def test_scriptlets_are_kept_apart_from_the_agent_and_from_each_other(acting, se
     """What a scriptlet has of the agent is its environment and no more, and nobody's file takes its name."""
     Path(f"/proc/{acting.pid}/oom_score_adj").write_text("500")
     for task in Path(f"/proc/{acting.pid}/task").iterdir():
-        with suppress(PermissionError):
+        with suppress(PermissionError, ProcessLookupError):
             os.setpriority(os.PRIO_PROCESS, int(task.name), -5)
     go, facts = user.place / "go", user.place / "facts"
     look = "echo $$ $(ps -o sid=,ni= -p $$) $(cat /proc/self/oom_score_adj)"

@@ -5,6 +5,7 @@ import re
 import signal
 import subprocess
 import time
+from contextlib import suppress
 from pathlib import Path
 
 from .envelope import envelope, parse_answer
@@ -229,21 +230,27 @@ class Agent:
 
     def context_switches(self):
         """How often all threads together have gone to sleep of themselves."""
-        return sum(self._status_number("voluntary_ctxt_switches", task) for task in self._tasks())
+        return sum(number_in(text, "voluntary_ctxt_switches") for text in self._of_threads("status"))
 
     def wait_rest(self):
         """Waits until every thread sleeps, so that what was to follow a reply has been done."""
 
         def rests():
             before = self.context_switches()
-            states = [(task / "stat").read_text().rpartition(")")[2].split()[0] for task in self._tasks()]
-            return set(states) == {"S"} and self.context_switches() == before
+            states = {text.rpartition(")")[2].split()[0] for text in self._of_threads("stat")}
+            return states == {"S"} and self.context_switches() == before
 
         wait_until(rests, "every thread to sleep")
 
-    def _tasks(self):
-        return list(Path(f"/proc/{self.pid}/task").iterdir())
+    def _of_threads(self, name):
+        """A file of /proc for every thread; one that ends meanwhile is left out."""
+        for thread in Path(f"/proc/{self.pid}/task").iterdir():
+            with suppress(FileNotFoundError, ProcessLookupError):
+                yield (thread / name).read_text()
 
-    def _status_number(self, field, process=None):
-        text = ((process or Path(f"/proc/{self.pid}")) / "status").read_text()
-        return int(re.search(rf"^{field}:\s+(\d+)", text, re.M)[1])
+    def _status_number(self, field):
+        return number_in(Path(f"/proc/{self.pid}/status").read_text(), field)
+
+
+def number_in(status, field):
+    return int(re.search(rf"^{field}:\s+(\d+)", status, re.M)[1])
