@@ -186,8 +186,7 @@ def test_client_that_never_reads_costs_one_worker_only(start):
 def test_fifteen_connections_take_up_the_pool(start):
     """Connections, not requests, take up workers: the sixteenth waits until another one ends."""
     agent = start()
-    agent.wait_rest()  # the last threads may still be on their way
-    few = agent.threads()
+    few = agent.settled_threads()
     held = [agent.connect() for _ in range(15)]
     assert [connection.ask(GET11).status for connection in held] == [200] * 15
     assert agent.threads() == few + 10

@@ -242,6 +242,16 @@ class Agent:
 
         wait_until(rests, "every thread to sleep")
 
+    def settled_threads(self):
+        """How many there are once none has come or gone for longer than one stays after its work: a second."""
+
+        def settled():
+            before = self.threads()
+            time.sleep(1.5)
+            return self.threads() == before and before
+
+        return wait_until(settled, "the threads to settle")
+
     def _of_threads(self, name):
         """A file of /proc for every thread; one that ends meanwhile is left out."""
         for thread in Path(f"/proc/{self.pid}/task").iterdir():
