@@ -14,7 +14,6 @@
 #include <optional>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -92,23 +91,18 @@ bool Socket_SocketImpl::setEncryptionProtocolVerifyPeer(bool verify) {
     return false;
 }
 
-void Socket_SocketImpl::adopt(int descriptor, Socket_SSLFactory::ConnectionRole role) {
+void Socket_SocketImpl::adopt(File_Descriptor descriptor, Socket_SSLFactory::ConnectionRole role) {
     close();
-    if (descriptor == -1)
+    if (!descriptor)
         return;
-    try {
-        transport_ = std::make_unique<Socket_Transport>(descriptor);
-    } catch (...) {
-        ::close(descriptor);
-        throw;
-    }
+    transport_ = std::make_unique<Socket_Transport>(std::move(descriptor));
     open_ = role != Socket_SSLFactory::NONE;
     role_ = role;
 }
 
 bool Socket_SocketImpl::create(TransportProtocol transport, bool reuseAddress) {
     const bool datagrams = transport == TRANSPORT_UDP;
-    adopt(::socket(AF_INET, (datagrams ? SOCK_DGRAM : SOCK_STREAM) | SOCK_CLOEXEC, 0),
+    adopt(File_Descriptor(::socket(AF_INET, (datagrams ? SOCK_DGRAM : SOCK_STREAM) | SOCK_CLOEXEC, 0)),
           Socket_SSLFactory::NONE);
     if (!isValid())
         return false;
@@ -177,10 +171,10 @@ bool Socket_SocketImpl::accept(Socket_Socket* target) {
         errno = EINVAL;
         return false;
     }
-    const int descriptor = ::accept4(transport_->descriptor(), nullptr, nullptr, SOCK_CLOEXEC);
-    if (descriptor == -1)
+    File_Descriptor connection(::accept4(transport_->descriptor(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!connection)
         return false;
-    accepted->adopt(descriptor, Socket_SSLFactory::SERVER);
+    accepted->adopt(std::move(connection), Socket_SSLFactory::SERVER);
     accepted->protocol_ = protocol_;
     accepted->factory_ = factory_;
     return true;

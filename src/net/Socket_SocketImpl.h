@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/File_Descriptor.h"
 #include "net/Socket_Input.h"
 #include "net/Socket_Socket.h"
 #include "net/Socket_TLS.h"
@@ -39,14 +40,14 @@ public:
     void consume(std::size_t count) override;
     bool receiveMore(unsigned timeoutSeconds) override;
 
-    /// Takes over an open connection, -1 for none.
-    void adopt(int descriptor, Socket_SSLFactory::ConnectionRole role);
+    /// Takes over an open connection, or none.
+    void adopt(File_Descriptor descriptor, Socket_SSLFactory::ConnectionRole role);
     /// Whether a TLS handshake has been made: what comes from the peer is cipher text from then on.
     bool isTLSEstablished() const { return tls_ != nullptr && tls_->isEstablished(); }
     /// bind() with an address that is looked up once and used for many ports.
     bool bind(in_addr address, unsigned short port);
     /// -1 while closed.
-    int descriptor() const { return isValid() ? transport_->descriptor() : -1; }
+    int descriptor() const { return isValid() ? transport_->descriptor() : File_Descriptor::None; }
     /// The port on which the socket is bound; 0 if it is not.
     unsigned short getLocalPort() const;
     /// Ends the connection, or the attempt to make one, for both sides; whoever waits in an operation of an

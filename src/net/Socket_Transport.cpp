@@ -5,7 +5,6 @@
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <unistd.h>
 
 namespace {
 
@@ -47,14 +46,13 @@ bool Socket_PrepareTCP(int descriptor) {
 }
 
 Socket_Transport::~Socket_Transport() {
-    ::shutdown(descriptor_, SHUT_RDWR);
-    ::close(descriptor_);
+    ::shutdown(descriptor(), SHUT_RDWR);
 }
 
 bool Socket_Transport::setReceiveLimit(unsigned timeoutSeconds) {
     if (timeoutSeconds == receiveLimit_)
         return true;
-    if (!setTimeLimit(descriptor_, SO_RCVTIMEO, timeoutSeconds))
+    if (!setTimeLimit(descriptor(), SO_RCVTIMEO, timeoutSeconds))
         return false;
     receiveLimit_ = timeoutSeconds;
     return true;
@@ -68,7 +66,7 @@ bool Socket_Transport::receiveMore(unsigned timeoutSeconds) {
     char* space = buffer_.reserve(smallestReceive);
     ssize_t count = -1;
     do {
-        count = ::recv(descriptor_, space, buffer_.room(), flags);
+        count = ::recv(descriptor(), space, buffer_.room(), flags);
     } while (count < 0 && errno == EINTR);
     if (count <= 0)
         return false;
@@ -81,7 +79,7 @@ std::size_t Socket_Transport::send(const char* buffer, std::size_t length) {
     // read something meanwhile is slow and gets another turn, one that has read nothing is gone.
     std::size_t written = 0;
     while (written < length) {
-        const ssize_t count = ::send(descriptor_, buffer + written, length - written, MSG_NOSIGNAL);
+        const ssize_t count = ::send(descriptor(), buffer + written, length - written, MSG_NOSIGNAL);
         if (count < 0 && errno == EINTR)
             continue;
         if (count <= 0)
@@ -92,5 +90,5 @@ std::size_t Socket_Transport::send(const char* buffer, std::size_t length) {
 }
 
 void Socket_Transport::sendWithoutWaiting(const char* buffer, std::size_t length) {
-    ::send(descriptor_, buffer, length, MSG_NOSIGNAL | MSG_DONTWAIT);
+    ::send(descriptor(), buffer, length, MSG_NOSIGNAL | MSG_DONTWAIT);
 }

@@ -1,23 +1,24 @@
 #pragma once
 
+#include "base/File_Descriptor.h"
 #include "net/Socket_Buffer.h"
 #include "net/Socket_Input.h"
 #include "net/Socket_Socket.h"
 
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 /// The raw side of a socket: an owned descriptor, the bytes that came over it, and its time limits. Plain
 /// reads are served from here, and TLS takes its cipher text from the same buffer, so that bytes which were
 /// looked at to tell one from the other are never lost. Used by one thread at a time.
 class Socket_Transport : public Socket_Input {
 public:
-    /// Takes the descriptor over.
-    explicit Socket_Transport(int descriptor) : descriptor_(descriptor) {}
+    explicit Socket_Transport(File_Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
     /// Shuts down both directions and closes.
     ~Socket_Transport() override;
 
-    int descriptor() const { return descriptor_; }
+    int descriptor() const { return descriptor_.get(); }
 
     std::string_view arrived() const override { return buffer_.content(); }
     void consume(std::size_t count) override { buffer_.consume(count); }
@@ -33,7 +34,7 @@ public:
 private:
     bool setReceiveLimit(unsigned timeoutSeconds);
 
-    int descriptor_;
+    File_Descriptor descriptor_;
     unsigned receiveLimit_ = Socket_NoTimeLimit;
     Socket_Buffer buffer_;
 };

@@ -48,7 +48,7 @@ void serve(std::string_view bytes) {
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
         return;
     HTTP_FileImplServer file;
-    file.getSocket().adopt(ends[0], Socket_SSLFactory::SERVER);
+    file.getSocket().adopt(File_Descriptor(ends[0]), Socket_SSLFactory::SERVER);
     file.registerSSLFactory(&gSSLFactory);
     ::fcntl(ends[1], F_SETFL, O_NONBLOCK);
     (void)!::write(ends[1], bytes.data(), bytes.size());
