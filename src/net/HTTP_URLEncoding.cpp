@@ -1,5 +1,6 @@
 #include "net/HTTP_URLEncoding.h"
 
+#include <charconv>
 #include <cstdlib>
 
 namespace {
@@ -11,20 +12,11 @@ bool standsForItself(char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
-int digit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
-}
-
-char escapedByte(char first, char second) {
-    if (digit(first) >= 0 && digit(second) >= 0)
-        return static_cast<char>(digit(first) * hexadecimal + digit(second));
-    const char text[] = {first, second, '\0'};
+char escapedByte(const char* digits) {
+    unsigned char byte = 0;
+    if (std::from_chars(digits, digits + 2, byte, hexadecimal).ptr == digits + 2)
+        return static_cast<char>(byte);
+    const char text[] = {digits[0], digits[1], '\0'};
     return static_cast<char>(std::strtol(text, nullptr, hexadecimal));
 }
 
@@ -37,7 +29,7 @@ std::size_t HTTP_DecodeInPlace(char* text, std::size_t length) {
         if (c == '+') {
             c = ' ';
         } else if (c == '%' && length - i >= escapeLength) {
-            c = escapedByte(text[i + 1], text[i + 2]);
+            c = escapedByte(text + i + 1);
             i += escapeLength - 1;
         }
         text[decoded++] = c;
