@@ -297,7 +297,7 @@ bool AgentRun::startServices() {
 bool AgentRun::tellThatItServes() {
     std::string state = "READY=1\nSTATUS=Serving on";
     for (const HTTP_AddressPortPair* pair : bindList_)
-        state.append(" ").append(pair->getAddress()).append(":").append(std::to_string(pair->getPort()));
+        state.append(" ").append(pair->address()).append(":").append(std::to_string(pair->getPort()));
     serviceManager_.tell(bindList_.empty() ? "READY=1\nSTATUS=Serving on no port" : state);
     if (serviceManager_.watchdogLimit().count() > 0)
         watchdog_.emplace(serviceManager_, bindList_.empty() ? HTTP_AddressPortPair() : *bindList_.front());

@@ -29,8 +29,7 @@ Agent_Watchdog::Agent_Watchdog(const Agent_ServiceManager& manager, const HTTP_A
     listening_.sin_family = AF_INET;
     listening_.sin_port = htons(static_cast<std::uint16_t>(listening.getPort()));
     // 0.0.0.0 is this host as an address to connect to, as well.
-    const char* address = listening.getAddress();
-    listening_.sin_addr = Socket_ResolveAddress(address == nullptr ? "" : address).value_or(in_addr{});
+    listening_.sin_addr = Socket_ResolveAddress(listening.address().c_str()).value_or(in_addr{});
     thread_ = std::thread([this] { run(); });
 }
 

@@ -93,8 +93,7 @@ bool AgentConfig_Configuration::serialize(char*& buffer, unsigned& length) {
         XMLSerializable_WriteAttributes(Format::Agent, *this, agent);
         xercesc::DOMElement& list = Xerces_AppendElement(agent, "BindList");
         for (const auto& pair : bindList_) {
-            const char* address = pair->getAddress();
-            const Bind bind{address == nullptr ? "" : address, static_cast<unsigned>(pair->getPort())};
+            const Bind bind{pair->address(), static_cast<unsigned>(pair->getPort())};
             XMLSerializable_WriteAttributes(BindAttributes, bind, Xerces_AppendElement(list, "Bind"));
         }
         Config_GiveDocument(*document, buffer, length);

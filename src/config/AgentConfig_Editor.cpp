@@ -35,17 +35,8 @@ std::string localHostName() {
     return name.data();
 }
 
-const char* addressText(const HTTP_AddressPortPair& pair) {
-    const char* address = pair.getAddress();
-    return address == nullptr ? "" : address;
-}
-
 unsigned portNumber(const HTTP_AddressPortPair& pair) {
     return static_cast<unsigned>(pair.getPort());
-}
-
-bool isSamePair(const HTTP_AddressPortPair& left, const HTTP_AddressPortPair& right) {
-    return left.getPort() == right.getPort() && std::strcmp(addressText(left), addressText(right)) == 0;
 }
 
 } // namespace
@@ -302,7 +293,7 @@ void AgentConfig_Editor::editBindPairs() {
 
     configuration_.deallocateBindList();
     for (const HTTP_AddressPortPair& pair : pairs_)
-        configuration_.addBindPair(addressText(pair), pair.getPort());
+        configuration_.addBindPair(pair.address(), pair.getPort());
 }
 
 void AgentConfig_Editor::sayThatNoPairIsBound() {
@@ -314,7 +305,7 @@ void AgentConfig_Editor::reviewPairs() {
     dialog_.block("The QDVAgent is configured to bind to the following\n"
                   "port/address pairs:\n");
     for (const HTTP_AddressPortPair& pair : pairs_)
-        dialog_.print("  %s\t%u\n", addressText(pair), portNumber(pair));
+        dialog_.print("  %s\t%u\n", pair.address().c_str(), portNumber(pair));
     dialog_.block("Do you want to edit the existing port/address pairs? <y|N>: ");
     if (!dialog_.isYes(YesFor::Y))
         return;
@@ -327,7 +318,7 @@ void AgentConfig_Editor::reviewPairs() {
 
 /// False if the pair is to go.
 bool AgentConfig_Editor::reviewPair(HTTP_AddressPortPair& pair) {
-    const std::string address = addressText(pair);
+    const std::string& address = pair.address();
     const unsigned port = portNumber(pair);
     dialog_.block("Do you want the QDVAgent to continue to listen on this\n"
                   "port/address pair: %s\t%u <Y|n>: ",
@@ -367,10 +358,9 @@ void AgentConfig_Editor::addPair() {
     dialog_.print("Enter the port to listen on <port>(%u)[%u]: ", usualListenPort, usualListenPort);
     added.setPort(static_cast<int>(dialog_.number(usualListenPort)));
     // Nothing can listen on no address: only a system without a host name leads here.
-    if (added.getAddress() == nullptr)
+    if (added.address().empty())
         return;
-    const auto isSame = [&](const HTTP_AddressPortPair& pair) { return isSamePair(pair, added); };
-    if (std::any_of(pairs_.begin(), pairs_.end(), isSame))
+    if (std::find(pairs_.begin(), pairs_.end(), added) != pairs_.end())
         dialog_.block("The port/address pair already exists.\n");
     else
         pairs_.push_back(added);
@@ -417,5 +407,5 @@ void AgentConfig_Editor::printSummary() {
     dialog_.print("  The QDVAgent is configured to bind to the following\n"
                   "  port/address pairs:\n");
     for (const HTTP_AddressPortPair* pair : configuration_.getBindList())
-        dialog_.print("\t%s\t%u\n", addressText(*pair), portNumber(*pair));
+        dialog_.print("\t%s\t%u\n", pair->address().c_str(), portNumber(*pair));
 }

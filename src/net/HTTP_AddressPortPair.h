@@ -18,9 +18,11 @@ public:
 
     /// A null pointer for an empty address. Valid until the pair changes or goes.
     const char* getAddress() const { return address_.empty() ? nullptr : address_.c_str(); }
+    const std::string& address() const { return address_; }
     void setAddress(std::string address) { address_ = std::move(address); }
     int getPort() const { return port_; }
     void setPort(int port) { port_ = port; }
+    bool operator==(const HTTP_AddressPortPair&) const = default;
 
 private:
     std::string address_;

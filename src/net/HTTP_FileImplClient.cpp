@@ -213,12 +213,11 @@ bool HTTP_FileImplClient::readReply(bool readBodyWithoutLength) {
 
 bool HTTP_FileImplClient::connect() {
     const HTTP_AddressPortPair& target = connection_.getRoute().target;
-    const char* address = target.getAddress();
+    const char* address = target.address().c_str();
     const auto targetPort = static_cast<unsigned>(target.getPort());
-    DEBUG_LOG("HTTP_FileImpl::connect: attempting to connect %s:%u\n", address == nullptr ? "" : address,
-              targetPort);
+    DEBUG_LOG("HTTP_FileImpl::connect: attempting to connect %s:%u\n", address, targetPort);
     unsigned localPort = 0;
-    if (address == nullptr || !HTTP_IsPort(target.getPort()) || !bindLocalEnd(localPort))
+    if (target.address().empty() || !HTTP_IsPort(target.getPort()) || !bindLocalEnd(localPort))
         return false;
     DEBUG_LOG("HTTP_FileImpl::connect: attempting to connect %s:%u\n", address, targetPort);
     if (socket_.connect(address, static_cast<unsigned short>(targetPort))) {
@@ -239,13 +238,12 @@ bool HTTP_FileImplClient::bindLocalEnd(unsigned& port) {
         return local.address.empty() || socket_.bind(local.address.c_str(), 0);
     const auto address = Socket_ResolveAddress(local.address.c_str());
     const unsigned highest = std::min<unsigned>(local.highestPort, HTTP_HighestPort);
-    const char* target = route.target.getAddress();
     for (unsigned candidate = local.lowestPort; candidate <= highest; ++candidate) {
         port = candidate;
         if (address && socket_.bind(*address, static_cast<unsigned short>(candidate)))
             return true;
         DEBUG_LOG("HTTP_FileImpl::connect: failed to connect [return port] %s:%u (%u)\n",
-                  target != nullptr ? target : "", static_cast<unsigned>(route.target.getPort()), port);
+                  route.target.address().c_str(), static_cast<unsigned>(route.target.getPort()), port);
         if (!address)
             break;
     }

@@ -26,8 +26,8 @@ bool canListenOn(int port) {
 
 /// False, to be returned.
 bool cannotListen(const HTTP_AddressPortPair& pair, const std::string& reason) {
-    DEBUG_LOG("HTTP: cannot listen on %s port %d: %s\n",
-              pair.getAddress() == nullptr ? "" : pair.getAddress(), pair.getPort(), reason.c_str());
+    DEBUG_LOG("HTTP: cannot listen on %s port %d: %s\n", pair.address().c_str(), pair.getPort(),
+              reason.c_str());
     return false;
 }
 

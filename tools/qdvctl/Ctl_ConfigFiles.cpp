@@ -46,7 +46,7 @@ void warnOfBindList(std::vector<std::string>& warnings, const std::vector<HTTP_A
         warnings.emplace_back("BindList is empty: the agent listens nowhere");
     std::set<std::pair<std::string, int>> seen;
     for (const HTTP_AddressPortPair* pair : pairs) {
-        const std::string address = pair->getAddress() == nullptr ? "" : pair->getAddress();
+        const std::string& address = pair->address();
         const std::string name = address + " port " + std::to_string(pair->getPort());
         warnOfPort(warnings, "Bind: port of " + address, static_cast<unsigned>(pair->getPort()));
         if (!seen.emplace(address, pair->getPort()).second)

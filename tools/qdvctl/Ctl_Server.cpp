@@ -15,7 +15,7 @@ constexpr unsigned stopAttempts = 10;
 constexpr std::chrono::milliseconds stopPause{100};
 
 std::string pairName(const HTTP_AddressPortPair& pair) {
-    return std::string(pair.getAddress()) + ":" + std::to_string(pair.getPort());
+    return pair.address() + ":" + std::to_string(pair.getPort());
 }
 
 /// The server does not tell which address could not be had, nor why. Trying them once more does, all of them
