@@ -75,10 +75,7 @@ bool System_SecurityToken_Manager::startExpiry() {
         return false;
     }
     auto expire = std::make_unique<System_SecurityToken_ExpireRunnable>();
-    if (!expire->registerManager(this) || !pool_.handleRunnable(expire.get(), false))
-        return false;
-    static_cast<void>(expire.release());
-    return true;
+    return expire->registerManager(this) && pool_.handleRunnable(std::move(expire), false);
 }
 
 bool System_SecurityToken_Manager::shutdown(bool& stillRunning, unsigned attempt, bool lastAttempt) {

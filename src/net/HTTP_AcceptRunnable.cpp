@@ -96,8 +96,8 @@ void HTTP_AcceptRunnable::handOver(Socket_SocketImpl& connection) {
     if (handler == nullptr)
         return;
     auto worker = std::make_unique<HTTP_WorkerRunnable>(std::move(handler));
-    if (worker->getSocket().copy(&connection) && workers_.handleRunnable(worker.get(), true))
-        (void)worker.release();
+    if (worker->getSocket().copy(&connection))
+        workers_.handleRunnable(std::move(worker), true);
 }
 
 bool HTTP_AcceptRunnable::setToTerminate() {

@@ -27,6 +27,6 @@ private:
     Thread_Pool& workers_;
     HTTP_RequestHandlerFactory& handlers_;
     Thread_Mutex& handlerMutex_;
-    Socket_SocketImpl
-        wake_; // stays open until the next attempt, so that it is not gone before it is accepted
+    /// Stays open until the next attempt, so that it is not gone before it is accepted.
+    Socket_SocketImpl wake_;
 };

@@ -96,9 +96,8 @@ bool HTTP_ServerImpl::startThreads() {
     for (const auto& listening : sockets_) {
         auto runnable = std::make_unique<HTTP_AcceptRunnable>(listening->socket, workerPool_,
                                                               *handlerFactory_, handlerMutex_);
-        if (!acceptPool_.handleRunnable(runnable.get(), false))
+        if (!acceptPool_.handleRunnable(std::move(runnable), false))
             return false;
-        (void)runnable.release();
     }
     return true;
 }

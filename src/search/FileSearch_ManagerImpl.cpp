@@ -86,7 +86,6 @@ private:
     void deleteFile(const char* who, const std::string& name) const;
     bool startSearch(xercesc::DOMElement& method, const Auditable_Auditable& auditable);
     std::shared_ptr<FileSearch_Search> searchOfPage(xercesc::DOMElement& method, const char* hostTarget);
-    bool handOver(Thread_Pool& pool, std::unique_ptr<Thread_Runnable> runnable);
 
     std::string path_;
     Searches searches_;
@@ -114,8 +113,8 @@ bool FileSearch_ManagerImpl::init(const char* path, FileSearch_HandlerFactory* f
 bool FileSearch_ManagerImpl::start() {
     return Thread_StartService(*this, "FileSearch", Thread_ServiceTexts(), [this] {
         return searchPool_.start() && sortPool_.start() && expirePool_.start() && token0Pool_.start() &&
-               handOver(expirePool_,
-                        std::make_unique<FileSearch_RunnableExpire>([this] { performExpire(); }));
+               expirePool_.handleRunnable(
+                   std::make_unique<FileSearch_RunnableExpire>([this] { performExpire(); }), false);
     });
 }
 
@@ -123,14 +122,6 @@ bool FileSearch_ManagerImpl::shutdown(bool& stillRunning, unsigned attempt, bool
     return Thread_ShutDownService(*this, "FileSearch", Thread_ServiceTexts(),
                                   {&searchPool_, &sortPool_, &expirePool_, &token0Pool_}, stillRunning,
                                   attempt, lastAttempt);
-}
-
-/// The pool owns what it has taken.
-bool FileSearch_ManagerImpl::handOver(Thread_Pool& pool, std::unique_ptr<Thread_Runnable> runnable) {
-    if (!pool.handleRunnable(runnable.get(), false))
-        return false;
-    static_cast<void>(runnable.release());
-    return true;
 }
 
 bool FileSearch_ManagerImpl::performNewSearch(xercesc::DOMElement* method, Auditable_Auditable* auditable) {
@@ -170,7 +161,7 @@ bool FileSearch_ManagerImpl::startSearch(xercesc::DOMElement& method, const Audi
     bool isTaken = false;
     try {
         // The file takes the token for days, so all memory is there before it is made.
-        isTaken = search->createNewFileSearch() && handOver(pool, std::move(runnable));
+        isTaken = search->createNewFileSearch() && pool.handleRunnable(std::move(runnable), false);
     } catch (...) {
         searches_.erase(known);
         throw;
@@ -207,7 +198,7 @@ bool FileSearch_ManagerImpl::lookupResults(FileSearch_SortCaller* caller, xerces
             // From its construction on the runnable sees to it that the search becomes idle again.
             auto runnable = std::make_unique<FileSearch_RunnableSort>(search, *caller, *document, *parent);
             search->setAction(FileSearch_Search::ReadingResults);
-            return handOver(sortPool_, std::move(runnable));
+            return sortPool_.handleRunnable(std::move(runnable), false);
         });
     if (!isTaken)
         DEBUG_LOG("FileSearch_ManagerImpl::lookupResults exit with error\n");

@@ -104,6 +104,13 @@ bool Thread_Pool::handleRunnable(Thread_Runnable* runnable, bool mayGrow) {
     return false;
 }
 
+bool Thread_Pool::handleRunnable(std::unique_ptr<Thread_Runnable> runnable, bool mayGrow) {
+    const bool taken = handleRunnable(runnable.get(), mayGrow);
+    if (taken)
+        static_cast<void>(runnable.release());
+    return taken;
+}
+
 /// While a thread is idle nothing waits, so the runnable need not pass through the queue.
 std::shared_ptr<Thread_Controller> Thread_Pool::takeIdle() {
     busy_.push_back(std::move(idle_.front()));

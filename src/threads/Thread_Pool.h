@@ -42,6 +42,8 @@ public:
     /// Thread_ThreadPoolException with QueueFull if it would have to wait and the queue is full; nothing
     /// else.
     bool handleRunnable(Thread_Runnable* runnable, bool mayGrow);
+    /// The same for work that is dropped if it is not taken.
+    bool handleRunnable(std::unique_ptr<Thread_Runnable> runnable, bool mayGrow);
     /// Adds one thread out of the growth allowance, which never comes back. The caller holds the mutex.
     bool grow();
     /// For a controller whose runnable is done: true if it is to wait for work, which may already be there.

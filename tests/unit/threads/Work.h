@@ -67,11 +67,7 @@ private:
 
 inline bool give(Thread_Pool& pool, Tally& tally, std::function<void(Work&)> body = {},
                  bool mayGrow = false) {
-    auto work = std::make_unique<Work>(tally, std::move(body));
-    const bool taken = pool.handleRunnable(work.get(), mayGrow);
-    if (taken)
-        static_cast<void>(work.release());
-    return taken;
+    return pool.handleRunnable(std::make_unique<Work>(tally, std::move(body)), mayGrow);
 }
 
 /// Asks a pool, or what stands over one, to stop until it has.

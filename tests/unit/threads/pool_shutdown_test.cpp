@@ -33,7 +33,7 @@ TEST(PoolShutdown, DropsWhatWaitsAndTellsWhatRuns) {
     Tally waiting;
     const auto pool = startedPool(2);
     for (int i = 0; i < 2; ++i)
-        ASSERT_TRUE(pool->handleRunnable(std::make_unique<Thrower>(running, heed).release(), false));
+        ASSERT_TRUE(pool->handleRunnable(std::make_unique<Thrower>(running, heed), false));
     ASSERT_TRUE(eventually([&] { return running.begun == 2; }));
     for (int i = 0; i < 10; ++i)
         ASSERT_TRUE(give(*pool, waiting));
