@@ -228,7 +228,7 @@ def test_stopped_and_killed(start, server, tmp_path):
             (folder / f"f{name}").touch()
     top, every = tmp_path / "top", condition('<Predicate valueName="name" operator="isAnything"/>')
     for end in (signal.SIGTERM, signal.SIGKILL):
-        agent = start(server=server, verbose=False)
+        agent, server.is_cut_off = start(server=server, verbose=False), end == signal.SIGKILL
         tokens = [f"T{number}" for number in range(5)]
         for token in tokens:
             assert begin(agent, token, [top], every) == SUCCESS

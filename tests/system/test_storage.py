@@ -327,12 +327,17 @@ def test_what_takes_too_long(start, tmp_path):
     for _ in range(3):
         assert lines(audit(agent, "GetStorageVolumes")[0]) == volumes
     wait_until(lambda: agent.threads() <= threads + 1, "all threads but the one that is stuck to go")
-    vgdisplay = (world.bin / "vgdisplay").read_text()
-    for seconds, then in (61, "exec sleep 1000"), (601, "echo VG Name vg0"):
-        world.put("vgdisplay", f"head -c {seconds} /dev/zero >> {world.top}/later; echo; {then}")
-        assert lines(audit(agent, "GetPlexes")[0]) == [line for line in plexes if not line.startswith("Plex vg")]
-    assert "takes too long, not run: lvs --segments vg0\n" in agent.log()
-    world.put("vgdisplay", vgdisplay)
+    tools = {name: (world.bin / name).read_text() for name in ("lvs", "vgdisplay")}
+    others = [line for line in plexes if not line.startswith("Plex vg")]
+    passes = f"head -c {{}} /dev/zero >> {world.top}/later"
+    world.put("vgdisplay", f"{passes.format(61)}; echo VG Name vg0; exec sleep 1000")
+    assert lines(audit(agent, "GetPlexes")[0]) == others
+    world.put("vgdisplay", "for number in $(seq 13); do echo VG Name vg$number; done")
+    world.put("lvs", passes.format(51))  # twelve take too long
+    assert [line for line in lines(audit(agent, "GetPlexes")[0]) if not line.startswith("Plex vg")] == others
+    assert "takes too long, not run: lvs --segments vg13\n" in agent.log()
+    for name, script in tools.items():
+        world.put(name, script)
     assert lines(audit(agent, "GetPlexes")[0]) == plexes
 
 
