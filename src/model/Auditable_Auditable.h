@@ -30,6 +30,8 @@ public:
     virtual bool setAuditParameterValue(const char* key, const char* value);
     /// Sets every pair of `from` here, and its host if it was given one. False if `from` is null.
     virtual bool copyAuditParameters(const Auditable_Auditable* from);
+    /// For an object that stays when its audit is over.
+    void dropAuditParameters() noexcept { parameters_.reset(); }
     virtual bool prepareForAudit() { return true; }
     virtual bool cleanupAfterAudit() { return true; }
     virtual bool audit() = 0;

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -36,6 +37,9 @@ constexpr std::string_view dataMark = ".dat";
 constexpr std::string_view expireMark = "._expire_.dat";
 /// The token of a search that must not wait for others begins with it.
 constexpr char urgentMark = '0';
+/// A search that has ended is remembered for hours with what its request said, and anybody can have many
+/// made. This many bytes are more than a server needs. A page finds a forgotten one by its files.
+constexpr std::size_t mostRemembered = std::size_t{16} * 1024 * 1024;
 
 /// A token as the names of its files begin with it.
 std::string_view tokenOf(std::string_view name) {
@@ -84,6 +88,7 @@ private:
     static bool isExpired(const std::string& path, const System_Date& limit);
     std::optional<std::vector<std::string>> dataFiles() const;
     void deleteFile(const char* who, const std::string& name) const;
+    void makeRoomFor(const FileSearch_Search& added);
     bool startSearch(xercesc::DOMElement& method, const Auditable_Auditable& auditable);
     std::shared_ptr<FileSearch_Search> searchOfPage(xercesc::DOMElement& method, const char* hostTarget);
 
@@ -143,6 +148,21 @@ bool FileSearch_ManagerImpl::performNewSearch(xercesc::DOMElement* method, Audit
     }
 }
 
+/// Forgets searches that have ended and are in nobody's hands, as far as need be.
+void FileSearch_ManagerImpl::makeRoomFor(const FileSearch_Search& added) {
+    std::size_t held = added.memoryHeld();
+    for (const auto& entry : searches_)
+        held += entry.second->memoryHeld();
+    std::erase_if(searches_, [&](const auto& entry) {
+        const std::shared_ptr<FileSearch_Search>& search = entry.second;
+        if (held <= mostRemembered || search.use_count() > 1 ||
+            search->getAction() != FileSearch_Search::Idle)
+            return false;
+        held -= search->memoryHeld();
+        return true;
+    });
+}
+
 bool FileSearch_ManagerImpl::startSearch(xercesc::DOMElement& method, const Auditable_Auditable& auditable) {
     if (!path_.empty() && !File_CreateDirectory(path_.c_str()))
         return false;
@@ -157,6 +177,7 @@ bool FileSearch_ManagerImpl::startSearch(xercesc::DOMElement& method, const Audi
     runnable->setHostTarget(auditable.getAuditParameterValue("hostTarget"));
     search->setAction(FileSearch_Search::Searching);
     Thread_Pool& pool = search->getToken().front() == urgentMark ? token0Pool_ : searchPool_;
+    makeRoomFor(*search);
     const auto known = searches_.emplace(search->getToken(), search).first;
     bool isTaken = false;
     try {
@@ -224,6 +245,7 @@ std::shared_ptr<FileSearch_Search> FileSearch_ManagerImpl::searchOfPage(xercesc:
     bool exists = false;
     if (!asked->checkLookupExistence(exists) || !exists)
         return nullptr;
+    makeRoomFor(*asked);
     return searches_.emplace(asked->getToken(), asked).first->second;
 }
 
@@ -311,10 +333,12 @@ void FileSearch_ManagerImpl::deleteFile(const char* who, const std::string& name
 }
 
 bool FileSearch_ManagerImpl::deleteSearches(std::vector<std::string> tokens) {
-    const MutexLock lock(mutex_.get());
+    // A request can name hundreds of thousands, and there may be as many files.
+    std::sort(tokens.begin(), tokens.end());
     const auto isMeant = [&](std::string_view token) {
-        return std::find(tokens.begin(), tokens.end(), token) != tokens.end();
+        return std::binary_search(tokens.begin(), tokens.end(), token, std::less<>());
     };
+    const MutexLock lock(mutex_.get());
     bool isActive = false;
     std::erase_if(searches_, [&](const auto& entry) {
         if (!isMeant(entry.first) && !isMeant(tokenOf(entry.first)))

@@ -11,6 +11,7 @@
 #include "xml/Xerces_Document.h"
 
 #include <algorithm>
+#include <climits>
 #include <ctime>
 #include <strings.h>
 
@@ -27,6 +28,9 @@ constexpr std::uint64_t recordsAtOnce = 250;
 /// Of the records of a page, in bytes: the reply takes about ten times as much memory while it is made.
 constexpr std::size_t largestPage = std::size_t{64} * 1024 * 1024;
 constexpr const char* hitElement = "FSO";
+/// What a request may say of volumes, which is kept for hours after the search: more than any host has.
+constexpr std::size_t mostVolumes = 10'000;
+constexpr std::size_t mostVolumeText = std::size_t{1} << 20;
 
 /// Of a clock that nobody sets and that costs little to look at.
 std::chrono::nanoseconds now() {
@@ -123,6 +127,7 @@ void FileSearch_Search::refreshLastReferenced() {
 bool FileSearch_Search::takeToken(const std::string& text) {
     hostTarget_ = textOf(getAuditParameterValue("hostTarget"));
     token_ = FileSearch_Token(text, hostTarget_);
+    memoryHeld_ = sizeof *this + PATH_MAX + 4 * token_.size();
     return FileSearch_IsToken(token_);
 }
 
@@ -147,15 +152,20 @@ bool FileSearch_Search::parseSearchCriteria(xercesc::DOMElement* method) {
 }
 
 bool FileSearch_Search::parseVolumes(const xercesc::DOMElement& volumes) {
+    std::size_t text = 0;
     for (xercesc::DOMElement* element : Xerces_ChildElements(volumes)) {
         auto stat = std::make_unique<FileSearch_VolumeStat>();
         if (stat->parse(element)) {
             const std::string name = stat->getName();
+            text += name.size();
             volumeStats_.try_emplace(name, std::move(stat));
+            if (text > mostVolumeText || volumeStats_.size() > mostVolumes)
+                return false;
         } else {
             DEBUG_LOG("FileSearch_Search::parseSearchCriteria: parse error\n");
         }
     }
+    memoryHeld_ += 2 * text + volumeStats_.size() * sizeof(FileSearch_VolumeStat);
     return true;
 }
 
@@ -165,7 +175,8 @@ bool FileSearch_Search::parseResultsCriteria(xercesc::DOMElement* method) {
                               lookupVolume_ = descendantText(*method, "Volume");
                               startIndex_ = 0;
                               numResults_ = usualPage;
-                              return !token.empty() && !lookupVolume_.empty() && takeToken(token) &&
+                              return !token.empty() && !lookupVolume_.empty() &&
+                                     lookupVolume_.size() < PATH_MAX && takeToken(token) &&
                                      readNumber(*method, "StartIndex", startIndex_) &&
                                      readNumber(*method, "NumResults", numResults_);
                           });
@@ -274,8 +285,9 @@ bool FileSearch_Search::audit() {
         return iterator != nullptr && iterator->copyAuditParameters(this) && searchVolumes(*iterator);
     });
     curVolStat_ = nullptr;
-    // The search may be known for hours yet, and many are.
+    // The search may be known for hours yet, and many are. A password is no longer needed either.
     condition_.clear();
+    dropAuditParameters();
     if (isDone) {
         DEBUG_LOG("FileSearch_Search::audit successful\n");
     } else {

@@ -15,6 +15,7 @@
 #include "xml/Xerces_Types.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -71,6 +72,8 @@ public:
     /// Whether there are files of the token, or of the token and the volume of a page.
     bool checkSearchExistence(bool& exists) const;
     bool checkLookupExistence(bool& exists) const;
+    /// About how many bytes it holds when its audit is over.
+    std::size_t memoryHeld() const { return memoryHeld_; }
     /// Makes the file that stands for the search until it expires.
     bool createNewFileSearch();
     /// Whether nobody has referred to this object for half an hour.
@@ -121,6 +124,7 @@ private:
     std::string token_;
     std::string hostTarget_;
     std::uint64_t accountId_ = 0;
+    std::size_t memoryHeld_ = 0;
     SystemPredicate_DataSourceFSO dataSourceFSO_;
     Predicate_DataSourceMap dataSourceMap_;
     Predicate_PredicateFactory predicateFactory_;

@@ -1,6 +1,7 @@
 """What one peer, a crowd of them, or a few large requests can take: never the agent."""
 
 import ctypes
+import itertools
 import os
 import resource
 import socket
@@ -112,7 +113,7 @@ def test_large_requests_share_one_bound_and_leave_nothing(start):
 
 
 def test_what_waits_holds_little(start, server):
-    """Audits that are queued, and nobody waits for."""
+    """Audits that are queued, and nobody waits for, and searches that have ended, whose results stay for days."""
     agent = start(verbose=False, server=server)
     agent.tools_complain = True
     before, text = agent.rss(), "x" * (64 << 10)
@@ -123,6 +124,13 @@ def test_what_waits_holds_little(start, server):
         wait_until(lambda: agent.answer(another).outcome == refused, "a refusal")
         assert agent.rss() < before + (64 << 20) or agent.tree.is_sanitized()
         assert agent.outcome("GetHostSummary", uuid="id") == SUCCESS
+    parts = '<Condition logicalOperator="and"/><Token>T{}</Token><AccountID>7</AccountID><Volumes><Volume name="/{}"/></Volumes>'
+    numbers, name = itertools.count(), "x" * (1 << 17)
+    for _ in range(agent.tree.scaled(200)):
+        search = (envelope("SearchFSOs", parts.format(number, name), request=full) for number in numbers)
+        wait_until(lambda search=search: agent.answer(next(search)).outcome == SUCCESS, "a search to be taken")
+    assert agent.rss() < before + (64 << 20) or agent.tree.is_sanitized()
+    assert agent.answer(envelope("SearchFSOs", parts.format("", name * 8), request=full)).outcome == FAILED
     agent.stop()
 
 
