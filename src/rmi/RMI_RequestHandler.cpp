@@ -52,6 +52,10 @@ constexpr Refusal unverifiedPeer{RMI_Stage::Method, nullptr, {"error", "failed p
 constexpr Refusal wrongGuid{RMI_Stage::Method, nullptr, {"error", "invalid uuid"}};
 constexpr Refusal wrongUser{RMI_Stage::Method, nullptr, {"error", nullptr}};
 
+/// A method's name in a request. It goes back with the reply, there in up to six times as many bytes and in
+/// more than one copy, so that a longer one is not read.
+constexpr std::size_t longestMethodName = std::size_t{1} << 20;
+
 constexpr RMI_Outcome unexplainedError{"error", nullptr};
 
 /// The words for what a method throws; any other code is an error.
@@ -125,7 +129,7 @@ private:
             return &noMethod;
         DEBUG_LOG("RMI: is method\n");
         const std::string name = RMI_MethodName(*methodElement_);
-        if (name.empty())
+        if (name.empty() || name.size() > longestMethodName)
             return &noName;
         reply_.setMethodName(name);
         if (factory_ != nullptr)

@@ -44,7 +44,8 @@ ANSWERED = [
     ({"type": "method", "response": "no method", "reason": "missing method element"},
      ["<Request/>", method('name="Ping"', "method"), '<Request/><Method name="Ping"/>', "<Request/>" + REQUEST]),
     ({"type": "method", "response": "no method name", "reason": "missing method name in method element"},
-     [method(""), method('name=""'), method('Name="Ping"'), '<Request><Method/><Method name="Ping"/></Request>']),
+     [method(""), method('name=""'), method('Name="Ping"'), '<Request><Method/><Method name="Ping"/></Request>',
+      method(f'name="{"x" * (1 << 20)}x"')]),
     (unknown("No"), [method('name="No"'), '<Request uuid="x" hostTarget="h"><Method name="No"/></Request>']),
     *((unknown(name), [method(f'name="{name}"')]) for name in ("PING", "Ping ", "PingServer2")),
 ]  # fmt: skip
