@@ -2,8 +2,8 @@
 
 #include <cstddef>
 
-/// One bound over what all requests in flight hold together, bodies and parsed documents, so that a few
-/// clients with large requests cannot take the memory of the host, of which it is a quarter at most: a
+/// One bound over what all requests in flight hold together, large heads, bodies, parsed documents and large
+/// replies, so that a few clients cannot take the memory of the host, of which it is a quarter at most: a
 /// service manager that allows the agent half does not end it. Whoever holds such memory counts it here.
 /// Thread-safe.
 constexpr std::ptrdiff_t Memory_Bound = std::ptrdiff_t{1024} * 1024 * 1024;

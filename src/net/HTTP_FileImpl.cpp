@@ -66,6 +66,7 @@ bool HTTP_FileImpl::close() {
 
 void HTTP_FileImpl::clearMessage() {
     headers_.clear();
+    headShare_.release();
     body_.clear();
     bodyShare_.release();
 }

@@ -55,6 +55,7 @@ protected:
     std::string uri_;
     std::string version_ = "HTTP/1.0";
     HTTP_HeaderMap headers_;
+    Memory_Share headShare_;
     Secret_Text body_;
     Memory_Share bodyShare_;
     Socket_SocketImpl socket_;

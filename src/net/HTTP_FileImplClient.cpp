@@ -201,14 +201,15 @@ bool HTTP_FileImplClient::exchange(std::string_view request, bool readBodyWithou
 bool HTTP_FileImplClient::readReply(bool readBodyWithoutLength) {
     responseReceived_ = true;
     const unsigned limit = connection_.getRoute().silenceSeconds;
-    HTTP_HeadReader reader(socket_, limit);
+    const std::size_t largest = connection_.getRoute().largestBody;
+    HTTP_HeadReader reader(socket_, limit, headShare_);
     if (!readFirstLine(reader) || !HTTP_ParseStatusLine(reader.line().view(), version_, returnCode_) ||
         !reader.readHeaders(headers_))
         return false;
     // A peer that says there is no body may keep the connection open, so nothing is waited for then.
     if (const auto* length = HTTP_LastHeader<HTTP_HeaderContentLength>(headers_))
-        return HTTP_ReadBody(socket_, length->getContentLength(), limit, body_, bodyShare_);
-    return !readBodyWithoutLength || HTTP_ReadBodyToEnd(socket_, limit, body_, bodyShare_);
+        return HTTP_ReadBody(socket_, length->getContentLength(), limit, body_, bodyShare_, largest);
+    return !readBodyWithoutLength || HTTP_ReadBodyToEnd(socket_, limit, body_, bodyShare_, largest);
 }
 
 bool HTTP_FileImplClient::connect() {

@@ -17,6 +17,9 @@ constexpr unsigned classifyingBytes = 4;
 /// More than the status line and the headers of any reply take.
 constexpr std::size_t replyHeadSize = 256;
 
+/// A reply up to here is always made, also when requests hold all that they may together.
+constexpr std::size_t uncountedReply = 65536;
+
 constexpr std::string_view newestVersion = "HTTP/1.1";
 
 bool beginsLikeRequest(std::string_view bytes) {
@@ -34,6 +37,12 @@ bool HTTP_FileImplServer::getWasServerRequestSimple() const {
     return requestMade_ && method_ == HTTP_METHOD_GET && headers_.empty();
 }
 
+void HTTP_FileImplServer::forgetRequest() {
+    clearMessage();
+    uri_ = std::string();
+    version_ = std::string();
+}
+
 bool HTTP_FileImplServer::handleRequest(HTTP_Return_Code& code) {
     code = HTTP_RETURN_INTERNAL_SERVER_ERROR;
     if (!socket_.isValid() || !readRequest()) {
@@ -49,7 +58,7 @@ bool HTTP_FileImplServer::readRequest() {
     clearMessage();
     if (!awaitRequest())
         return false;
-    HTTP_HeadReader reader(socket_, HTTP_ReadTimeLimit);
+    HTTP_HeadReader reader(socket_, HTTP_ReadTimeLimit, headShare_);
     return readRequestLine(reader) && reader.readHeaders(headers_) && readRequestBody();
 }
 
@@ -140,11 +149,14 @@ bool HTTP_FileImplServer::sendReply(HTTP_Return_Code code, HTTP_Content_Type con
     decideKeepAlive();
     headers_.clear();
 
+    const std::string_view text = body != nullptr && length >= 1 ? body : "";
     // What comes behind half a reply, or none, would be taken for its rest, or for it.
     try {
+        // A client that reads slowly, or not, has it held twice: by the caller and as it goes out.
+        Memory_Share share;
         std::string reply;
-        if (createReply(reply, code, contentType, body != nullptr && length >= 1 ? body : "") &&
-            writeAll(reply)) {
+        if ((text.size() <= uncountedReply || share.grow(2 * text.size())) &&
+            createReply(reply, code, contentType, text) && writeAll(reply)) {
             DEBUG_LOG("HTTP_FileImpl::sendReply: finish\n");
             return true;
         }

@@ -12,8 +12,8 @@ public:
     bool getWasServerRequestMade() const override { return requestMade_; }
     bool getWasServerRequestSimple() const override;
 
-    /// Gives up the body of the last request, and its memory.
-    void forgetRequest() { clearMessage(); }
+    /// Gives up the last request, and its memory: a connection may wait for the next one for long.
+    void forgetRequest();
 
     /// Whether the peer may send another request on the connection after the reply.
     bool isKeepAlive() const { return keepAlive_; }

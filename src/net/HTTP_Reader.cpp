@@ -12,6 +12,9 @@ namespace {
 /// The map node, the header object and the string blocks that a header takes beside the text of its line.
 constexpr std::size_t headerOverhead = 256;
 
+/// A head up to here is always read, also when requests hold all that they may together.
+constexpr std::size_t uncountedHead = 65536;
+
 /// A code of more digits is not looked at further.
 constexpr std::size_t longestCode = 32;
 
@@ -92,7 +95,10 @@ bool HTTP_ParseStatusLine(std::string_view line, std::string& version, HTTP_Retu
 
 bool HTTP_HeadReader::spend(std::size_t bytes) {
     spent_ += bytes;
-    return spent_ <= HTTP_HeaderBlockLimit;
+    if (spent_ > HTTP_HeaderBlockLimit)
+        return false;
+    const std::size_t counted = spent_ > uncountedHead ? 2 * spent_ : 0;
+    return counted <= share_.size() || share_.grow(counted - share_.size());
 }
 
 bool HTTP_HeadReader::take(std::size_t bytes) {
@@ -148,10 +154,10 @@ bool HTTP_HeadReader::readHeaders(HTTP_HeaderMap& headers) {
 }
 
 bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, Secret_Text& body,
-                   Memory_Share& share) {
+                   Memory_Share& share, std::size_t limit) {
     body.clear();
     share.release();
-    if (length > HTTP_BodyLimit)
+    if (length > limit)
         return false;
     while (body.size() < length) {
         if (!Socket_AwaitBytes(input, 1, timeLimit))

@@ -39,11 +39,13 @@ bool HTTP_ParseStatusLine(std::string_view line, std::string& version, HTTP_Retu
 /// The first line and the headers of one message share one allowance.
 class HTTP_HeadReader {
 public:
-    /// The input is borrowed. A `timeLimit` of Socket_NoTimeLimit waits for ever.
-    HTTP_HeadReader(Socket_Input& input, unsigned timeLimit) : input_(input), timeLimit_(timeLimit) {}
+    /// The input is borrowed, and so is `share`, in which the line that is read and what is kept of it are
+    /// counted once they are large. A `timeLimit` of Socket_NoTimeLimit waits for ever.
+    HTTP_HeadReader(Socket_Input& input, unsigned timeLimit, Memory_Share& share)
+        : input_(input), timeLimit_(timeLimit), share_(share) {}
 
     /// One line with its end: LF, CR LF, or a CR that something else follows. False if the stream ends before
-    /// the line does, or the allowance is spent.
+    /// the line does, the allowance is spent, or all requests together hold too much.
     bool readLine();
     /// The line that was read last.
     const Secret_Text& line() const { return line_; }
@@ -57,6 +59,7 @@ private:
 
     Socket_Input& input_;
     unsigned timeLimit_;
+    Memory_Share& share_;
     std::size_t spent_ = 0;
     Secret_Text line_;
 };
@@ -64,7 +67,7 @@ private:
 /// Reads a body of exactly `length` bytes, counted in `share`. False if it is larger than the limit, does not
 /// arrive whole, or all requests together hold too much.
 bool HTTP_ReadBody(Socket_Input& input, std::size_t length, unsigned timeLimit, Secret_Text& body,
-                   Memory_Share& share);
+                   Memory_Share& share, std::size_t limit = HTTP_BodyLimit);
 
 /// Reads a body to the end of the stream, without its CRs and LFs. False if more than `limit` bytes come, or
 /// all requests together hold too much.

@@ -4,6 +4,7 @@
 #include "net/HTTP_AddressPortPair.h"
 #include "net/HTTP_Reader.h"
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -22,5 +23,6 @@ struct HTTP_Route {
     std::string username; ///< for a challenge of the peer, as is the password
     Secret_Text password;
     unsigned silenceSeconds = HTTP_ReadTimeLimit; ///< for which the peer may keep the call waiting
+    std::size_t largestBody = HTTP_BodyLimit;     ///< of a reply, in bytes
     std::function<void()> onConnected = nullptr;  ///< if set, called when a connection is made
 };

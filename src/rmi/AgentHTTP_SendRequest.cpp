@@ -19,11 +19,15 @@ namespace {
 constexpr const char* userAgent = "Norvalith Brindlex Agent";
 /// Part of the interface of a form post, and not sent.
 constexpr const char* fieldName = "CommandBody";
+/// What the server says takes a few hundred bytes, but nothing proves that it is the server.
+constexpr std::size_t largestReply = std::size_t{16} << 20;
 
 HTTP_Route currentRoute(bool ssl) {
     try {
         const MutexLock lock(&gMutexAgentConfig);
-        return gAgentConfig->getConfig()->getRoute(ssl);
+        HTTP_Route route = gAgentConfig->getConfig()->getRoute(ssl);
+        route.largestBody = largestReply;
+        return route;
     } catch (...) {
         throw RMI_MethodException(RMI_MethodException::GeneralFailure);
     }

@@ -81,7 +81,8 @@ void answer(const HTTP_HeaderAuthenticateBase& challenge) {
 
 void readReply(std::string_view bytes, std::size_t seed) {
     Pieces input(bytes, seed);
-    HTTP_HeadReader reader(input, limit);
+    Memory_Share headShare;
+    HTTP_HeadReader reader(input, limit, headShare);
     std::string version;
     HTTP_Return_Code code{};
     HTTP_HeaderMap headers;

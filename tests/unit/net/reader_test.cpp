@@ -44,3 +44,11 @@ TEST(HTTP_Reader, AnEndlessBodyIsGivenUp) {
     EXPECT_LE(input.taken(), limit + 65536);
     EXPECT_GE(input.taken(), limit / 4);
 }
+
+TEST(HTTP_Reader, AnEndlessLineIsCountedAndGivenUp) {
+    EndlessInput input("x");
+    Memory_Share share;
+    EXPECT_FALSE(HTTP_HeadReader(input, noWait, share).readLine());
+    EXPECT_LE(input.taken(), HTTP_HeaderBlockLimit);
+    EXPECT_GE(share.size(), input.taken());
+}
