@@ -45,7 +45,7 @@ void Agent_Watchdog::run() {
         next = Clock::now() + interval;
         if (portAnswers(next))
             manager_.tell("WATCHDOG=1");
-        else
+        else if (wait(File_Descriptor::None, 0, Clock::now()) != Wake::Ending)
             DEBUG_LOG("Agent: its own port does not answer\n");
     } while (wait(File_Descriptor::None, 0, next) != Wake::Ending);
 }
