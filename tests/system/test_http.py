@@ -1,5 +1,6 @@
 """The wire, plain and over TLS: what is answered byte for byte, what closes without a reply, what a connection costs."""
 
+import os
 import ssl
 from contextlib import suppress
 
@@ -229,8 +230,8 @@ def test_every_descriptor_is_closed_on_exec(start):
         assert one.ask(GET11).status == 200
         other.send(GET11[:6])
         wait_until(lambda: len(agent.descriptors()) >= 3 + 2 + 2, "both connections to be accepted")
-        inherited = {fd: oct(flags) for fd, flags in agent.descriptors().items() if fd > 2 and not flags & 0o2000000}
-        assert not inherited, inherited
+        # A sanitizer has a pipe of its own for moments.
+        wait_until(lambda: all(fd <= 2 or flags & os.O_CLOEXEC for fd, flags in agent.descriptors().items()), "no other to be open")
 
 
 def test_every_pair_serves(start):
